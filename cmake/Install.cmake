@@ -1,0 +1,15 @@
+# The CMake package zol_http and the pkg-config module of the same name.
+include(CMakePackageConfigHelpers)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zol_http)
+configure_package_config_file(cmake/zol_httpConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/zol_httpConfig.cmake
+  INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/zol_httpConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+    ${CMAKE_CURRENT_BINARY_DIR}/zol_httpConfig.cmake
+    ${CMAKE_CURRENT_BINARY_DIR}/zol_httpConfigVersion.cmake
+  DESTINATION ${package_dir})
+install(EXPORT zol_http_targets NAMESPACE zol:: DESTINATION ${package_dir})
+
+configure_file(cmake/zol_http.pc.in ${CMAKE_CURRENT_BINARY_DIR}/zol_http.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zol_http.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
