@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Exchange.hpp"
+
+namespace demo
+{
+
+/// Answers the request with the page that its path names, or with 404.
+///
+/// | path | answer |
+/// |---|---|
+/// | `/hello` | a short text |
+/// | `/big?size=N` | N bytes, 64 to a line, as fast as the kernel takes them |
+/// | `/cut?size=N` | announces N bytes and closes the connection after half of them |
+/// | `/chunked?pieces=N&pause=MS` | N lines, each a chunk of its own, with a pause in between |
+/// | `/multipart` | three parts: two texts and one of bytes |
+/// | `/echo` | the body of the request, unchanged, under its own length |
+/// | `/request` | the head of the request, as it arrived |
+/// | `/client` | the subject of the certificate that the client showed |
+/// | `/nothing` | 204, without a body |
+void answer(Exchange& exchange);
+
+} // namespace demo
