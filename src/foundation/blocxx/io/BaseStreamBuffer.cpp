@@ -1,0 +1,301 @@
+#include "blocxx/BaseStreamBuffer.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+
+namespace blocxx
+{
+
+namespace
+{
+
+// What most messages need. The put buffer starts with this much, so that a small request never pays for a large buffer.
+const std::streamsize FIRST_PUT_SIZE = 4096;
+
+// The hooks count in int.
+std::streamsize usableSize(std::size_t asked)
+{
+    return static_cast<std::streamsize>(std::clamp<std::size_t>(asked, 1, INT_MAX));
+}
+
+} // namespace
+
+BaseStreamBuffer::BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize)
+    : BaseStreamBuffer(direction, bufSize, E_NEGATIVE_ENDS)
+{
+}
+
+BaseStreamBuffer::BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize, ENegativeAnswer negativeAnswer)
+    : m_direction(direction), m_negativeAnswer(negativeAnswer), m_inputState(E_INPUT_OPEN), m_inputError(0),
+      m_size(usableSize(bufSize)), m_putSize(0), m_reportTo(nullptr)
+{
+}
+
+// Deliberately no flush: the device may be gone or stuck, and whoever writes flushes.
+BaseStreamBuffer::~BaseStreamBuffer() = default;
+
+void BaseStreamBuffer::consume(std::size_t count)
+{
+    const auto unread = static_cast<std::size_t>(egptr() - gptr());
+    setg(eback(), gptr() + std::min(count, unread), egptr());
+}
+
+void BaseStreamBuffer::initBuffers()
+{
+    initGetBuffer();
+    initPutBuffer();
+}
+
+void BaseStreamBuffer::initGetBuffer()
+{
+    setg(nullptr, nullptr, nullptr);
+    m_inputState = E_INPUT_OPEN;
+    m_inputError = 0;
+}
+
+void BaseStreamBuffer::initPutBuffer()
+{
+    setp(m_putBuffer.get(), m_putBuffer.get() + m_putSize);
+}
+
+int BaseStreamBuffer::buffer_to_device(const char*, int)
+{
+    return -1;
+}
+
+int BaseStreamBuffer::buffer_from_device(char*, int)
+{
+    return -1;
+}
+
+BaseStreamBuffer::int_type BaseStreamBuffer::underflow()
+{
+    if (gptr() == egptr() && !refill(false))
+    {
+        return traits_type::eof();
+    }
+    return traits_type::to_int_type(*gptr());
+}
+
+std::streamsize BaseStreamBuffer::xsgetn(char* to, std::streamsize count)
+{
+    std::streamsize got = takeBuffered(to, count);
+    if (got < count && count >= m_size)
+    {
+        // The bytes go past the buffer, so what it last held can no longer be put back.
+        setg(nullptr, nullptr, nullptr);
+        while (got < count)
+        {
+            const std::streamsize step = readFromDevice(to + got, std::min(count - got, m_size), got > 0);
+            if (step == 0)
+            {
+                break;
+            }
+            got += step;
+        }
+        return got;
+    }
+    while (got < count && refill(got > 0))
+    {
+        got += takeBuffered(to + got, count - got);
+    }
+    return got;
+}
+
+std::streamsize BaseStreamBuffer::takeBuffered(char* to, std::streamsize count)
+{
+    const std::streamsize run = std::min<std::streamsize>(count, egptr() - gptr());
+    if (run <= 0)
+    {
+        return 0;
+    }
+    std::memcpy(to, gptr(), static_cast<std::size_t>(run));
+    setg(eback(), gptr() + run, egptr());
+    return run;
+}
+
+bool BaseStreamBuffer::refill(bool dataBefore)
+{
+    if (!m_getBuffer)
+    {
+        m_getBuffer.reset(new char[static_cast<std::size_t>(m_size)]);
+    }
+    char* const start = m_getBuffer.get();
+    setg(start, start, start);
+    const std::streamsize count = readFromDevice(start, m_size, dataBefore);
+    setg(start, start, start + count);
+    return count > 0;
+}
+
+// The one place that asks the device. Answers 0 when there is no more input, whatever the reason.
+std::streamsize BaseStreamBuffer::readFromDevice(char* to, std::streamsize room, bool dataBefore)
+{
+    if (m_direction == E_OUT)
+    {
+        return 0;
+    }
+    if (m_inputState == E_INPUT_FAILED)
+    {
+        reportFailure();
+        return 0;
+    }
+    int answer = 0;
+    try
+    {
+        answer = buffer_from_device(to, static_cast<int>(room));
+    }
+    catch (...)
+    {
+        noteFailure(EIO);
+        // The exception would take the bytes read before it along; badbit on the stream tells the failure as well.
+        if (dataBefore && m_reportTo != nullptr)
+        {
+            return 0;
+        }
+        throw;
+    }
+    if (answer > 0 && answer <= room)
+    {
+        m_inputState = E_INPUT_OPEN;
+        return answer;
+    }
+    noteEndOfInput(answer, errno);
+    return 0;
+}
+
+void BaseStreamBuffer::noteEndOfInput(int answer, int error)
+{
+    if (answer > 0)
+    {
+        noteFailure(EIO);
+    }
+    else if (answer < 0 && m_negativeAnswer == E_NEGATIVE_FAILS)
+    {
+        noteFailure(error != 0 ? error : EIO);
+    }
+    else
+    {
+        // Deliberately not sticky: a reader that asks again, asks the device again.
+        m_inputState = E_INPUT_ENDED;
+    }
+}
+
+void BaseStreamBuffer::noteFailure(int error)
+{
+    m_inputState = E_INPUT_FAILED;
+    m_inputError = error;
+    reportFailure();
+}
+
+void BaseStreamBuffer::reportFailure()
+{
+    if (m_reportTo == nullptr || m_reportTo->bad())
+    {
+        return;
+    }
+    try
+    {
+        m_reportTo->setstate(std::ios_base::badbit);
+    }
+    catch (const std::ios_base::failure&) // NOLINT(bugprone-empty-catch)
+    {
+        // The bit is set. The stream's reading operation throws for it by itself, after it has counted the bytes that
+        // arrived before the failure; a throw from here would lose the count.
+    }
+}
+
+std::streamsize BaseStreamBuffer::xsputn(const char* from, std::streamsize count)
+{
+    if (m_direction == E_IN)
+    {
+        return 0;
+    }
+    std::streamsize done = 0;
+    while (done < count)
+    {
+        const std::streamsize rest = count - done;
+        if (pptr() == pbase() && rest >= m_size)
+        {
+            if (buffer_to_device(from + done, static_cast<int>(m_size)) < 0)
+            {
+                break;
+            }
+            done += m_size;
+            continue;
+        }
+        if (!makePutRoom(rest))
+        {
+            break;
+        }
+        const std::streamsize run = std::min<std::streamsize>(rest, epptr() - pptr());
+        std::memcpy(pptr(), from + done, static_cast<std::size_t>(run));
+        pbump(static_cast<int>(run));
+        done += run;
+    }
+    return done;
+}
+
+BaseStreamBuffer::int_type BaseStreamBuffer::overflow(int_type c)
+{
+    if (m_direction == E_IN)
+    {
+        return traits_type::eof();
+    }
+    if (traits_type::eq_int_type(c, traits_type::eof()))
+    {
+        return flush() ? traits_type::not_eof(c) : traits_type::eof();
+    }
+    if (!makePutRoom(1))
+    {
+        return traits_type::eof();
+    }
+    *pptr() = traits_type::to_char_type(c);
+    pbump(1);
+    return c;
+}
+
+int BaseStreamBuffer::sync()
+{
+    return flush() ? 0 : -1;
+}
+
+// Leaves at least one byte of room, by growing the buffer up to its size or by flushing it.
+bool BaseStreamBuffer::makePutRoom(std::streamsize wanted)
+{
+    if (wanted > epptr() - pptr() && m_putSize < m_size)
+    {
+        growPutBuffer(wanted);
+    }
+    return pptr() != epptr() || flush();
+}
+
+void BaseStreamBuffer::growPutBuffer(std::streamsize wanted)
+{
+    const std::streamsize held = pptr() - pbase();
+    const std::streamsize size = held + wanted <= FIRST_PUT_SIZE ? std::min(FIRST_PUT_SIZE, m_size) : m_size;
+    std::unique_ptr<char[]> grown(new char[static_cast<std::size_t>(size)]);
+    if (held > 0)
+    {
+        std::memcpy(grown.get(), pbase(), static_cast<std::size_t>(held));
+    }
+    m_putBuffer = std::move(grown);
+    m_putSize = size;
+    initPutBuffer();
+    pbump(static_cast<int>(held));
+}
+
+// The put area is empty afterwards, whatever the result: the bytes of a failed flush are lost.
+bool BaseStreamBuffer::flush()
+{
+    const auto held = static_cast<int>(pptr() - pbase());
+    if (held == 0)
+    {
+        return true;
+    }
+    initPutBuffer();
+    return buffer_to_device(m_putBuffer.get(), held) >= 0;
+}
+
+} // namespace blocxx

@@ -1,0 +1,8 @@
+#include "blocxx/IOIFC.hpp"
+
+namespace blocxx
+{
+
+IOIFC::~IOIFC() = default;
+
+} // namespace blocxx
