@@ -92,11 +92,12 @@ struct Launch
     int errorOutput;
     int failure;
     pid_t parent;
+    int deathSignal;
 };
 
 [[noreturn]] void become(const Launch& launch)
 {
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    ::prctl(PR_SET_PDEATHSIG, launch.deathSignal);
     sigset_t none;
     sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -134,7 +135,7 @@ ChildProcess::ChildProcess(std::vector<std::string> command, Options options) : 
     const Launch launch = {
         program.c_str(),        arguments.data(),    variables.data(),      options.workingDirectory.c_str(),
         &options.inherit,       input.readEnd.get(), output.writeEnd.get(), errorOutput.writeEnd.get(),
-        failure.writeEnd.get(), ::getpid()};
+        failure.writeEnd.get(), ::getpid(),          options.deathSignal};
     m_pid = ::fork();
     if (m_pid == 0)
     {

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -27,7 +28,8 @@ public:
         std::vector<std::pair<std::string, std::string>> environment; ///< added to, or replacing, the test's own
         std::string workingDirectory;                                 ///< empty for the test's own
         std::string input;                                            ///< what the program finds on standard input
-        std::vector<int> inherit; ///< descriptors that stay open under their own numbers; all others are closed
+        int deathSignal = SIGKILL; ///< what the program gets when the thread that started it ends
+        std::vector<int> inherit;  ///< descriptors that stay open under their own numbers; all others are closed
     };
 
     /// Starts `command[0]`, looked up along PATH when it has no slash. Throws `std::runtime_error` naming the program
