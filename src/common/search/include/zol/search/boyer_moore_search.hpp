@@ -1,0 +1,376 @@
+#pragma once
+
+#include "blocxx/BaseStreamBuffer.hpp"
+#include "zol/Export.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <istream>
+#include <limits>
+#include <stdexcept>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace ZOLNS2
+{
+
+/// Finds a fixed byte pattern in an input stream that cannot be rewound, and hands back everything in front of it.
+///
+/// The search is that of Boyer and Moore ("A fast string searching algorithm", Communications of the ACM 20, 1977),
+/// with the bad-character rule and the strong good-suffix rule. The pattern may hold any bytes, NUL included.
+///
+/// A search does not change the object: several threads may search with one object at a time, each in a stream of its
+/// own, as long as none assigns to it. `CharT` is the character type of std::istream, `SizeT` the type of lengths,
+/// `IndexT` a signed type that can hold the length of the longest pattern.
+template <class CharT, class SizeT, class IndexT>
+class boyer_moore_search
+{
+    static_assert(std::is_same_v<CharT, char>, "a std::istream is made of char");
+    static_assert(std::is_unsigned_v<SizeT> && std::is_signed_v<IndexT>);
+
+public:
+    /// Copies the `length` bytes at `pattern`, which may be null when `length` is 0, and prepares the tables.
+    /// Throws std::length_error when `IndexT` cannot count the bytes.
+    boyer_moore_search(const CharT* pattern, SizeT length);
+
+    /// Computes the shifts of the good-suffix rule from the pattern. The constructor has already done so.
+    void precompute_suffix_table();
+
+    /// Reads `in` up to and including the first occurrence of the pattern.
+    ///
+    /// True: found. `out` holds every byte read in front of the occurrence, the occurrence itself is dropped, and the
+    /// stream stands right behind it: nothing further has been read, and neither eofbit nor failbit is set. An empty
+    /// pattern is found at once, with nothing read.
+    ///
+    /// False: the stream ended or failed first, and shows so as after a single-character read that failed. `out` holds
+    /// every byte that was left. A stream that was already failed on entry is not touched, and `out` is then empty.
+    ///
+    /// What a stream with an exception mask throws passes through; `out` then holds the bytes that cannot be part of an
+    /// occurrence. How many bytes the stream reports in gcount() is unspecified.
+    bool searchStream(std::istream& in, std::vector<CharT>& out) const;
+
+private:
+    template <class Buffer, class = void>
+    struct OffersWindows : std::false_type
+    {
+    };
+    template <class Buffer>
+    struct OffersWindows<Buffer, std::void_t<decltype(std::declval<const Buffer&>().window().data),
+                                             decltype(std::declval<const Buffer&>().window().size),
+                                             decltype(std::declval<Buffer&>().consume(std::size_t()))>> : std::true_type
+    {
+    };
+
+    static std::size_t asIndex(CharT c) { return static_cast<unsigned char>(c); }
+
+    void precomputeCharacterTables();
+    static std::ptrdiff_t lastMismatch(const CharT* left, const CharT* right, std::size_t size);
+    bool scan(const CharT* text, std::size_t size, std::size_t& candidate) const;
+    bool search(std::istream& in, std::vector<CharT>& out, std::size_t& candidate) const;
+    template <class Buffer>
+    bool searchWindows(std::istream& in, Buffer& buffer, std::vector<CharT>& out, std::size_t& candidate) const;
+    bool searchBlocks(std::istream& in, std::vector<CharT>& out, std::size_t& candidate) const;
+    static bool readByte(std::istream& in, std::vector<CharT>& out);
+    static bool readBlock(std::istream& in, std::vector<CharT>& out, std::size_t size);
+
+    std::vector<CharT> m_pattern;
+    std::array<IndexT, 256> m_lastOccurrence{};
+    /// Shift by the byte under the pattern's last one, both rules applied; 0 for the byte that matches there.
+    std::array<SizeT, 256> m_endShift{};
+    /// Entry i is the good-suffix shift when everything from i on matched and the byte in front of it did not.
+    std::vector<IndexT> m_suffixShift;
+};
+
+template <class CharT, class SizeT, class IndexT>
+boyer_moore_search<CharT, SizeT, IndexT>::boyer_moore_search(const CharT* pattern, SizeT length)
+{
+    if (length >= static_cast<std::make_unsigned_t<IndexT>>(std::numeric_limits<IndexT>::max()))
+    {
+        throw std::length_error("boyer_moore_search: the pattern is too long");
+    }
+    m_pattern.assign(pattern, pattern + length);
+    precompute_suffix_table();
+    precomputeCharacterTables();
+}
+
+template <class CharT, class SizeT, class IndexT>
+void boyer_moore_search<CharT, SizeT, IndexT>::precompute_suffix_table()
+{
+    const auto length = static_cast<IndexT>(m_pattern.size());
+    const auto at = [](auto& table, IndexT i) -> auto&
+    {
+        return table[static_cast<std::size_t>(i)];
+    };
+    // border[i] is where the widest border of the suffix that begins at i begins.
+    std::vector<IndexT> border(m_pattern.size() + 1, 0);
+    m_suffixShift.assign(m_pattern.size() + 1, 0);
+
+    IndexT j = length + 1;
+    border.back() = j;
+    for (IndexT i = length; i > 0;)
+    {
+        while (j <= length && at(m_pattern, i - 1) != at(m_pattern, j - 1))
+        {
+            if (at(m_suffixShift, j) == 0)
+            {
+                at(m_suffixShift, j) = j - i;
+            }
+            j = at(border, j);
+        }
+        --i;
+        --j;
+        at(border, i) = j;
+    }
+
+    // Where the suffix does not occur again, the pattern moves on to its widest border.
+    j = border.front();
+    for (IndexT i = 0; i <= length; ++i)
+    {
+        if (at(m_suffixShift, i) == 0)
+        {
+            at(m_suffixShift, i) = j;
+        }
+        if (i == j)
+        {
+            j = at(border, j);
+        }
+    }
+}
+
+template <class CharT, class SizeT, class IndexT>
+void boyer_moore_search<CharT, SizeT, IndexT>::precomputeCharacterTables()
+{
+    m_lastOccurrence.fill(-1);
+    for (std::size_t i = 0; i < m_pattern.size(); ++i)
+    {
+        m_lastOccurrence[asIndex(m_pattern[i])] = static_cast<IndexT>(i);
+    }
+    const IndexT last = static_cast<IndexT>(m_pattern.size()) - 1;
+    for (std::size_t c = 0; c < m_endShift.size(); ++c)
+    {
+        const bool matches = m_lastOccurrence[c] == last;
+        m_endShift[c] = matches ? 0 : static_cast<SizeT>(std::max(m_suffixShift.back(), last - m_lastOccurrence[c]));
+    }
+}
+
+/// The index of the last byte in which the two differ, -1 when they are equal.
+template <class CharT, class SizeT, class IndexT>
+std::ptrdiff_t boyer_moore_search<CharT, SizeT, IndexT>::lastMismatch(const CharT* left, const CharT* right,
+                                                                      std::size_t size)
+{
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    // Eight bytes at a time: text that nearly matches would otherwise cost a step for each byte of the pattern.
+    for (; size >= sizeof(std::uint64_t); size -= sizeof(std::uint64_t))
+    {
+        std::uint64_t x = 0;
+        std::uint64_t y = 0;
+        std::memcpy(&x, left + size - sizeof x, sizeof x);
+        std::memcpy(&y, right + size - sizeof y, sizeof y);
+        if (x != y)
+        {
+            return static_cast<std::ptrdiff_t>(size) - 1 - __builtin_clzll(x ^ y) / 8;
+        }
+    }
+#endif
+    while (size > 0 && left[size - 1] == right[size - 1])
+    {
+        --size;
+    }
+    return static_cast<std::ptrdiff_t>(size) - 1;
+}
+
+/// Looks for the pattern in `text`, at `candidate` and behind it. When it is there, `candidate` becomes its place; else
+/// the first place where it could still begin, fewer bytes than the pattern has before the end of the text or behind
+/// that end.
+template <class CharT, class SizeT, class IndexT>
+bool boyer_moore_search<CharT, SizeT, IndexT>::scan(const CharT* text, std::size_t size, std::size_t& candidate) const
+{
+    const std::size_t last = m_pattern.size() - 1;
+    std::size_t end = candidate + last;
+    while (end < size)
+    {
+        const std::size_t shift = m_endShift[asIndex(text[end])];
+        if (shift != 0)
+        {
+            end += shift;
+            continue;
+        }
+        const CharT* const begin = text + (end - last);
+        const std::ptrdiff_t mismatch = lastMismatch(begin, m_pattern.data(), last);
+        if (mismatch < 0)
+        {
+            candidate = end - last;
+            return true;
+        }
+        const auto j = static_cast<IndexT>(mismatch);
+        end += static_cast<std::size_t>(
+            std::max(m_suffixShift[static_cast<std::size_t>(j + 1)], j - m_lastOccurrence[asIndex(begin[mismatch])]));
+    }
+    candidate = end - last;
+    return false;
+}
+
+template <class CharT, class SizeT, class IndexT>
+bool boyer_moore_search<CharT, SizeT, IndexT>::searchStream(std::istream& in, std::vector<CharT>& out) const
+{
+    out.clear();
+    if (in.fail())
+    {
+        return false;
+    }
+    if (m_pattern.empty())
+    {
+        return true;
+    }
+    const std::istream::sentry ready(in, true);
+    if (!ready)
+    {
+        return false;
+    }
+    std::size_t candidate = 0;
+    try
+    {
+        return search(in, out, candidate);
+    }
+    catch (...)
+    {
+        out.resize(std::min(candidate, out.size()));
+        throw;
+    }
+}
+
+// While a search runs, `out` also holds the bytes that may still begin an occurrence: those from `candidate` on.
+template <class CharT, class SizeT, class IndexT>
+bool boyer_moore_search<CharT, SizeT, IndexT>::search(std::istream& in, std::vector<CharT>& out,
+                                                      std::size_t& candidate) const
+{
+    if constexpr (OffersWindows<blocxx::BaseStreamBuffer>::value)
+    {
+        if (auto* const buffer = dynamic_cast<blocxx::BaseStreamBuffer*>(in.rdbuf()))
+        {
+            return searchWindows(in, *buffer, out, candidate);
+        }
+    }
+    return searchBlocks(in, out, candidate);
+}
+
+/// Scans what the stream's buffer holds in place, and moves whole windows to `out`.
+template <class CharT, class SizeT, class IndexT>
+template <class Buffer>
+bool boyer_moore_search<CharT, SizeT, IndexT>::searchWindows(std::istream& in, Buffer& buffer, std::vector<CharT>& out,
+                                                             std::size_t& candidate) const
+{
+    while (true)
+    {
+        if (buffer.window().size == 0 && !readByte(in, out))
+        {
+            return false;
+        }
+        const auto window = buffer.window();
+        std::size_t inWindow = 0;
+        if (candidate < out.size())
+        {
+            // An occurrence may begin in front of the window: look at the seam, with as much of the window as that
+            // takes.
+            const std::size_t held = out.size();
+            const std::size_t borrowed = std::min(window.size, m_pattern.size() - 1);
+            out.insert(out.end(), window.data, window.data + borrowed);
+            if (scan(out.data(), out.size(), candidate))
+            {
+                buffer.consume(candidate + m_pattern.size() - held);
+                out.resize(candidate);
+                return true;
+            }
+            if (candidate < held)
+            {
+                buffer.consume(borrowed);
+                continue;
+            }
+            inWindow = candidate - held;
+            out.resize(held);
+        }
+        const std::size_t base = out.size();
+        const bool found = scan(window.data, window.size, inWindow);
+        candidate = base + inWindow;
+        out.insert(out.end(), window.data, window.data + (found ? inWindow : window.size));
+        buffer.consume(found ? inWindow + m_pattern.size() : window.size);
+        if (found)
+        {
+            return true;
+        }
+    }
+}
+
+/// Reads just what is missing for the next comparison, which makes it right for any stream.
+template <class CharT, class SizeT, class IndexT>
+bool boyer_moore_search<CharT, SizeT, IndexT>::searchBlocks(std::istream& in, std::vector<CharT>& out,
+                                                            std::size_t& candidate) const
+{
+    do
+    {
+        if (!readBlock(in, out, candidate + m_pattern.size() - out.size()))
+        {
+            return false;
+        }
+    } while (!scan(out.data(), out.size(), candidate));
+    out.resize(candidate);
+    return true;
+}
+
+template <class CharT, class SizeT, class IndexT>
+bool boyer_moore_search<CharT, SizeT, IndexT>::readByte(std::istream& in, std::vector<CharT>& out)
+{
+    const std::istream::int_type c = in.get();
+    if (in.fail())
+    {
+        return false;
+    }
+    out.push_back(std::istream::traits_type::to_char_type(c));
+    return true;
+}
+
+/// Appends exactly `size` bytes of the stream to `out`; false when it ended or failed first, with those that came
+/// appended.
+template <class CharT, class SizeT, class IndexT>
+bool boyer_moore_search<CharT, SizeT, IndexT>::readBlock(std::istream& in, std::vector<CharT>& out, std::size_t size)
+{
+    while (size > 0)
+    {
+        auto ready = static_cast<std::size_t>(std::max<std::streamsize>(in.rdbuf()->in_avail(), 0));
+        if (ready == 0)
+        {
+            // The buffer is refilled for a single byte, so that none is lost in a buffer that throws halfway.
+            if (!readByte(in, out))
+            {
+                return false;
+            }
+            --size;
+            if (size == 0 || in.rdbuf()->in_avail() > 0)
+            {
+                continue;
+            }
+            ready = size; // the stream keeps nothing in a buffer
+        }
+        const std::size_t wanted = std::min(ready, size);
+        const std::size_t held = out.size();
+        out.resize(held + wanted);
+        in.read(out.data() + held, static_cast<std::streamsize>(wanted));
+        const auto got = static_cast<std::size_t>(in.gcount());
+        out.resize(held + got);
+        size -= got;
+        if (in.fail())
+        {
+            in.setstate(std::ios_base::failbit); // a single-character read sets it beside badbit, a block read does not
+            return false;
+        }
+    }
+    return true;
+}
+
+extern template class ZOL_API boyer_moore_search<char, unsigned long, int>;
+
+} // namespace ZOLNS2

@@ -1,0 +1,225 @@
+#include "ReferenceSearch.hpp"
+#include "SearchStreams.hpp"
+
+#include "zol/search/boyer_moore_search.hpp"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+using namespace search_test;
+
+namespace
+{
+
+using Search = ZOLNS2::boyer_moore_search<char, unsigned long, int>;
+
+/// Calls `use` with every word over the first `letters` letters that has at most `longest` of them.
+void forEachWord(int letters, std::size_t longest, const std::function<void(const std::string&)>& use)
+{
+    std::string word;
+    const std::function<void()> grow = [&]
+    {
+        use(word);
+        for (char c = 'a'; word.size() < longest && c < 'a' + letters; ++c)
+        {
+            word.push_back(c);
+            grow();
+            word.pop_back();
+        }
+    };
+    grow();
+}
+
+/// Searches a text to its end, again and again, and compares every piece with what std::string finds.
+template <class Buffer>
+class Checker
+{
+public:
+    Checker() : m_buffer(Script{}), m_in(&m_buffer) {}
+
+    void check(const Search& search, const std::string& pattern, const std::string& text, std::size_t step)
+    {
+        m_buffer.rewind(text, step);
+        m_in.clear();
+        std::size_t begin = 0;
+        bool more = true;
+        while (more)
+        {
+            const std::size_t end = text.find(pattern, begin);
+            more = end != std::string::npos;
+            const bool found = search.searchStream(m_in, m_out);
+            const std::string_view expected = std::string_view(text).substr(begin, more ? end - begin : text.npos);
+            const std::size_t position = more ? end + pattern.size() : text.size();
+            if (found != more || std::string_view(m_out.data(), m_out.size()) != expected ||
+                m_in.rdstate() != (more ? std::ios::goodbit : std::ios::eofbit | std::ios::failbit) ||
+                m_buffer.handedOut() != position)
+            {
+                ADD_FAILURE() << "pattern '" << pattern << "', text '" << text << "', from " << begin << ", step "
+                              << step;
+                return;
+            }
+            begin = position;
+        }
+        ++m_cases;
+    }
+
+    int cases() const { return m_cases; }
+
+private:
+    Buffer m_buffer;
+    std::istream m_in;
+    std::vector<char> m_out;
+    int m_cases = 0;
+};
+
+/// Every pattern and every text of the alphabet, with refills of changing sizes.
+template <class Buffer>
+int checkAllWords(int letters, std::size_t longestPattern, std::size_t longestText)
+{
+    Checker<Buffer> checker;
+    forEachWord(letters, longestPattern,
+                [&](const std::string& pattern)
+                {
+                    if (pattern.empty())
+                    {
+                        return;
+                    }
+                    const Search search(pattern.data(), pattern.size());
+                    forEachWord(letters, longestText,
+                                [&](const std::string& text)
+                                {
+                                    if (testing::Test::HasFailure())
+                                    {
+                                        return;
+                                    }
+                                    const auto n = static_cast<std::size_t>(checker.cases());
+                                    checker.check(search, pattern, text, 1 + n % (longestText + 1));
+                                });
+                });
+    return checker.cases();
+}
+
+TEST(BoyerMooreSearchCases, EveryPatternInEveryTextOfTwoLettersThroughAStreamBufferOfOurs)
+{
+    const int cases = checkAllWords<DeviceBuffer>(2, 6, 12);
+    RecordProperty("cases", cases);
+    EXPECT_EQ(cases, 126 * 8191);
+}
+
+TEST(BoyerMooreSearchCases, EveryPatternInEveryTextOfTwoLettersThroughAnyOtherStreamBuffer)
+{
+    const int cases = checkAllWords<PlainBuffer>(2, 6, 11);
+    RecordProperty("cases", cases);
+    EXPECT_EQ(cases, 126 * 4095);
+}
+
+TEST(BoyerMooreSearchCases, EveryPatternInEveryTextOfThreeLettersThroughAStreamBufferOfOurs)
+{
+    const int cases = checkAllWords<DeviceBuffer>(3, 4, 8);
+    RecordProperty("cases", cases);
+    EXPECT_EQ(cases, 120 * 9841);
+}
+
+TEST(BoyerMooreSearchCases, EveryPatternInEveryTextOfThreeLettersThroughAnyOtherStreamBuffer)
+{
+    const int cases = checkAllWords<PlainBuffer>(3, 4, 7);
+    RecordProperty("cases", cases);
+    EXPECT_EQ(cases, 120 * 3280);
+}
+
+std::string randomBytes(std::mt19937& random, std::size_t length, int values)
+{
+    std::string bytes(length, '\0');
+    std::uniform_int_distribution<int> value(0, values - 1);
+    for (char& c : bytes)
+    {
+        c = static_cast<char>(value(random) * (256 / values));
+    }
+    return bytes;
+}
+
+/// A text in which whole patterns, their beginnings and near misses stand close together.
+std::string textAround(const std::string& pattern, std::mt19937& random, int values)
+{
+    std::string text;
+    while (text.size() < 600)
+    {
+        switch (random() % 4)
+        {
+        case 0:
+            text += pattern;
+            break;
+        case 1:
+            text += pattern.substr(0, random() % pattern.size());
+            break;
+        case 2:
+            text += pattern;
+            text[text.size() - 1 - random() % pattern.size()] ^= 1;
+            break;
+        default:
+            text += randomBytes(random, random() % 80, values);
+        }
+    }
+    return text;
+}
+
+TEST(BoyerMooreSearchCases, RandomBytesWithRefillsOfEverySize)
+{
+    std::mt19937 random(20240607);
+    Checker<DeviceBuffer> device;
+    Checker<PlainBuffer> plain;
+    Checker<UnbufferedBuffer> unbuffered;
+    for (int round = 0; round < 300 && !HasFailure(); ++round)
+    {
+        const int values = round % 3 == 0 ? 256 : 2 + round % 7;
+        const std::string pattern = randomBytes(random, 1 + random() % 75, values);
+        const std::string text = textAround(pattern, random, values);
+        const Search search(pattern.data(), pattern.size());
+        for (std::size_t step = 1; step <= 64; ++step)
+        {
+            device.check(search, pattern, text, step);
+            plain.check(search, pattern, text, step);
+        }
+        unbuffered.check(search, pattern, text, 1 + random() % 700);
+    }
+    RecordProperty("cases", device.cases() + plain.cases() + unbuffered.cases());
+    EXPECT_EQ(device.cases(), 300 * 64);
+}
+
+TEST(BoyerMooreSearchCases, RandomSearchesLeaveWhatSingleCharacterReadsLeave)
+{
+    std::mt19937 random(7);
+    int cases = 0;
+    for (int round = 0; round < 2000 && !HasFailure(); ++round)
+    {
+        const int values = 2 + round % 4;
+        const std::string pattern = randomBytes(random, 1 + random() % 12, values);
+        const Script script{textAround(pattern, random, values), 1 + random() % 70};
+        DeviceBuffer ours(script);
+        DeviceBuffer theirs(script);
+        std::istream in(&ours);
+        std::istream reference(&theirs);
+        std::vector<char> out;
+        std::vector<char> expected;
+        while (reference)
+        {
+            const std::string other = randomBytes(random, 1 + random() % 6, values);
+            const std::string& wanted = random() % 2 == 0 ? pattern : other;
+            const bool found = Search(wanted.data(), wanted.size()).searchStream(in, out);
+            ASSERT_EQ(found, ReferenceSearch(wanted).searchStream(reference, expected));
+            ASSERT_EQ(out, expected);
+            ASSERT_EQ(in.rdstate(), reference.rdstate());
+            ASSERT_EQ(ours.handedOut(), theirs.handedOut());
+            ++cases;
+        }
+    }
+    RecordProperty("cases", cases);
+    EXPECT_GT(cases, 2000);
+}
+
+} // namespace
