@@ -3,6 +3,8 @@
 #include "blocxx/BaseStreamBuffer.hpp"
 #include "zol/Export.hpp"
 
+#include <cxxabi.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -68,19 +70,21 @@ private:
     static std::size_t asIndex(CharT c) { return static_cast<unsigned char>(c); }
 
     void precomputeCharacterTables();
+    std::size_t shiftAfter(std::ptrdiff_t mismatch, std::size_t c) const;
     static std::ptrdiff_t lastMismatch(const CharT* left, const CharT* right, std::size_t size);
     bool scan(const CharT* text, std::size_t size, std::size_t& candidate) const;
     bool search(std::istream& in, std::vector<CharT>& out, std::size_t& candidate) const;
     template <class Buffer>
     bool searchWindows(std::istream& in, Buffer& buffer, std::vector<CharT>& out, std::size_t& candidate) const;
     bool searchBlocks(std::istream& in, std::vector<CharT>& out, std::size_t& candidate) const;
-    static bool readByte(std::istream& in, std::vector<CharT>& out);
     static bool readBlock(std::istream& in, std::vector<CharT>& out, std::size_t size);
+    static bool refill(std::istream& in);
+    static void setBad(std::istream& in);
 
     std::vector<CharT> m_pattern;
     std::array<IndexT, 256> m_lastOccurrence{};
     /// Shift by the byte under the pattern's last one, both rules applied; 0 for the byte that matches there.
-    std::array<SizeT, 256> m_endShift{};
+    std::array<std::size_t, 256> m_endShift{};
     /// Entry i is the good-suffix shift when everything from i on matched and the byte in front of it did not.
     std::vector<IndexT> m_suffixShift;
 };
@@ -100,43 +104,39 @@ boyer_moore_search<CharT, SizeT, IndexT>::boyer_moore_search(const CharT* patter
 template <class CharT, class SizeT, class IndexT>
 void boyer_moore_search<CharT, SizeT, IndexT>::precompute_suffix_table()
 {
-    const auto length = static_cast<IndexT>(m_pattern.size());
-    const auto at = [](auto& table, IndexT i) -> auto&
-    {
-        return table[static_cast<std::size_t>(i)];
-    };
-    // border[i] is where the widest border of the suffix that begins at i begins.
-    std::vector<IndexT> border(m_pattern.size() + 1, 0);
-    m_suffixShift.assign(m_pattern.size() + 1, 0);
+    const std::size_t length = m_pattern.size();
+    // border[i] is where the widest border of the suffix that begins at i begins; behind the end where there is none.
+    std::vector<std::size_t> border(length + 1, 0);
+    m_suffixShift.assign(length + 1, 0);
 
-    IndexT j = length + 1;
-    border.back() = j;
-    for (IndexT i = length; i > 0;)
+    std::size_t j = length + 1;
+    border[length] = j;
+    for (std::size_t i = length; i > 0;)
     {
-        while (j <= length && at(m_pattern, i - 1) != at(m_pattern, j - 1))
+        while (j <= length && m_pattern[i - 1] != m_pattern[j - 1])
         {
-            if (at(m_suffixShift, j) == 0)
+            if (m_suffixShift[j] == 0)
             {
-                at(m_suffixShift, j) = j - i;
+                m_suffixShift[j] = static_cast<IndexT>(j - i);
             }
-            j = at(border, j);
+            j = border[j];
         }
         --i;
         --j;
-        at(border, i) = j;
+        border[i] = j;
     }
 
     // Where the suffix does not occur again, the pattern moves on to its widest border.
-    j = border.front();
-    for (IndexT i = 0; i <= length; ++i)
+    j = border[0];
+    for (std::size_t i = 0; i <= length; ++i)
     {
-        if (at(m_suffixShift, i) == 0)
+        if (m_suffixShift[i] == 0)
         {
-            at(m_suffixShift, i) = j;
+            m_suffixShift[i] = static_cast<IndexT>(j);
         }
         if (i == j)
         {
-            j = at(border, j);
+            j = border[j];
         }
     }
 }
@@ -149,12 +149,19 @@ void boyer_moore_search<CharT, SizeT, IndexT>::precomputeCharacterTables()
     {
         m_lastOccurrence[asIndex(m_pattern[i])] = static_cast<IndexT>(i);
     }
-    const IndexT last = static_cast<IndexT>(m_pattern.size()) - 1;
+    const std::ptrdiff_t last = static_cast<std::ptrdiff_t>(m_pattern.size()) - 1;
     for (std::size_t c = 0; c < m_endShift.size(); ++c)
     {
-        const bool matches = m_lastOccurrence[c] == last;
-        m_endShift[c] = matches ? 0 : static_cast<SizeT>(std::max(m_suffixShift.back(), last - m_lastOccurrence[c]));
+        m_endShift[c] = m_lastOccurrence[c] == last ? 0 : shiftAfter(last, c);
     }
+}
+
+/// How far the pattern moves when all behind `mismatch` matched and the byte there, which is `c`, did not.
+template <class CharT, class SizeT, class IndexT>
+std::size_t boyer_moore_search<CharT, SizeT, IndexT>::shiftAfter(std::ptrdiff_t mismatch, std::size_t c) const
+{
+    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(m_suffixShift[static_cast<std::size_t>(mismatch + 1)],
+                                                             mismatch - m_lastOccurrence[c]));
 }
 
 /// The index of the last byte in which the two differ, -1 when they are equal.
@@ -164,16 +171,23 @@ std::ptrdiff_t boyer_moore_search<CharT, SizeT, IndexT>::lastMismatch(const Char
 {
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
     // Eight bytes at a time: text that nearly matches would otherwise cost a step for each byte of the pattern.
-    for (; size >= sizeof(std::uint64_t); size -= sizeof(std::uint64_t))
+    const std::size_t word = sizeof(std::uint64_t);
+    if (size >= word)
     {
-        std::uint64_t x = 0;
-        std::uint64_t y = 0;
-        std::memcpy(&x, left + size - sizeof x, sizeof x);
-        std::memcpy(&y, right + size - sizeof y, sizeof y);
-        if (x != y)
+        for (; size > 0; size -= std::min(size, word))
         {
-            return static_cast<std::ptrdiff_t>(size) - 1 - __builtin_clzll(x ^ y) / 8;
+            // The last word, at the front, reaches over bytes that are known to be equal.
+            const std::size_t at = std::max(size, word) - word;
+            std::uint64_t x = 0;
+            std::uint64_t y = 0;
+            std::memcpy(&x, left + at, word);
+            std::memcpy(&y, right + at, word);
+            if (x != y)
+            {
+                return static_cast<std::ptrdiff_t>(at + word) - 1 - __builtin_clzll(x ^ y) / 8;
+            }
         }
+        return -1;
     }
 #endif
     while (size > 0 && left[size - 1] == right[size - 1])
@@ -206,9 +220,7 @@ bool boyer_moore_search<CharT, SizeT, IndexT>::scan(const CharT* text, std::size
             candidate = end - last;
             return true;
         }
-        const auto j = static_cast<IndexT>(mismatch);
-        end += static_cast<std::size_t>(
-            std::max(m_suffixShift[static_cast<std::size_t>(j + 1)], j - m_lastOccurrence[asIndex(begin[mismatch])]));
+        end += shiftAfter(mismatch, asIndex(begin[mismatch]));
     }
     candidate = end - last;
     return false;
@@ -266,11 +278,15 @@ bool boyer_moore_search<CharT, SizeT, IndexT>::searchWindows(std::istream& in, B
 {
     while (true)
     {
-        if (buffer.window().size == 0 && !readByte(in, out))
+        if (buffer.window().size == 0 && !refill(in))
         {
             return false;
         }
         const auto window = buffer.window();
+        if (window.size == 0)
+        {
+            return searchBlocks(in, out, candidate); // a subclass that keeps nothing in the buffer
+        }
         std::size_t inWindow = 0;
         if (candidate < out.size())
         {
@@ -321,18 +337,6 @@ bool boyer_moore_search<CharT, SizeT, IndexT>::searchBlocks(std::istream& in, st
     return true;
 }
 
-template <class CharT, class SizeT, class IndexT>
-bool boyer_moore_search<CharT, SizeT, IndexT>::readByte(std::istream& in, std::vector<CharT>& out)
-{
-    const std::istream::int_type c = in.get();
-    if (in.fail())
-    {
-        return false;
-    }
-    out.push_back(std::istream::traits_type::to_char_type(c));
-    return true;
-}
-
 /// Appends exactly `size` bytes of the stream to `out`; false when it ended or failed first, with those that came
 /// appended.
 template <class CharT, class SizeT, class IndexT>
@@ -340,22 +344,17 @@ bool boyer_moore_search<CharT, SizeT, IndexT>::readBlock(std::istream& in, std::
 {
     while (size > 0)
     {
-        auto ready = static_cast<std::size_t>(std::max<std::streamsize>(in.rdbuf()->in_avail(), 0));
-        if (ready == 0)
+        // What is buffered is taken first, so that it is not lost in a buffer that throws while it refills.
+        std::streamsize ready = in.rdbuf()->in_avail();
+        if (ready <= 0)
         {
-            // The buffer is refilled for a single byte, so that none is lost in a buffer that throws halfway.
-            if (!readByte(in, out))
+            if (!refill(in))
             {
                 return false;
             }
-            --size;
-            if (size == 0 || in.rdbuf()->in_avail() > 0)
-            {
-                continue;
-            }
-            ready = size; // the stream keeps nothing in a buffer
+            ready = in.rdbuf()->in_avail();
         }
-        const std::size_t wanted = std::min(ready, size);
+        const std::size_t wanted = ready > 0 ? std::min(static_cast<std::size_t>(ready), size) : size;
         const std::size_t held = out.size();
         out.resize(held + wanted);
         in.read(out.data() + held, static_cast<std::streamsize>(wanted));
@@ -369,6 +368,50 @@ bool boyer_moore_search<CharT, SizeT, IndexT>::readBlock(std::istream& in, std::
         }
     }
     return true;
+}
+
+/// Has the stream's buffer fetch more. Where nothing more comes, false, with the state and the exception that a
+/// single-character read would leave.
+template <class CharT, class SizeT, class IndexT>
+bool boyer_moore_search<CharT, SizeT, IndexT>::refill(std::istream& in)
+{
+    try
+    {
+        if (in.rdbuf()->sgetc() != std::istream::traits_type::eof())
+        {
+            return true;
+        }
+    }
+    catch (const abi::__forced_unwind&)
+    {
+        throw; // a thread that is being cancelled may not be stopped here
+    }
+    catch (...)
+    {
+        setBad(in);
+        if ((in.exceptions() & std::ios_base::badbit) != 0)
+        {
+            throw;
+        }
+        in.setstate(std::ios_base::failbit);
+        return false;
+    }
+    in.setstate(std::ios_base::eofbit | std::ios_base::failbit);
+    return false;
+}
+
+/// Sets badbit and throws nothing, whatever the stream's exception mask.
+template <class CharT, class SizeT, class IndexT>
+void boyer_moore_search<CharT, SizeT, IndexT>::setBad(std::istream& in)
+{
+    try
+    {
+        in.setstate(std::ios_base::badbit);
+    }
+    catch (const std::ios_base::failure&)
+    {
+        // The bit is set all the same; the caller passes on what really happened.
+    }
 }
 
 extern template class ZOL_API boyer_moore_search<char, unsigned long, int>;
