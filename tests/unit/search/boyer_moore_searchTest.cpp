@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -206,6 +207,60 @@ TEST(BoyerMooreSearch, ReadsAStreamWithoutABufferInBlocks)
     EXPECT_TRUE(found.found);
     EXPECT_EQ(found.before.size(), 30000U);
     EXPECT_LE(buffer.calls(), 2U * 3001U) << "a single read and a block for every ten bytes";
+}
+
+TEST(BoyerMooreSearch, AStreamWithoutABufferThatThrowsIsLeftBadAndFailed)
+{
+    for (const std::size_t throwAt : {0U, 2U, 5U})
+    {
+        UnbufferedBuffer buffer(Script{"some text--b", 1, throwAt});
+        std::istream in(&buffer);
+        EXPECT_FALSE(searchIn(searchFor("--b"), in).found);
+        EXPECT_EQ(in.rdstate(), std::ios::badbit | std::ios::failbit);
+
+        UnbufferedBuffer again(Script{"some text--b", 1, throwAt});
+        std::istream throwing(&again);
+        throwing.exceptions(std::ios::badbit);
+        std::vector<char> out;
+        EXPECT_THROW(searchFor("--b").searchStream(throwing, out), std::runtime_error);
+        EXPECT_EQ(throwing.rdstate(), std::ios::badbit);
+    }
+}
+
+/// One of ours that keeps nothing in its buffer, so that it has no window to look into.
+class WindowlessBuffer : public DeviceBuffer
+{
+public:
+    using DeviceBuffer::DeviceBuffer;
+
+protected:
+    int_type underflow() override
+    {
+        if (m_next == traits_type::eof())
+        {
+            char c = 0;
+            m_next = buffer_from_device(&c, 1) == 1 ? traits_type::to_int_type(c) : traits_type::eof();
+        }
+        return m_next;
+    }
+    int_type uflow() override
+    {
+        const int_type c = underflow();
+        m_next = traits_type::eof();
+        return c;
+    }
+    std::streamsize xsgetn(char* to, std::streamsize count) override { return std::streambuf::xsgetn(to, count); }
+
+private:
+    int_type m_next = traits_type::eof();
+};
+
+TEST(BoyerMooreSearch, FindsItThroughABufferOfOursThatHasNoWindow)
+{
+    WindowlessBuffer buffer(Script{"some text--brest--", 1});
+    std::istream in(&buffer);
+    EXPECT_EQ(searchIn(searchFor("--b"), in), (Found{true, "some text"}));
+    EXPECT_EQ(searchIn(searchFor("--b"), in), (Found{false, "rest--"}));
 }
 
 TEST(BoyerMooreSearch, ACopyAndAnAssignedSearchFindWhatTheOriginalFinds)
