@@ -1,0 +1,59 @@
+#pragma once
+
+#include "blocxx/BLOCXX_config.h"
+#include "blocxx/DateTime.hpp"
+
+namespace blocxx
+{
+
+/// How long an operation may take: a span of seconds from its start, or a moment of the wall clock.
+///
+/// A span is measured with the monotonic clock. Zero, negative spans, a span that is not a number, and moments in the
+/// past leave no time: the operation fails unless it is ready at once. An infinite span never expires.
+class BLOCXX_COMMON_API Timeout
+{
+public:
+    enum ETimeoutType
+    {
+        E_ABSOLUTE,
+        E_RELATIVE,
+        E_RELATIVE_WITH_RESET
+    };
+
+    /// Expires at a moment of the wall clock. What is left is measured when an operation starts; setting the clock
+    /// during the operation changes nothing.
+    static Timeout absolute(const DateTime& dt) noexcept;
+
+    /// Expires that many seconds after the operation it is given to starts.
+    static Timeout relative(float seconds) noexcept;
+
+    /// As `relative`, for operations that start the span anew on activity.
+    static Timeout relativeWithReset(float seconds) noexcept;
+
+    /// Never expires; the same as `relative` with positive infinity. Usable during static initialisation.
+    static const Timeout infinite;
+
+    ETimeoutType getType() const noexcept { return m_type; }
+
+    /// The moment of an absolute time-out; the epoch for the others.
+    DateTime getAbsolute() const noexcept { return m_moment; }
+
+    /// The seconds of a relative time-out; 0 for an absolute one.
+    float getRelative() const noexcept { return m_seconds; }
+
+private:
+    constexpr Timeout(ETimeoutType type, DateTime moment, float seconds) noexcept
+        : m_type(type), m_seconds(seconds), m_moment(moment)
+    {
+    }
+
+    ETimeoutType m_type;
+    float m_seconds;
+    DateTime m_moment;
+};
+
+/// Two time-outs are equal when they are of one type and give the same moment or the same seconds.
+BLOCXX_COMMON_API bool operator==(const Timeout& left, const Timeout& right) noexcept;
+BLOCXX_COMMON_API bool operator!=(const Timeout& left, const Timeout& right) noexcept;
+
+} // namespace blocxx

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "blocxx/Timeout.hpp"
+
+#include <chrono>
+#include <cstddef>
+
+namespace blocxx
+{
+
+/// The moment at which an operation's time is up, measured with the monotonic clock.
+class Deadline
+{
+public:
+    /// Starts the operation's time now.
+    explicit Deadline(const Timeout& timeout);
+
+    bool expired() const;
+
+    /// The milliseconds left, as poll(2) takes them: rounded up, 0 when expired, -1 when there is no limit.
+    int remainingMilliseconds() const;
+
+    /// A deadline after one of so many equal parts of the time left.
+    Deadline firstOf(std::size_t parts) const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    bool m_limited;
+    Clock::time_point m_end;
+};
+
+} // namespace blocxx

@@ -1,0 +1,113 @@
+#include "io/DescriptorBIO.hpp"
+
+#include <openssl/bio.h>
+
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstdint>
+
+namespace blocxx
+{
+
+namespace
+{
+
+int descriptorOf(BIO* bio)
+{
+    return static_cast<int>(reinterpret_cast<std::intptr_t>(BIO_get_data(bio)));
+}
+
+int sendBytes(BIO* bio, const char* data, int length)
+{
+    BIO_clear_retry_flags(bio);
+    for (;;)
+    {
+        const ssize_t count =
+            ::send(descriptorOf(bio), data, static_cast<std::size_t>(length), MSG_DONTWAIT | MSG_NOSIGNAL);
+        if (count >= 0)
+        {
+            return static_cast<int>(count);
+        }
+        if (errno != EINTR)
+        {
+            break;
+        }
+    }
+    if (errno == EAGAIN)
+    {
+        BIO_set_retry_write(bio);
+    }
+    return -1;
+}
+
+int receiveBytes(BIO* bio, char* data, int length)
+{
+    BIO_clear_retry_flags(bio);
+    for (;;)
+    {
+        const ssize_t count = ::recv(descriptorOf(bio), data, static_cast<std::size_t>(length), MSG_DONTWAIT);
+        if (count > 0)
+        {
+            return static_cast<int>(count);
+        }
+        if (count == 0)
+        {
+            // OpenSSL asks for this flag to tell a cut connection from a failing one.
+            BIO_set_flags(bio, BIO_FLAGS_IN_EOF);
+            return 0;
+        }
+        if (errno != EINTR)
+        {
+            break;
+        }
+    }
+    if (errno == EAGAIN)
+    {
+        BIO_set_retry_read(bio);
+    }
+    return -1;
+}
+
+long control(BIO* bio, int command, long, void*)
+{
+    switch (command)
+    {
+    case BIO_CTRL_EOF:
+        return BIO_test_flags(bio, BIO_FLAGS_IN_EOF) != 0 ? 1 : 0;
+    case BIO_CTRL_FLUSH:
+        return 1;
+    default:
+        return 0;
+    }
+}
+
+BIO_METHOD* makeMethod()
+{
+    BIO_METHOD* const method =
+        BIO_meth_new(BIO_get_new_index() | BIO_TYPE_SOURCE_SINK | BIO_TYPE_DESCRIPTOR, "socket without SIGPIPE");
+    if (method != nullptr)
+    {
+        BIO_meth_set_write(method, sendBytes);
+        BIO_meth_set_read(method, receiveBytes);
+        BIO_meth_set_ctrl(method, control);
+    }
+    return method;
+}
+
+} // namespace
+
+BIO* newDescriptorBIO(int descriptor)
+{
+    // Never freed: connections may outlive static destruction.
+    static const BIO_METHOD* const method = makeMethod();
+    BIO* const bio = method != nullptr ? BIO_new(method) : nullptr;
+    if (bio != nullptr)
+    {
+        BIO_set_data(bio, reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)));
+        BIO_set_init(bio, 1);
+    }
+    return bio;
+}
+
+} // namespace blocxx

@@ -1,0 +1,113 @@
+#include "blocxx/Socket.hpp"
+
+#include "io/SSLSocketImpl.hpp"
+#include "io/SocketImpl.hpp"
+
+namespace blocxx
+{
+
+namespace
+{
+
+IntrusiveReference<SocketBaseImpl> makeImpl(const SSLClientCtxRef& sslCtx)
+{
+    if (sslCtx)
+    {
+        return new SSLSocketImpl(sslCtx);
+    }
+    return new SocketImpl;
+}
+
+} // namespace
+
+Socket::Socket() : m_impl(new SocketImpl) {}
+
+Socket::Socket(const SSLClientCtxRef& sslCtx) : m_impl(makeImpl(sslCtx)) {}
+
+Socket::Socket(const Socket& other) = default;
+Socket& Socket::operator=(const Socket& other) = default;
+Socket::~Socket() = default;
+
+void Socket::connect(const SocketAddress& addr)
+{
+    m_impl->connect(addr);
+}
+
+void Socket::disconnect()
+{
+    m_impl->disconnect();
+}
+
+bool Socket::isConnected() const
+{
+    return m_impl->isConnected();
+}
+
+void Socket::setConnectTimeout(const Timeout& timeout)
+{
+    m_impl->connectTimeout = timeout;
+}
+
+Timeout Socket::getConnectTimeout() const
+{
+    return m_impl->connectTimeout;
+}
+
+void Socket::setReceiveTimeout(const Timeout& timeout)
+{
+    m_impl->receiveTimeout = timeout;
+}
+
+Timeout Socket::getReceiveTimeout() const
+{
+    return m_impl->receiveTimeout;
+}
+
+void Socket::setSendTimeout(const Timeout& timeout)
+{
+    m_impl->sendTimeout = timeout;
+}
+
+Timeout Socket::getSendTimeout() const
+{
+    return m_impl->sendTimeout;
+}
+
+void Socket::setTimeouts(const Timeout& timeout)
+{
+    setConnectTimeout(timeout);
+    setReceiveTimeout(timeout);
+    setSendTimeout(timeout);
+}
+
+void Socket::setDefaultTimeouts(const Timeout& timeout)
+{
+    SocketBaseImpl::setDefaultTimeout(timeout);
+}
+
+int Socket::read(void* dataIn, int dataInLen, ErrorAction errorAsException)
+{
+    return m_impl->read(dataIn, dataInLen, errorAsException);
+}
+
+int Socket::write(const void* dataOut, int dataOutLen, ErrorAction errorAsException)
+{
+    return m_impl->write(dataOut, dataOutLen, errorAsException);
+}
+
+SocketAddress Socket::getPeerAddress() const
+{
+    return m_impl->peerAddress();
+}
+
+SocketAddress Socket::getLocalAddress() const
+{
+    return m_impl->localAddress();
+}
+
+SocketHandle_t Socket::getfd() const
+{
+    return m_impl->descriptor();
+}
+
+} // namespace blocxx

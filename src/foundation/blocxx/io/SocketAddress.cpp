@@ -1,0 +1,226 @@
+#include "blocxx/SocketAddress.hpp"
+
+#include "blocxx/Format.hpp"
+
+#include <arpa/inet.h>
+#include <netdb.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+namespace blocxx
+{
+
+BLOCXX_DEFINE_EXCEPTION_WITH_ID(UnknownHost)
+
+namespace
+{
+
+const char* const NOT_A_HOST = "not a host name";
+
+[[noreturn]] void throwUnknownHost(const String& host, const char* reason)
+{
+    BLOCXX_THROW(UnknownHostException, Format("Unknown host: %1: %2", host, reason).c_str());
+}
+
+template <typename Predicate>
+bool allBytes(const String& text, Predicate predicate)
+{
+    return std::all_of(text.c_str(), text.c_str() + text.length(), predicate);
+}
+
+bool isDigitOrDot(char c)
+{
+    return (c >= '0' && c <= '9') || c == '.';
+}
+
+// The resolver would cut at NUL, and take a trailing blank for part of no name or for none at all.
+bool mayStandInName(char c)
+{
+    const auto byte = static_cast<unsigned char>(c);
+    return byte > ' ' && byte != 0x7f;
+}
+
+const char* resolverReason(int code, int error)
+{
+    return code == EAI_SYSTEM ? std::strerror(error) : ::gai_strerror(code);
+}
+
+} // namespace
+
+SocketAddress::SocketAddress() : m_port(0), m_hasHostName(false), m_first{} {}
+
+SocketAddress SocketAddress::getByName(const String& host, unsigned short port)
+{
+    SocketAddress result;
+    result.m_name = host;
+    result.m_port = port;
+    if (!result.readLiteral())
+    {
+        result.resolve();
+    }
+    result.setPort(result.m_first);
+    for (Native& other : result.m_others)
+    {
+        result.setPort(other);
+    }
+    return result;
+}
+
+// Answers whether the name is an address in numbers. Throws for what looks like one and is none, which the resolver
+// would spend a look-up on, or read in forms (0x7f.1) that are no host name here.
+bool SocketAddress::readLiteral()
+{
+    const char* const text = m_name.c_str();
+    if (m_name.empty() || !allBytes(m_name, mayStandInName))
+    {
+        throwUnknownHost(m_name, NOT_A_HOST);
+    }
+    if (allBytes(m_name, isDigitOrDot))
+    {
+        // inet_aton knows the short forms as well, all of whose parts may be octal.
+        if (::inet_aton(text, &m_first.ipv4.sin_addr) == 0)
+        {
+            throwUnknownHost(m_name, NOT_A_HOST);
+        }
+        m_first.ipv4.sin_family = AF_INET;
+        return true;
+    }
+    if (m_name.indexOf(':') != String::npos)
+    {
+        if (::inet_pton(AF_INET6, text, &m_first.ipv6.sin6_addr) != 1)
+        {
+            throwUnknownHost(m_name, NOT_A_HOST);
+        }
+        m_first.ipv6.sin6_family = AF_INET6;
+        return true;
+    }
+    in_addr otherForm{};
+    if (::inet_aton(text, &otherForm) != 0)
+    {
+        throwUnknownHost(m_name, NOT_A_HOST);
+    }
+    return false;
+}
+
+void SocketAddress::resolve()
+{
+    addrinfo hints{};
+    hints.ai_family = AF_UNSPEC;
+    hints.ai_socktype = SOCK_STREAM;
+    // No AI_ADDRCONFIG: it hides localhost's addresses on a machine that has no others.
+    addrinfo* found = nullptr;
+    const int code = ::getaddrinfo(m_name.c_str(), nullptr, &hints, &found);
+    if (code != 0)
+    {
+        throwUnknownHost(m_name, resolverReason(code, errno));
+    }
+    const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> owner(found, ::freeaddrinfo);
+    for (const addrinfo* info = found; info != nullptr; info = info->ai_next)
+    {
+        Native native{};
+        if (!readNative(info->ai_addr, info->ai_addrlen, native))
+        {
+            continue;
+        }
+        if (getType() == UNSET)
+        {
+            m_first = native;
+        }
+        else
+        {
+            m_others.push_back(native);
+        }
+    }
+    if (getType() == UNSET)
+    {
+        throwUnknownHost(m_name, ::gai_strerror(EAI_NODATA));
+    }
+    m_hasHostName = true;
+}
+
+bool SocketAddress::readNative(const sockaddr* address, std::size_t size, Native& native)
+{
+    if (address == nullptr || size < sizeof(sa_family_t))
+    {
+        return false;
+    }
+    const std::size_t needed = address->sa_family == AF_INET    ? sizeof(sockaddr_in)
+                               : address->sa_family == AF_INET6 ? sizeof(sockaddr_in6)
+                                                                : 0;
+    if (needed == 0 || size < needed)
+    {
+        return false;
+    }
+    std::memcpy(&native, address, needed);
+    return true;
+}
+
+void SocketAddress::setPort(Native& native) const
+{
+    in_port_t& port = native.generic.sa_family == AF_INET6 ? native.ipv6.sin6_port : native.ipv4.sin_port;
+    port = htons(m_port);
+}
+
+String SocketAddress::getAddress() const
+{
+    if (getType() == UNSET)
+    {
+        return String();
+    }
+    char text[INET6_ADDRSTRLEN] = "";
+    const bool isIPv6 = m_first.generic.sa_family == AF_INET6;
+    const void* const bytes = isIPv6 ? static_cast<const void*>(&m_first.ipv6.sin6_addr) : &m_first.ipv4.sin_addr;
+    ::inet_ntop(m_first.generic.sa_family, bytes, text, sizeof text);
+    return String(text);
+}
+
+String SocketAddress::toString() const
+{
+    if (getType() == UNSET)
+    {
+        return String();
+    }
+    // Deliberately brackets around IPv6 (RFC 3986, 3.2.2): without them nobody can tell where the port begins.
+    const char* const form = m_first.generic.sa_family == AF_INET6 ? "[%1]:%2" : "%1:%2";
+    return Format(form, getAddress(), m_port);
+}
+
+SocketAddress SocketAddress::getCandidate(std::size_t index) const
+{
+    SocketAddress candidate;
+    candidate.m_name = m_name;
+    candidate.m_port = m_port;
+    candidate.m_hasHostName = m_hasHostName;
+    candidate.m_first = index == 0 ? m_first : m_others.at(index - 1);
+    return candidate;
+}
+
+const sockaddr* SocketAddress::getNativeForm() const
+{
+    return getType() == UNSET ? nullptr : &m_first.generic;
+}
+
+std::size_t SocketAddress::getNativeFormSize() const
+{
+    if (getType() == UNSET)
+    {
+        return 0;
+    }
+    return m_first.generic.sa_family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
+}
+
+void SocketAddress::assignFromNativeForm(const sockaddr* address, std::size_t size)
+{
+    m_first = Native{};
+    m_others.clear();
+    m_port = 0;
+    if (readNative(address, size, m_first))
+    {
+        m_port = ntohs(m_first.generic.sa_family == AF_INET6 ? m_first.ipv6.sin6_port : m_first.ipv4.sin_port);
+    }
+}
+
+} // namespace blocxx
