@@ -1,0 +1,202 @@
+// A loopback server that sends as fast as the kernel takes it, one connection after another, until its standard input
+// ends. It prints the port it listens on. What is asked for says what is sent:
+//   /small              128 bytes under five header lines
+//   /headers/LINES      128 bytes under that many header lines
+//   /identity/SIZE      SIZE bytes
+//   /chunked/CHUNK/SIZE SIZE bytes in chunks of CHUNK bytes
+//   /multipart/PART/SIZE a multipart body of at least SIZE bytes in parts of PART bytes
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+bool sendAll(int connection, const char* data, size_t size)
+{
+    while (size > 0)
+    {
+        const ssize_t sent = ::send(connection, data, size, MSG_NOSIGNAL);
+        if (sent <= 0)
+        {
+            return false;
+        }
+        data += sent;
+        size -= static_cast<size_t>(sent);
+    }
+    return true;
+}
+
+bool sendAll(int connection, const std::string& data)
+{
+    return sendAll(connection, data.data(), data.size());
+}
+
+/// Sends `unit` again and again until `size` bytes are out.
+bool sendRepeated(int connection, const std::string& unit, size_t size)
+{
+    while (size > 0)
+    {
+        const size_t count = std::min(size, unit.size());
+        if (!sendAll(connection, unit.data(), count))
+        {
+            return false;
+        }
+        size -= count;
+    }
+    return true;
+}
+
+/// Copies of `unit` until about a megabyte is reached, so that one system call moves much.
+std::string repeated(const std::string& unit)
+{
+    std::string result;
+    do
+    {
+        result += unit;
+    } while (result.size() + unit.size() <= (1U << 20));
+    return result;
+}
+
+std::vector<size_t> numbersOf(const std::string& target)
+{
+    std::vector<size_t> numbers;
+    for (size_t at = target.find('/', 1); at != std::string::npos; at = target.find('/', at + 1))
+    {
+        numbers.push_back(std::strtoull(target.c_str() + at + 1, nullptr, 10));
+    }
+    return numbers;
+}
+
+void sendSmall(int connection, size_t headerLines)
+{
+    std::string head = "HTTP/1.1 200 OK\r\nContent-Type: text/plain; charset=UTF-8\r\nContent-Length: 128\r\n"
+                       "Connection: close\r\nServer: benchmark\r\nDate: Sat, 01 Jan 2022 00:00:00 GMT\r\n";
+    for (size_t line = 5; line < headerLines; ++line)
+    {
+        head += "X-Line-" + std::to_string(line) + ": the value of the line\r\n";
+    }
+    sendAll(connection, head + "\r\n" + std::string(128, 'x'));
+}
+
+void sendIdentity(int connection, size_t size)
+{
+    sendAll(connection, "HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nContent-Length: " +
+                            std::to_string(size) + "\r\nConnection: close\r\n\r\n");
+    sendRepeated(connection, std::string(1U << 20, 'x'), size);
+}
+
+void sendChunked(int connection, size_t chunkSize, size_t size)
+{
+    sendAll(connection, "HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nTransfer-Encoding: chunked\r\n"
+                        "Connection: close\r\n\r\n");
+    char sizeLine[24];
+    std::snprintf(sizeLine, sizeof sizeLine, "%zx\r\n", chunkSize);
+    const std::string chunk = sizeLine + std::string(chunkSize, 'x') + "\r\n";
+    sendRepeated(connection, repeated(chunk), size / chunkSize * chunk.size());
+    sendAll(connection, "0\r\n\r\n");
+}
+
+void sendMultipart(int connection, size_t partSize, size_t size)
+{
+    const std::string boundary = "----=_boundary_of_thirty_bytes"; // 30 bytes
+    sendAll(connection, "HTTP/1.1 200 OK\r\nContent-Type: multipart/mixed; boundary=\"" + boundary +
+                            "\"\r\nConnection: close\r\n\r\n");
+    std::string body;
+    const std::string line = "The quick brown fox jumps over the lazy dog, and the dog does not mind at all.\r\n";
+    while (body.size() < partSize)
+    {
+        body += line;
+    }
+    body.resize(partSize);
+    const std::string part = "--" + boundary + "\r\ncontent-type: application/octet-stream\r\n\r\n" + body + "\r\n";
+    sendRepeated(connection, repeated(part), std::max<size_t>(1, size / partSize) * part.size());
+    sendAll(connection, "--" + boundary + "--\r\n");
+}
+
+void answer(int connection, const std::string& target)
+{
+    const std::vector<size_t> numbers = numbersOf(target);
+    if (target == "/small")
+    {
+        sendSmall(connection, 5);
+    }
+    else if (target.rfind("/headers/", 0) == 0)
+    {
+        sendSmall(connection, numbers.at(0));
+    }
+    else if (target.rfind("/identity/", 0) == 0)
+    {
+        sendIdentity(connection, numbers.at(0));
+    }
+    else if (target.rfind("/chunked/", 0) == 0)
+    {
+        sendChunked(connection, numbers.at(0), numbers.at(1));
+    }
+    else if (target.rfind("/multipart/", 0) == 0)
+    {
+        sendMultipart(connection, numbers.at(0), numbers.at(1));
+    }
+    else
+    {
+        sendAll(connection, "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
+    }
+}
+
+void serve(int connection)
+{
+    std::string head;
+    char buffer[4096];
+    while (head.find("\r\n\r\n") == std::string::npos)
+    {
+        const ssize_t count = ::recv(connection, buffer, sizeof buffer, 0);
+        if (count <= 0)
+        {
+            return;
+        }
+        head.append(buffer, static_cast<size_t>(count));
+    }
+    const size_t start = head.find(' ') + 1;
+    answer(connection, head.substr(start, head.find(' ', start) - start));
+}
+
+} // namespace
+
+int main()
+{
+    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    if (::bind(listener, reinterpret_cast<sockaddr*>(&address), length) != 0 || ::listen(listener, 128) != 0 ||
+        ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+    {
+        std::perror("benchmark server");
+        return 1;
+    }
+    std::printf("%d\n", ntohs(address.sin_port));
+    std::fflush(stdout);
+
+    for (;;)
+    {
+        pollfd waited[] = {{listener, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+        if (::poll(waited, 2, -1) < 0 || waited[1].revents != 0)
+        {
+            return 0;
+        }
+        const int connection = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+        if (connection >= 0)
+        {
+            serve(connection);
+            ::close(connection);
+        }
+    }
+}
