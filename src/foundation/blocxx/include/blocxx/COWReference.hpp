@@ -1,0 +1,210 @@
+#pragma once
+
+#include "blocxx/COWReferenceClone.hpp"
+#include "blocxx/ReferenceHelpers.hpp"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <utility>
+
+namespace blocxx
+{
+
+/// A shared pointer that copies on write: the non-const `*` and `->` first make this reference the only owner of the
+/// object, by COWReferenceClone if it is shared; the const ones never do. Dereferencing a null reference throws
+/// NULLReferenceException.
+///
+/// What a non-const accessor answered stays bound to that object: if the reference is copied afterwards, writing
+/// through it is seen by both.
+///
+/// What the object's destructor throws is dropped. Threads: references that share an object may be used on different
+/// threads; one reference is modified by one thread at a time.
+template <class T>
+class COWReference
+{
+    /// Can be tested, and compared with a null pointer, but does not turn into a number.
+    using SafeBool = T* COWReference::*;
+
+public:
+    using element_type = T;
+
+    COWReference() noexcept = default;
+
+    /// Takes ownership of `object`, which may be null.
+    explicit COWReference(T* object)
+    {
+        std::unique_ptr<T> owner(object);
+        if (object != nullptr)
+        {
+            m_count = new Count(1);
+        }
+        m_object = owner.release();
+    }
+
+    COWReference(const COWReference& other) noexcept : m_count(other.m_count), m_object(other.m_object) { addShare(); }
+    COWReference(COWReference&& other) noexcept
+        : m_count(std::exchange(other.m_count, nullptr)), m_object(std::exchange(other.m_object, nullptr))
+    {
+    }
+
+    template <class U>
+    COWReference(const COWReference<U>& other) noexcept : m_count(other.m_count), m_object(other.m_object)
+    {
+        addShare();
+    }
+
+    ~COWReference()
+    {
+        if (m_count != nullptr && m_count->fetch_sub(1, std::memory_order_acq_rel) == 1)
+        {
+            delete m_count;
+            destroy(m_object);
+        }
+    }
+
+    COWReference& operator=(const COWReference& other) noexcept
+    {
+        COWReference(other).swap(*this);
+        return *this;
+    }
+
+    COWReference& operator=(COWReference&& other) noexcept
+    {
+        COWReference(std::move(other)).swap(*this);
+        return *this;
+    }
+
+    /// Takes ownership of `object`, which may be null.
+    COWReference& operator=(T* object)
+    {
+        COWReference(object).swap(*this);
+        return *this;
+    }
+
+    /// The object, possibly shared, or null.
+    const T* getPtr() const noexcept { return m_object; }
+
+    const T& operator*() const
+    {
+        ReferenceHelpers::checkNull(m_object);
+        return *m_object;
+    }
+
+    const T* operator->() const
+    {
+        ReferenceHelpers::checkNull(m_object);
+        return m_object;
+    }
+
+    T& operator*()
+    {
+        ReferenceHelpers::checkNull(m_object);
+        unshare();
+        return *m_object;
+    }
+
+    T* operator->()
+    {
+        ReferenceHelpers::checkNull(m_object);
+        unshare();
+        return m_object;
+    }
+
+    operator SafeBool() const noexcept { return m_object != nullptr ? &COWReference::m_object : nullptr; }
+    bool operator!() const noexcept { return m_object == nullptr; }
+
+    void swap(COWReference& other) noexcept
+    {
+        std::swap(m_count, other.m_count);
+        std::swap(m_object, other.m_object);
+    }
+
+    /// The same object seen as a U, shared; a null reference if it is none.
+    template <class U>
+    COWReference<U> cast_to() const noexcept
+    {
+        COWReference<U> result;
+        if (U* const object = dynamic_cast<U*>(m_object))
+        {
+            result.m_count = m_count;
+            result.m_object = object;
+            result.addShare();
+        }
+        return result;
+    }
+
+private:
+    template <class U>
+    friend class COWReference;
+
+    using Count = std::atomic<long>;
+
+    void addShare() noexcept
+    {
+        if (m_count != nullptr)
+        {
+            m_count->fetch_add(1, std::memory_order_relaxed);
+        }
+    }
+
+    void unshare()
+    {
+        if (m_count->load(std::memory_order_acquire) != 1)
+        {
+            cloneShared();
+        }
+    }
+
+    void cloneShared()
+    {
+        std::unique_ptr<Count> newCount(new Count(1));
+        T* const clone = COWReferenceClone(m_object);
+        if (m_count->fetch_sub(1, std::memory_order_acq_rel) == 1)
+        {
+            // All other holders have gone since the object was found shared: it is ours after all.
+            m_count->store(1, std::memory_order_relaxed);
+            destroy(clone);
+            return;
+        }
+        m_count = newCount.release();
+        m_object = clone;
+    }
+
+    static void destroy(T* object) noexcept
+    {
+        try
+        {
+            delete object;
+        }
+        catch (...) // NOLINT(bugprone-empty-catch): a handle's destructor reports nothing.
+        {
+        }
+    }
+
+    Count* m_count = nullptr; // null together with m_object
+    T* m_object = nullptr;
+};
+
+/// @name Comparison of the addresses of the shared objects, not of their values
+/// @{
+template <class T, class U>
+bool operator==(const COWReference<T>& left, const COWReference<U>& right) noexcept
+{
+    return left.getPtr() == right.getPtr();
+}
+
+template <class T, class U>
+bool operator!=(const COWReference<T>& left, const COWReference<U>& right) noexcept
+{
+    return left.getPtr() != right.getPtr();
+}
+
+template <class T>
+bool operator<(const COWReference<T>& left, const COWReference<T>& right) noexcept
+{
+    return std::less<const T*>()(left.getPtr(), right.getPtr());
+}
+/// @}
+
+} // namespace blocxx

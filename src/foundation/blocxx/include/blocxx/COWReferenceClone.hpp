@@ -1,0 +1,32 @@
+#pragma once
+
+#include "blocxx/BLOCXX_config.h"
+
+#include <map>
+#include <vector>
+
+/// How a COWReference copies what it holds: by an unqualified call of `COWReferenceClone`. The overloads for the
+/// standard containers stand here, before the reference itself, so that they are found for elements of any namespace.
+namespace blocxx
+{
+
+/// A type of one's own has `T* clone() const`, or an overload of this function beside it.
+template <class T>
+T* COWReferenceClone(T* object)
+{
+    return object->clone();
+}
+
+template <class T>
+std::vector<T>* COWReferenceClone(std::vector<T>* object)
+{
+    return new std::vector<T>(*object);
+}
+
+template <class Key, class T, class Compare>
+std::map<Key, T, Compare>* COWReferenceClone(std::map<Key, T, Compare>* object)
+{
+    return new std::map<Key, T, Compare>(*object);
+}
+
+} // namespace blocxx

@@ -1,0 +1,143 @@
+#pragma once
+
+#include "blocxx/COWReference.hpp"
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <utility>
+
+namespace blocxx
+{
+
+/// An ordered map that is shared by its copies until one of them is modified. Every non-const member, `begin()` and
+/// `find()` too, first makes this map the only owner of its entries. Iterators stay bound to the entries they were
+/// taken from.
+///
+/// A new map allocates nothing. Threads: distinct maps are independent, even if they share entries; one map is modified
+/// by one thread at a time.
+template <class Key, class T, class Compare = std::less<Key>>
+class Map
+{
+    using Impl = std::map<Key, T, Compare>;
+
+public:
+    using key_type = typename Impl::key_type;
+    using mapped_type = typename Impl::mapped_type;
+    using value_type = typename Impl::value_type;
+    using key_compare = typename Impl::key_compare;
+    using value_compare = typename Impl::value_compare;
+    using pointer = typename Impl::pointer;
+    using const_pointer = typename Impl::const_pointer;
+    using reference = typename Impl::reference;
+    using const_reference = typename Impl::const_reference;
+    using iterator = typename Impl::iterator;
+    using const_iterator = typename Impl::const_iterator;
+    using reverse_iterator = typename Impl::reverse_iterator;
+    using const_reverse_iterator = typename Impl::const_reverse_iterator;
+    using size_type = typename Impl::size_type;
+    using difference_type = typename Impl::difference_type;
+
+    Map() : m_map(emptyMap()) {}
+    explicit Map(const Compare& compare) : m_map(new Impl(compare)) {}
+    template <class InputIterator>
+    Map(InputIterator first, InputIterator last) : m_map(new Impl(first, last))
+    {
+    }
+    template <class InputIterator>
+    Map(InputIterator first, InputIterator last, const Compare& compare) : m_map(new Impl(first, last, compare))
+    {
+    }
+    /// Takes ownership of `map`. Every use of a map made of a null pointer throws NULLReferenceException.
+    explicit Map(Impl* map) : m_map(map) {}
+    Map(const Map&) = default;
+    /// The other map is empty afterwards.
+    Map(Map&& other) noexcept : Map() { swap(other); }
+    ~Map() = default;
+
+    Map& operator=(const Map&) = default;
+    Map& operator=(Map&& other) noexcept
+    {
+        Map(std::move(other)).swap(*this);
+        return *this;
+    }
+
+    const_iterator begin() const { return m_map->begin(); }
+    const_iterator end() const { return m_map->end(); }
+    const_reverse_iterator rbegin() const { return m_map->rbegin(); }
+    const_reverse_iterator rend() const { return m_map->rend(); }
+    iterator begin() { return m_map->begin(); }
+    iterator end() { return m_map->end(); }
+    reverse_iterator rbegin() { return m_map->rbegin(); }
+    reverse_iterator rend() { return m_map->rend(); }
+
+    bool empty() const { return map().empty(); }
+    size_type size() const { return map().size(); }
+    size_type max_size() const { return map().max_size(); }
+    key_compare key_comp() const { return map().key_comp(); }
+    value_compare value_comp() const { return map().value_comp(); }
+
+    const_iterator find(const Key& key) const { return m_map->find(key); }
+    size_type count(const Key& key) const { return map().count(key); }
+    const_iterator lower_bound(const Key& key) const { return m_map->lower_bound(key); }
+    const_iterator upper_bound(const Key& key) const { return m_map->upper_bound(key); }
+    std::pair<const_iterator, const_iterator> equal_range(const Key& key) const { return m_map->equal_range(key); }
+    iterator find(const Key& key) { return m_map->find(key); }
+    iterator lower_bound(const Key& key) { return m_map->lower_bound(key); }
+    iterator upper_bound(const Key& key) { return m_map->upper_bound(key); }
+    std::pair<iterator, iterator> equal_range(const Key& key) { return m_map->equal_range(key); }
+
+    /// The value of `key`, default-constructed first if there was none.
+    T& operator[](const Key& key) { return (*m_map)[key]; }
+
+    /// Never overwrites: the second of the answer is false when the key is there already.
+    std::pair<iterator, bool> insert(const value_type& entry) { return m_map->insert(entry); }
+    iterator insert(iterator hint, const value_type& entry) { return m_map->insert(hint, entry); }
+    template <class InputIterator>
+    void insert(InputIterator first, InputIterator last)
+    {
+        m_map->insert(first, last);
+    }
+
+    void erase(iterator position) { m_map->erase(position); }
+    /// The number of entries removed, 0 or 1.
+    size_type erase(const Key& key) { return m_map->erase(key); }
+    void erase(iterator first, iterator last) { m_map->erase(first, last); }
+    void clear() { m_map->clear(); }
+
+    /// Exchanges the handles; copies no entry.
+    void swap(Map& other) noexcept { m_map.swap(other.m_map); }
+
+private:
+    /// What all new maps of this type share. It is never destroyed, so that maps can be made at any time of a process's
+    /// life.
+    static const COWReference<Impl>& emptyMap()
+    {
+        static const COWReference<Impl>* const empty = new COWReference<Impl>(new Impl);
+        return *empty;
+    }
+
+    const Impl& map() const { return *m_map; }
+
+    COWReference<Impl> m_map;
+};
+
+template <class Key, class T, class Compare>
+void swap(Map<Key, T, Compare>& left, Map<Key, T, Compare>& right) noexcept
+{
+    left.swap(right);
+}
+
+template <class Key, class T, class Compare>
+bool operator==(const Map<Key, T, Compare>& left, const Map<Key, T, Compare>& right)
+{
+    return left.size() == right.size() && std::equal(left.begin(), left.end(), right.begin());
+}
+
+template <class Key, class T, class Compare>
+bool operator<(const Map<Key, T, Compare>& left, const Map<Key, T, Compare>& right)
+{
+    return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end());
+}
+
+} // namespace blocxx

@@ -1,0 +1,3 @@
+#pragma once
+
+#include "blocxx/COWReferenceClone.hpp" // IWYU pragma: export

@@ -1,0 +1,8 @@
+#include "blocxx/IntrusiveCountableBase.hpp"
+
+namespace blocxx
+{
+
+IntrusiveCountableBase::~IntrusiveCountableBase() noexcept(false) = default;
+
+} // namespace blocxx
