@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace zol_test
+{
+
+/// While it lives, the process's resolver answers for one name what the test says. One at a time.
+class ScriptedResolver
+{
+public:
+    /// The name has these addresses, in this order.
+    ScriptedResolver(const std::string& name, const std::vector<std::string>& addresses);
+
+    /// The look-up of the name fails with this code of getaddrinfo(3), and this `errno`.
+    ScriptedResolver(const std::string& name, int code, int error = 0);
+
+    ~ScriptedResolver();
+    ScriptedResolver(const ScriptedResolver&) = delete;
+    ScriptedResolver& operator=(const ScriptedResolver&) = delete;
+
+    /// How often the process has called its resolver, for any name.
+    static int lookUps();
+};
+
+} // namespace zol_test

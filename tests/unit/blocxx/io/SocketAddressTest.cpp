@@ -1,0 +1,221 @@
+#include "blocxx/SocketAddress.hpp"
+
+#include "ScriptedResolver.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <netdb.h>
+
+#include <cerrno>
+#include <cstring>
+
+using blocxx::SocketAddress;
+using blocxx::String;
+using blocxx::UnknownHostException;
+using testing::HasSubstr;
+using testing::StartsWith;
+using zol_test::ScriptedResolver;
+
+namespace
+{
+
+std::string unknownHostText(const String& host)
+{
+    try
+    {
+        SocketAddress::getByName(host, 80);
+    }
+    catch (const UnknownHostException& e)
+    {
+        EXPECT_EQ(e.getErrorCode(), -1);
+        EXPECT_EQ(e.getSubClassId(), -9);
+        EXPECT_STREQ(e.type(), "UnknownHostException");
+        return e.getMessage();
+    }
+    return "found";
+}
+
+std::vector<std::string> candidatesOf(const SocketAddress& address)
+{
+    std::vector<std::string> texts;
+    for (std::size_t index = 0; index < address.getCandidateCount(); ++index)
+    {
+        texts.emplace_back(address.getCandidate(index).toString().c_str());
+    }
+    return texts;
+}
+
+} // namespace
+
+TEST(SocketAddress, IsUnsetByDefault)
+{
+    const SocketAddress address;
+    EXPECT_EQ(address.getType(), SocketAddress::UNSET);
+    EXPECT_EQ(address.getPort(), 0);
+    EXPECT_EQ(address.getName(), "");
+    EXPECT_EQ(address.getAddress(), "");
+    EXPECT_EQ(address.toString(), "");
+    EXPECT_EQ(address.getNativeForm(), nullptr);
+    EXPECT_EQ(address.getNativeFormSize(), 0U);
+    EXPECT_EQ(address.getCandidateCount(), 0U);
+    EXPECT_FALSE(address.hasHostName());
+}
+
+struct Literal
+{
+    const char* host;
+    const char* address;
+    const char* text;
+};
+
+class SocketAddressLiteral : public testing::TestWithParam<Literal>
+{
+};
+
+TEST_P(SocketAddressLiteral, IsTakenWithoutALookUp)
+{
+    const int lookUps = ScriptedResolver::lookUps();
+    const SocketAddress address = SocketAddress::getByName(GetParam().host, 8080);
+    EXPECT_EQ(address.getType(), SocketAddress::INET);
+    EXPECT_EQ(address.getAddress(), GetParam().address);
+    EXPECT_EQ(address.getName(), GetParam().host);
+    EXPECT_EQ(address.toString(), GetParam().text);
+    EXPECT_EQ(address.getPort(), 8080);
+    EXPECT_EQ(address.getCandidateCount(), 1U);
+    EXPECT_FALSE(address.hasHostName());
+    EXPECT_EQ(ScriptedResolver::lookUps(), lookUps);
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, SocketAddressLiteral,
+                         testing::Values(Literal{"127.0.0.1", "127.0.0.1", "127.0.0.1:8080"},
+                                         Literal{"127.1", "127.0.0.1", "127.0.0.1:8080"},
+                                         Literal{"2130706433", "127.0.0.1", "127.0.0.1:8080"},
+                                         Literal{"0", "0.0.0.0", "0.0.0.0:8080"}, Literal{"::1", "::1", "[::1]:8080"},
+                                         Literal{"::ffff:127.0.0.1", "::ffff:127.0.0.1", "[::ffff:127.0.0.1]:8080"}));
+
+class SocketAddressNoHost : public testing::TestWithParam<String>
+{
+};
+
+TEST_P(SocketAddressNoHost, IsUnknownWithoutALookUp)
+{
+    const int lookUps = ScriptedResolver::lookUps();
+    const std::string text = unknownHostText(GetParam());
+    EXPECT_THAT(text, StartsWith(std::string("Unknown host: ") + GetParam().c_str()));
+    EXPECT_EQ(ScriptedResolver::lookUps(), lookUps);
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, SocketAddressNoHost,
+                         testing::Values("", " ", "a b", "127.0.0.1 ", " 127.0.0.1", "localhost\n", "0x7f.1",
+                                         "256.1.1.1", "1.2.3.4.5", "...", "4294967296", "[::1]", "fe80::1%lo", ":",
+                                         "1::2::3", "localhost\x7f", String("localhost\0.example", 18)));
+
+TEST(SocketAddress, UnknownHostTextNamesHostAndReason)
+{
+    EXPECT_EQ(unknownHostText("a b"), "Unknown host: a b: not a host name");
+    const ScriptedResolver resolver("nowhere.example", EAI_NONAME);
+    EXPECT_EQ(unknownHostText("nowhere.example"),
+              std::string("Unknown host: nowhere.example: ") + ::gai_strerror(EAI_NONAME));
+}
+
+TEST(SocketAddress, UnknownHostTextNamesTheSystemErrorBehindTheResolvers)
+{
+    const ScriptedResolver resolver("nowhere.example", EAI_SYSTEM, EMFILE);
+    EXPECT_EQ(unknownHostText("nowhere.example"),
+              std::string("Unknown host: nowhere.example: ") + std::strerror(EMFILE));
+}
+
+TEST(SocketAddress, LocalhostResolvesToLoopback)
+{
+    const SocketAddress address = SocketAddress::getByName("localhost", 1);
+    EXPECT_EQ(address.getName(), "localhost");
+    EXPECT_TRUE(address.hasHostName());
+    EXPECT_THAT(candidatesOf(address), testing::Each(testing::AnyOf("127.0.0.1:1", "[::1]:1")));
+    EXPECT_THAT(candidatesOf(address), testing::Contains("127.0.0.1:1"));
+}
+
+TEST(SocketAddress, NameKeepsEveryAddressInTheResolversOrder)
+{
+    const ScriptedResolver resolver("many.example", {"::1", "127.0.0.2", "127.0.0.1", "fd00::1"});
+    const SocketAddress address = SocketAddress::getByName("many.example", 443);
+    EXPECT_THAT(candidatesOf(address),
+                testing::ElementsAre("[::1]:443", "127.0.0.2:443", "127.0.0.1:443", "[fd00::1]:443"));
+    EXPECT_EQ(address.toString(), "[::1]:443");
+    EXPECT_EQ(address.getAddress(), "::1");
+}
+
+TEST(SocketAddress, IPv6OnlyNameResolves)
+{
+    const ScriptedResolver resolver("six.example", {"::1"});
+    EXPECT_EQ(SocketAddress::getByName("six.example", 80).getAddress(), "::1");
+}
+
+TEST(SocketAddress, NameWithMoreAddressesThanOneAnswerHoldsKeepsThemAll)
+{
+    std::vector<std::string> addresses;
+    for (int i = 0; i < 200; ++i)
+    {
+        addresses.push_back("127.0.1." + std::to_string(i));
+    }
+    const ScriptedResolver resolver("crowd.example", addresses);
+    EXPECT_EQ(SocketAddress::getByName("crowd.example").getCandidateCount(), addresses.size());
+}
+
+TEST(SocketAddress, NameAskedForIsKeptAndGoesWithEachCandidate)
+{
+    const ScriptedResolver resolver("Alias.example", {"127.0.0.1", "127.0.0.2"});
+    const SocketAddress address = SocketAddress::getByName("Alias.example", 80);
+    EXPECT_EQ(address.getName(), "Alias.example");
+    EXPECT_EQ(address.getCandidate(1).getName(), "Alias.example");
+    EXPECT_EQ(address.getCandidate(1).getPort(), 80);
+    EXPECT_EQ(address.getCandidate(1).getCandidateCount(), 1U);
+    EXPECT_TRUE(address.getCandidate(1).hasHostName());
+    EXPECT_THROW(address.getCandidate(2), std::out_of_range);
+}
+
+TEST(SocketAddress, NativeFormIsThatOfTheFirstAddress)
+{
+    const SocketAddress four = SocketAddress::getByName("127.0.0.1", 80);
+    ASSERT_EQ(four.getNativeFormSize(), sizeof(sockaddr_in));
+    const auto* native = reinterpret_cast<const sockaddr_in*>(four.getNativeForm());
+    EXPECT_EQ(native->sin_family, AF_INET);
+    EXPECT_EQ(native->sin_port, htons(80));
+    EXPECT_EQ(native->sin_addr.s_addr, htonl(INADDR_LOOPBACK));
+
+    const SocketAddress six = SocketAddress::getByName("::1", 81);
+    ASSERT_EQ(six.getNativeFormSize(), sizeof(sockaddr_in6));
+    const auto* native6 = reinterpret_cast<const sockaddr_in6*>(six.getNativeForm());
+    EXPECT_EQ(native6->sin6_family, AF_INET6);
+    EXPECT_EQ(native6->sin6_port, htons(81));
+    EXPECT_EQ(std::memcmp(&native6->sin6_addr, &in6addr_loopback, sizeof in6addr_loopback), 0);
+}
+
+TEST(SocketAddress, AssignFromNativeFormTakesAddressAndPortAndKeepsTheName)
+{
+    SocketAddress address = SocketAddress::getByName("127.0.0.1", 80);
+    sockaddr_in6 native{};
+    native.sin6_family = AF_INET6;
+    native.sin6_port = htons(99);
+    native.sin6_addr = in6addr_loopback;
+    address.assignFromNativeForm(reinterpret_cast<const sockaddr*>(&native), sizeof native);
+    EXPECT_EQ(address.toString(), "[::1]:99");
+    EXPECT_EQ(address.getPort(), 99);
+    EXPECT_EQ(address.getName(), "127.0.0.1");
+}
+
+TEST(SocketAddress, AssignFromAFormThatIsNoInternetAddressLeavesItUnset)
+{
+    SocketAddress address = SocketAddress::getByName("127.0.0.1", 80);
+    sockaddr native{};
+    native.sa_family = AF_UNIX;
+    address.assignFromNativeForm(&native, sizeof native);
+    EXPECT_EQ(address.getType(), SocketAddress::UNSET);
+
+    sockaddr_in cut{};
+    cut.sin_family = AF_INET;
+    address.assignFromNativeForm(reinterpret_cast<const sockaddr*>(&cut), sizeof cut - 1);
+    EXPECT_EQ(address.getType(), SocketAddress::UNSET);
+    address.assignFromNativeForm(nullptr, 0);
+    EXPECT_EQ(address.getType(), SocketAddress::UNSET);
+}
