@@ -1,0 +1,92 @@
+#include "blocxx/Reference.hpp"
+
+#include "blocxx/NULLReferenceException.hpp"
+
+#include <gtest/gtest.h>
+
+#include <type_traits>
+#include <utility>
+
+using blocxx::NULLReferenceException;
+using blocxx::Reference;
+
+namespace
+{
+
+struct Base
+{
+    explicit Base(int number) : value(number) { ++alive; }
+    Base(const Base&) = delete;
+    Base& operator=(const Base&) = delete;
+    virtual ~Base() { --alive; }
+
+    int value;
+    static inline int alive = 0;
+};
+
+struct Derived : Base
+{
+    using Base::Base;
+};
+
+} // namespace
+
+TEST(Reference, IsNullFromTheStart)
+{
+    const Reference<Base> reference;
+    EXPECT_FALSE(reference);
+    EXPECT_TRUE(!reference);
+    EXPECT_TRUE(reference == 0);
+    EXPECT_EQ(nullptr, reference.getPtr());
+    EXPECT_FALSE(Reference<Base>(nullptr));
+}
+
+TEST(Reference, DereferencingNullThrows)
+{
+    const Reference<Base> reference;
+    EXPECT_THROW((void)reference->value, NULLReferenceException);
+    EXPECT_THROW((void)*reference, NULLReferenceException);
+}
+
+TEST(Reference, TheLastShareDeletesTheObject)
+{
+    Reference<Base> first(new Derived(1));
+    {
+        Reference<Base> second(first);
+        EXPECT_TRUE(first == second);
+        EXPECT_EQ(1, (*second).value);
+        second = new Base(2);
+        EXPECT_TRUE(first != second);
+        EXPECT_EQ(2, Base::alive);
+        EXPECT_NE(first < second, second < first);
+    }
+    EXPECT_EQ(1, Base::alive);
+    first = nullptr;
+    EXPECT_EQ(0, Base::alive);
+}
+
+TEST(Reference, ConvertsToBasesAndCastsToDerivedTypes)
+{
+    const Reference<Derived> derived(new Derived(3));
+    const Reference<Base> base(derived);
+    EXPECT_TRUE(base == derived);
+    EXPECT_EQ(3, base.cast_to<Derived>()->value);
+    EXPECT_FALSE(Reference<Base>(new Base(1)).cast_to<Derived>());
+    EXPECT_FALSE(Reference<Base>().cast_to<Derived>());
+}
+
+TEST(Reference, SwapsItsObjects)
+{
+    Reference<Base> left(new Base(1));
+    Reference<Base> right;
+    swap(left, right);
+    EXPECT_FALSE(left);
+    EXPECT_EQ(1, right->value);
+    EXPECT_EQ(right.getPtr(), get_pointer(right));
+}
+
+TEST(Reference, IsNoNumber)
+{
+    EXPECT_FALSE((std::is_convertible_v<Reference<Base>, int>));
+    EXPECT_FALSE((std::is_convertible_v<Base*, Reference<Base>>));
+}
