@@ -77,9 +77,7 @@ void loadCertificate(SSL_CTX* context, const SSLOpts& opts)
 
 void loadTrustStore(SSL_CTX* context, const String& path)
 {
-    struct stat status
-    {
-    };
+    struct stat status = {};
     if (::stat(path.c_str(), &status) != 0)
     {
         const int error = errno;

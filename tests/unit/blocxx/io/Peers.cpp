@@ -85,9 +85,7 @@ std::string readUpTo(blocxx::Socket& socket, std::size_t count)
 
 SignalStorm::SignalStorm()
 {
-    struct sigaction action
-    {
-    };
+    struct sigaction action = {};
     action.sa_handler = countSignal;
     ::sigaction(SIGUSR1, &action, nullptr);
     m_sender = std::thread(
