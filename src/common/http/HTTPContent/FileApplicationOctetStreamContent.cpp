@@ -1,0 +1,108 @@
+#include "HTTPContent/OctetStreamType.hpp"
+#include "HTTPContent/OwnState.hpp"
+#include "HTTPContent/SourceUnit.hpp"
+
+#include "zol/mime/ContentException.hpp"
+#include "zol/mime/OctetStreamContent.hpp"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+
+namespace ZOLNS2::MIME
+{
+
+namespace
+{
+
+constexpr size_t END_OF_DATA = std::numeric_limits<size_t>::max();
+constexpr auto LARGEST_READ = static_cast<size_t>(std::numeric_limits<std::streamsize>::max());
+
+/// Leaves the file behind and opens the next one, if there is one.
+/// @return false if there is nothing more to read
+bool goToNextFile(FileApplicationOctetStreamContentStreamState& state, const blocxx::Array<blocxx::String>& fileNames)
+{
+    if (state.fileIndex >= fileNames.size())
+    {
+        return false;
+    }
+    state.file.close();
+    ++state.fileIndex;
+    if (state.fileIndex < fileNames.size())
+    {
+        state.file.clear();
+        state.file.open(fileNames[state.fileIndex].c_str(), std::ios_base::in);
+    }
+    // Behind the last file this is the failbit of the read that met its end.
+    return !state.file.fail();
+}
+
+} // namespace
+
+FileApplicationOctetStreamContentStreamState::~FileApplicationOctetStreamContentStreamState() = default;
+
+FileApplicationOctetStreamContent::FileApplicationOctetStreamContent(const blocxx::Array<blocxx::String>& fileNames)
+    : m_fileNames(fileNames)
+{
+}
+
+FileApplicationOctetStreamContent::FileApplicationOctetStreamContent(const blocxx::String& fileName)
+    : m_fileNames(1, fileName)
+{
+}
+
+FileApplicationOctetStreamContent::~FileApplicationOctetStreamContent() = default;
+
+ContentTypeHeader FileApplicationOctetStreamContent::getContentType()
+{
+    return octetStreamType();
+}
+
+bool FileApplicationOctetStreamContent::hasContentLength()
+{
+    return true;
+}
+
+size_t FileApplicationOctetStreamContent::getContentLength()
+{
+    const blocxx::Array<blocxx::String>& fileNames = m_fileNames;
+    size_t length = 0;
+    for (const blocxx::String& fileName : fileNames)
+    {
+        struct stat status = {};
+        if (::stat(fileName.c_str(), &status) != 0)
+        {
+            throw blocxx::ExceptionDetail::Errno<ContentException>::format(SOURCE_UNIT, __LINE__, "stat", errno);
+        }
+        length += static_cast<size_t>(status.st_size);
+    }
+    return length;
+}
+
+size_t FileApplicationOctetStreamContent::getData(char* buf, size_t len, const ContentStreamStateRef& state)
+{
+    auto& own = ownState<FileApplicationOctetStreamContentStreamState>(state);
+    // Deliberate: a file that could not be opened has no end-of-file flag, so it is read, in vain, for ever.
+    if (own.file.eof() && !goToNextFile(own, m_fileNames))
+    {
+        return END_OF_DATA;
+    }
+    // A request for "everything", all bits set, must not turn into a negative one.
+    own.file.read(buf, static_cast<std::streamsize>(std::min(len, LARGEST_READ)));
+    return static_cast<size_t>(own.file.gcount());
+}
+
+ContentStreamStateRef FileApplicationOctetStreamContent::createInitialStreamState() const
+{
+    blocxx::IntrusiveReference<FileApplicationOctetStreamContentStreamState> state(
+        new FileApplicationOctetStreamContentStreamState);
+    if (!m_fileNames.empty())
+    {
+        state->file.open(m_fileNames[0].c_str(), std::ios_base::in);
+    }
+    return state;
+}
+
+} // namespace ZOLNS2::MIME

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "UnitLog.hpp"
+
+namespace ZOLNS2::MIME
+{
+
+namespace HTTPContentUnit
+{
+
+/// What the files of this unit put into exceptions and log records.
+inline constexpr const char* SOURCE_UNIT = "HTTPContent";
+inline constexpr const char* MESSAGE_PREFIX = "HTTP Content: ";
+inline blocxx::GlobalString COMPONENT_NAME = BLOCXX_GLOBAL_STRING_INIT("zol.common.http.content");
+
+} // namespace HTTPContentUnit
+
+using namespace HTTPContentUnit;
+
+} // namespace ZOLNS2::MIME

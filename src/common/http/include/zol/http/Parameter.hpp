@@ -1,0 +1,24 @@
+#pragma once
+
+#include "blocxx/String.hpp"
+
+#include <utility>
+
+namespace ZOLNS2::HTTP
+{
+
+/// One name=value pair of a header's parameter list (RFC 9110, section 5.6.6), both kept exactly as given.
+class Parameter
+{
+public:
+    Parameter() = default;
+    Parameter(blocxx::String parameterName, blocxx::String parameterValue)
+        : name(std::move(parameterName)), value(std::move(parameterValue))
+    {
+    }
+
+    blocxx::String name;
+    blocxx::String value;
+};
+
+} // namespace ZOLNS2::HTTP

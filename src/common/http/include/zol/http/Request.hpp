@@ -1,0 +1,61 @@
+#pragma once
+
+#include "blocxx/IntrusiveReference.hpp"
+#include "blocxx/Reference.hpp"
+#include "blocxx/SSLCtxMgr.hpp"
+#include "blocxx/String.hpp"
+#include "zol/Export.hpp"
+#include "zol/http/Headers.hpp"
+#include "zol/http/PayloadIStream.hpp"
+#include "zol/http/RequestLine.hpp"
+#include "zol/mime/Content.hpp"
+
+#include <iosfwd>
+
+namespace ZOLNS2::HTTP
+{
+
+/// A counted handle to a stream over a request's body; null if there is no body.
+using EntityBodyRef = blocxx::Reference<PayloadIStream>;
+
+/// One HTTP request, never changed after construction. Copies share the body and the TLS context.
+///
+/// The headers are sent exactly as given and none is added: no Host, Content-Length or Content-Type. The body is sent
+/// raw and is not compared with any header.
+class ZOL_API Request
+{
+public:
+    using SSLContextRef = blocxx::IntrusiveReference<blocxx::SSLClientCtx>;
+
+    /// @param content the body, or null
+    /// @param sslContext the TLS client context of the connection, or null for plain TCP
+    Request(const RequestLine& line, const Headers& headers, const MIME::ContentRef& content,
+            const SSLContextRef& sslContext);
+    /// A request without body.
+    Request(const RequestLine& line, const Headers& headers, const SSLContextRef& sslContext);
+
+    const RequestLine& getRequestLine() const { return m_requestLine; }
+    const Headers& getHeaders() const { return m_headers; }
+    const MIME::ContentRef& getContent() const { return m_content; }
+    const SSLContextRef& getSSLContext() const { return m_sslContext; }
+
+    /// A new stream over the body from its first byte; null if there is no body.
+    /// @throws what the content throws when it is asked for another reading
+    EntityBodyRef getEntityBody() const;
+
+private:
+    blocxx::String m_reserved1; // Neither is read or written; they hold the object's layout.
+    blocxx::String m_reserved2;
+    RequestLine m_requestLine;
+    Headers m_headers;
+    MIME::ContentRef m_content;
+    SSLContextRef m_sslContext;
+};
+
+/// Writes the request as it goes onto the wire: request line, headers, blank line, and the body, after which `out` is
+/// flushed. A body that yields no byte at all leaves failbit on `out`, and so does a content that throws while it is
+/// read.
+/// @throws HTTPException if the body's stream is failed from the start; the head has been written then
+ZOL_API std::ostream& operator<<(std::ostream& out, const Request& request);
+
+} // namespace ZOLNS2::HTTP

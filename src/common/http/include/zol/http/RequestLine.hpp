@@ -1,0 +1,31 @@
+#pragma once
+
+#include "blocxx/String.hpp"
+#include "zol/Export.hpp"
+#include "zol/http/Version.hpp"
+
+#include <iosfwd>
+#include <utility>
+
+namespace ZOLNS2::HTTP
+{
+
+/// The first line of a request (RFC 9112, section 3), and the server it is meant for. Nothing is checked or changed.
+class RequestLine
+{
+public:
+    RequestLine(blocxx::String requestMethod, blocxx::String target, blocxx::String server, Version httpVersion)
+        : method(std::move(requestMethod)), requestURI(std::move(target)), url(std::move(server)), version(httpVersion)
+    {
+    }
+
+    blocxx::String method;     ///< as written on the wire
+    blocxx::String requestURI; ///< the target written behind the method
+    blocxx::String url;        ///< the server, "host" or "host:port"; never written on the wire
+    Version version;
+};
+
+/// Writes method, blank, target, " HTTP/1." and 0 or 1, CR LF.
+ZOL_API std::ostream& operator<<(std::ostream& out, const RequestLine& line);
+
+} // namespace ZOLNS2::HTTP

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "blocxx/Array.hpp"
+#include "blocxx/IntrusiveCountableBase.hpp"
+#include "blocxx/IntrusiveReference.hpp"
+#include "zol/Export.hpp"
+#include "zol/mime/ContentTypeHeader.hpp"
+
+#include <cstddef>
+
+namespace ZOLNS2::MIME
+{
+
+/// The position of one reader in a content. Made by the content; used by one thread at a time, and only with the
+/// content that made it.
+class ZOL_API ContentStreamState : public blocxx::IntrusiveCountableBase
+{
+public:
+    ~ContentStreamState() override;
+
+protected:
+    ContentStreamState() = default;
+};
+
+using ContentStreamStateRef = blocxx::IntrusiveReference<ContentStreamState>;
+
+/// A message body: its type, its length if known, and its bytes.
+///
+/// A reader asks for a stream state once, and then calls getData() with it until that answers the end of the data. The
+/// content itself keeps no position, so any number of readers can read it, each with a state of its own (the exception
+/// is UnbufferedContent, which is read once).
+///
+/// Lives as long as a handle to it. A state does not keep its content alive.
+class ZOL_API Content : public blocxx::IntrusiveCountableBase
+{
+public:
+    ~Content() override;
+
+    virtual ContentTypeHeader getContentType() = 0;
+
+    /// Whether getContentLength() means anything.
+    virtual bool hasContentLength() = 0;
+
+    /// The bytes that a whole reading delivers.
+    virtual size_t getContentLength() = 0;
+
+    /// Copies at most `len` bytes to `buf` and moves `state` on by as many.
+    /// @return the bytes copied; the largest size_t at the end of the data, and on every call after it. 0 is not the
+    /// end:
+    ///         nothing came this time, and the reader asks again.
+    /// @throws blocxx::NULLReferenceException if `state` is null or belongs to another kind of content
+    virtual size_t getData(char* buf, size_t len, const ContentStreamStateRef& state) = 0;
+
+    /// A state for a new reading from the first byte.
+    virtual ContentStreamStateRef createInitialStreamState() const = 0;
+
+protected:
+    Content() = default;
+};
+
+using ContentRef = blocxx::IntrusiveReference<Content>;
+
+/// The parts of a multipart body, or the contents of a response.
+using Contents = blocxx::Array<ContentRef>;
+
+/// The next `len` bytes of `content`, fewer if it ends before; all that is left when `len` is the largest size_t. Moves
+/// `state` on. Does not return for a content that never reports its end.
+/// @throws blocxx::NULLReferenceException if `content` is null, and what getData() throws
+ZOL_API blocxx::Array<char> getContentData(const ContentRef& content, ContentStreamStateRef& state, size_t len);
+
+/// The first `len` bytes of `content`, read through a state of its own.
+/// @throws ContentException if `content` is null
+ZOL_API blocxx::Array<char> getContentData(const ContentRef& content, size_t len);
+
+} // namespace ZOLNS2::MIME

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "blocxx/Array.hpp"
+#include "blocxx/String.hpp"
+#include "zol/Export.hpp"
+#include "zol/mime/Content.hpp"
+
+#include <fstream>
+
+namespace ZOLNS2::MIME
+{
+
+/// A reader's position in bytes held in memory.
+class ZOL_API ApplicationOctetStreamContentStreamState : public ContentStreamState
+{
+public:
+    ~ApplicationOctetStreamContentStreamState() override;
+
+    size_t position = 0; ///< index of the next byte to deliver
+};
+
+/// Bytes in memory, of type application/octet-stream. Never changed after construction, so readers on several threads
+/// need no lock.
+class ZOL_API ApplicationOctetStreamContent : public Content
+{
+public:
+    explicit ApplicationOctetStreamContent(const blocxx::Array<unsigned char>& bytes);
+    /// Copies `length` bytes.
+    ApplicationOctetStreamContent(const char* bytes, size_t length);
+    ~ApplicationOctetStreamContent() override;
+
+    ContentTypeHeader getContentType() override;
+    bool hasContentLength() override;
+    size_t getContentLength() override;
+    size_t getData(char* buf, size_t len, const ContentStreamStateRef& state) override;
+    ContentStreamStateRef createInitialStreamState() const override;
+
+private:
+    blocxx::Array<unsigned char> m_data;
+};
+
+/// A reader's position in a list of files.
+class ZOL_API FileApplicationOctetStreamContentStreamState : public ContentStreamState
+{
+public:
+    ~FileApplicationOctetStreamContentStreamState() override;
+
+    std::ifstream file;   ///< the file being read
+    size_t fileIndex = 0; ///< which of the names it belongs to
+};
+
+/// The bytes of one or more files as one body, read when they are asked for, of type application/octet-stream. The
+/// names are neither opened nor checked at construction; every new reading opens the files again.
+///
+/// getData() never reads across the end of a file, and answers 0 when a file ended exactly with the read before. A
+/// later file that cannot be opened ends the body. Deliberate: if the first one cannot be opened, or after such an
+/// early end, getData() answers 0 for ever and never reports the end of the data.
+class ZOL_API FileApplicationOctetStreamContent : public Content
+{
+public:
+    explicit FileApplicationOctetStreamContent(const blocxx::Array<blocxx::String>& fileNames);
+    explicit FileApplicationOctetStreamContent(const blocxx::String& fileName);
+    ~FileApplicationOctetStreamContent() override;
+
+    ContentTypeHeader getContentType() override;
+    bool hasContentLength() override;
+    /// The files' sizes at this moment, added up.
+    /// @throws ContentException with the system's error code if the size of a file cannot be told
+    size_t getContentLength() override;
+    size_t getData(char* buf, size_t len, const ContentStreamStateRef& state) override;
+    ContentStreamStateRef createInitialStreamState() const override;
+
+private:
+    blocxx::Array<blocxx::String> m_fileNames;
+};
+
+} // namespace ZOLNS2::MIME
