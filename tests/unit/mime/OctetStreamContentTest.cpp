@@ -209,6 +209,17 @@ TEST(FileApplicationOctetStreamContent, LargestRequestGivesTheRestOfTheFile)
     EXPECT_EQ(content->getData(buffer, END_OF_DATA, content->createInitialStreamState()), 3U);
 }
 
+TEST(FileApplicationOctetStreamContent, LargeRequestIsAnsweredInOneCall)
+{
+    const TemporaryDirectory folder;
+    const std::string text = zol_test::distinctBytes(300000);
+    const ContentRef content = files({folder.write("a", text)});
+    const ContentStreamStateRef state = content->createInitialStreamState();
+    EXPECT_EQ(readOnce(content, 300000, state), text);
+    EXPECT_EQ(readOnce(content, 300000, state), "");
+    EXPECT_EQ(readOnce(content, 300000, state), "END");
+}
+
 TEST(FileApplicationOctetStreamContent, LargeFilesArriveWhole)
 {
     const TemporaryDirectory folder;

@@ -18,7 +18,8 @@ namespace
 {
 
 constexpr size_t END_OF_DATA = std::numeric_limits<size_t>::max();
-constexpr auto LARGEST_READ = static_cast<size_t>(std::numeric_limits<std::streamsize>::max());
+// A request for "everything", all bits set, reaches neither the stream nor the system in one piece.
+constexpr size_t STEP = 65536;
 
 /// Leaves the file behind and opens the next one, if there is one.
 /// @return false if there is nothing more to read
@@ -37,6 +38,18 @@ bool goToNextFile(FileApplicationOctetStreamContentStreamState& state, const blo
     }
     // Behind the last file this is the failbit of the read that met its end.
     return !state.file.fail();
+}
+
+/// Up to `len` bytes; fewer only when the file ends or fails.
+size_t readFrom(std::ifstream& file, char* buf, size_t len)
+{
+    size_t total = 0;
+    do
+    {
+        file.read(buf + total, static_cast<std::streamsize>(std::min(len - total, STEP)));
+        total += static_cast<size_t>(file.gcount());
+    } while (total < len && file.good());
+    return total;
 }
 
 } // namespace
@@ -89,9 +102,7 @@ size_t FileApplicationOctetStreamContent::getData(char* buf, size_t len, const C
     {
         return END_OF_DATA;
     }
-    // A request for "everything", all bits set, must not turn into a negative one.
-    own.file.read(buf, static_cast<std::streamsize>(std::min(len, LARGEST_READ)));
-    return static_cast<size_t>(own.file.gcount());
+    return readFrom(own.file, buf, len);
 }
 
 ContentStreamStateRef FileApplicationOctetStreamContent::createInitialStreamState() const
