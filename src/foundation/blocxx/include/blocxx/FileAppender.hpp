@@ -1,0 +1,35 @@
+#pragma once
+
+#include "blocxx/LogAppender.hpp"
+
+#include <memory>
+
+namespace blocxx
+{
+
+/// Appends each record and a line end to a file. The file is left to grow: moving it away is enough to start a new one,
+/// because it is opened anew as soon as its name is gone or stands for another file.
+///
+/// Nothing is thrown after construction: a record that cannot be written is dropped, and the next one tries again.
+class BLOCXX_COMMON_API FileAppender : public LogAppender
+{
+public:
+    static const GlobalString STR_DEFAULT_MESSAGE_PATTERN;
+
+    /// @param flushLog whether each record is written at once; otherwise they gather, and the last ones are written
+    /// when
+    ///                 the appender is destroyed
+    /// @throws LoggerException if the file cannot be opened, LogMessagePatternFormatterException
+    FileAppender(const StringArray& components, const StringArray& categories, const char* filename,
+                 const String& pattern, bool flushLog = true);
+    ~FileAppender() override;
+
+private:
+    class File;
+
+    void doProcessLogMessage(const String& formattedMessage, const LogMessage& message) const override;
+
+    const std::unique_ptr<File> m_file;
+};
+
+} // namespace blocxx

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "blocxx/BLOCXX_config.h"
+#include "blocxx/String.hpp"
+
+namespace blocxx
+{
+
+/// One log record on its way to the appenders.
+struct BLOCXX_COMMON_API LogMessage
+{
+    /// @param file, method not copied: they outlive the record, and null means unknown
+    /// @param line         -1 means unknown
+    LogMessage(const String& componentName, const String& categoryName, const String& text, const char* file, int line,
+               const char* method)
+        : component(componentName), category(categoryName), message(text), filename(file), fileline(line),
+          methodname(method)
+    {
+    }
+
+    String component;
+    String category;
+    String message;
+    const char* filename;
+    int fileline;
+    const char* methodname;
+};
+
+} // namespace blocxx

@@ -1,0 +1,61 @@
+#pragma once
+
+/// @file The logging statements; included through Logger.hpp.
+
+#include <cerrno>
+
+namespace blocxx::LoggerDetail
+{
+
+/// Puts errno back when the scope ends, also when it ends by an exception.
+class ErrnoKeeper
+{
+public:
+    ErrnoKeeper() : m_errno(errno) {}
+    ErrnoKeeper(const ErrnoKeeper&) = delete;
+    ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
+    ~ErrnoKeeper() { errno = m_errno; }
+
+private:
+    const int m_errno;
+};
+
+} // namespace blocxx::LoggerDetail
+
+/// @name Logging statements
+/// `logger` is a Logger or a LoggerRef and is evaluated twice. `message` is anything that converts to a String, usually
+/// a Format; it is evaluated only when the logger's level admits the category. errno stays what it was, also when
+/// `message` throws.
+/// @{
+#define BLOCXX_LOG_ADMITTED(logger, LEVEL, CATEGORY, message)                                                          \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        if (::blocxx::Logger::asLogger(logger).getLogLevel() >= ::blocxx::LEVEL)                                       \
+        {                                                                                                              \
+            const ::blocxx::LoggerDetail::ErrnoKeeper blocxxErrnoKeeper;                                               \
+            ::blocxx::Logger::asLogger(logger).logMessage(::blocxx::Logger::CATEGORY, (message), __FILE__, __LINE__,   \
+                                                          __PRETTY_FUNCTION__);                                        \
+        }                                                                                                              \
+    } while (false)
+
+#define BLOCXX_LOG_FATAL_ERROR(logger, message)                                                                        \
+    BLOCXX_LOG_ADMITTED(logger, E_FATAL_ERROR_LEVEL, STR_FATAL_CATEGORY, message)
+#define BLOCXX_LOG_ERROR(logger, message) BLOCXX_LOG_ADMITTED(logger, E_ERROR_LEVEL, STR_ERROR_CATEGORY, message)
+#define BLOCXX_LOG_WARNING(logger, message) BLOCXX_LOG_ADMITTED(logger, E_WARNING_LEVEL, STR_WARNING_CATEGORY, message)
+#define BLOCXX_LOG_INFO(logger, message) BLOCXX_LOG_ADMITTED(logger, E_INFO_LEVEL, STR_INFO_CATEGORY, message)
+#define BLOCXX_LOG_DEBUG(logger, message) BLOCXX_LOG_ADMITTED(logger, E_DEBUG_LEVEL, STR_DEBUG_CATEGORY, message)
+#define BLOCXX_LOG_DEBUG2(logger, message) BLOCXX_LOG_ADMITTED(logger, E_DEBUG2_LEVEL, STR_DEBUG2_CATEGORY, message)
+#define BLOCXX_LOG_DEBUG3(logger, message) BLOCXX_LOG_ADMITTED(logger, E_DEBUG3_LEVEL, STR_DEBUG3_CATEGORY, message)
+
+/// Logs in any category, if the logger's appender takes it.
+#define BLOCXX_LOG(logger, category, message)                                                                          \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        const ::blocxx::LoggerDetail::ErrnoKeeper blocxxErrnoKeeper;                                                   \
+        if (::blocxx::Logger::asLogger(logger).categoryIsEnabled(category))                                            \
+        {                                                                                                              \
+            ::blocxx::Logger::asLogger(logger).logMessage((category), (message), __FILE__, __LINE__,                   \
+                                                          __PRETTY_FUNCTION__);                                        \
+        }                                                                                                              \
+    } while (false)
+/// @}

@@ -1,0 +1,236 @@
+#include "LogMessagePatternParser.hpp"
+
+#include "blocxx/Format.hpp"
+
+#include <strings.h>
+
+#include <algorithm>
+
+namespace blocxx
+{
+
+namespace
+{
+
+// More than any sensible width, less than anything that overflows or exhausts memory.
+constexpr std::size_t GREATEST_NUMBER = 65535;
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+std::string strftimeFormat(const std::string& option)
+{
+    if (option.empty() || strcasecmp(option.c_str(), "ISO8601") == 0)
+    {
+        return "%Y-%m-%d %H:%M:%S,%Q";
+    }
+    if (strcasecmp(option.c_str(), "ABSOLUTE") == 0)
+    {
+        return "%H:%M:%S,%Q";
+    }
+    if (strcasecmp(option.c_str(), "DATE") == 0)
+    {
+        return "%d %b %Y %H:%M:%S,%Q";
+    }
+    return option;
+}
+
+} // namespace
+
+std::vector<LogMessagePatternFormatter::Piece> LogMessagePatternFormatter::Parser::parse()
+{
+    while (!atEnd())
+    {
+        if (skip('%'))
+        {
+            parsePercent();
+        }
+        else if (skip('\\'))
+        {
+            parseEscape();
+        }
+        else
+        {
+            addLiteral({&m_pattern[m_position++], 1});
+        }
+    }
+    return std::move(m_pieces);
+}
+
+bool LogMessagePatternFormatter::Parser::skip(char c)
+{
+    if (atEnd() || peek() != c)
+    {
+        return false;
+    }
+    ++m_position;
+    return true;
+}
+
+void LogMessagePatternFormatter::Parser::parseEscape()
+{
+    constexpr std::string_view NAMES = "nrt\\";
+    constexpr std::string_view MEANINGS = "\n\r\t\\";
+    if (skip('x'))
+    {
+        parseHexadecimal();
+        return;
+    }
+    const std::size_t which = atEnd() ? std::string_view::npos : NAMES.find(peek());
+    if (which == std::string_view::npos)
+    {
+        addLiteral("\\");
+        return;
+    }
+    ++m_position;
+    addLiteral(MEANINGS.substr(which, 1));
+}
+
+void LogMessagePatternFormatter::Parser::parseHexadecimal()
+{
+    constexpr std::size_t GREATEST_CHARACTER = 127;
+    const std::size_t first = m_position;
+    const std::size_t end = std::min(m_pattern.find_first_not_of("0123456789abcdefABCDEF", first), m_pattern.size());
+    std::size_t value = 0;
+    for (; m_position < end && value <= GREATEST_CHARACTER; ++m_position)
+    {
+        value = value * 16 + static_cast<std::size_t>(std::stoi(m_pattern.substr(m_position, 1), nullptr, 16));
+    }
+    if (end == first || value > GREATEST_CHARACTER)
+    {
+        m_position = first;
+        addLiteral("\\x");
+        return;
+    }
+    const char character = static_cast<char>(value);
+    addLiteral({&character, 1});
+}
+
+void LogMessagePatternFormatter::Parser::parsePercent()
+{
+    const std::size_t start = m_position - 1;
+    if (skip('%'))
+    {
+        addLiteral("%");
+    }
+    else if (skip('n'))
+    {
+        addLiteral("\n");
+    }
+    else if (const std::optional<Piece> piece = parseConversion())
+    {
+        m_pieces.push_back(*piece);
+    }
+    else
+    {
+        addLiteral(std::string_view(m_pattern).substr(start));
+    }
+}
+
+/// @return nothing if the pattern ends before the conversion's letter
+std::optional<LogMessagePatternFormatter::Piece> LogMessagePatternFormatter::Parser::parseConversion()
+{
+    Piece piece;
+    while (skip('-'))
+    {
+        piece.leftJustified = true;
+    }
+    piece.minWidth = parseNumber();
+    if (skip('.') && !atEnd())
+    {
+        if (!isDigit(peek()))
+        {
+            const std::string culprit(1, m_pattern[m_position++]);
+            fail(E_DIGIT_EXPECTED, "Invalid pattern \"%1\" in position %2. Was expecting a digit, instead got char %3.",
+                 culprit);
+        }
+        piece.maxWidth = parseNumber();
+    }
+    if (atEnd())
+    {
+        return std::nullopt;
+    }
+    piece.conversion = m_pattern[m_position++];
+    if (std::string_view("mepcdrtPFLMl").find(piece.conversion) == std::string_view::npos)
+    {
+        fail(E_UNSUPPORTED_CONVERSION, "Invalid pattern \"%1\" in position %2. Unsupported conversion (%3).",
+             std::string(1, piece.conversion));
+    }
+    parseOptionOf(piece);
+    return piece;
+}
+
+std::size_t LogMessagePatternFormatter::Parser::parseNumber()
+{
+    std::size_t number = 0;
+    while (!atEnd() && isDigit(peek()))
+    {
+        number = std::min(number * 10 + static_cast<std::size_t>(peek() - '0'), GREATEST_NUMBER);
+        ++m_position;
+    }
+    return number;
+}
+
+void LogMessagePatternFormatter::Parser::parseOptionOf(Piece& piece)
+{
+    if (piece.conversion == 'c')
+    {
+        piece.componentPieces = componentPieces(parseBraces().value_or(""));
+    }
+    else if (piece.conversion == 'd')
+    {
+        piece.text = strftimeFormat(parseBraces().value_or(""));
+    }
+}
+
+std::optional<std::string> LogMessagePatternFormatter::Parser::parseBraces()
+{
+    if (!skip('{'))
+    {
+        return std::nullopt;
+    }
+    const std::size_t end = m_pattern.find('}', m_position);
+    if (end == std::string::npos)
+    {
+        const std::string option = m_pattern.substr(m_position);
+        m_position = m_pattern.size();
+        fail(E_OPTION_NOT_CLOSED, "Invalid pattern \"%1\" in position %2. The option is not closed (%3).", option);
+    }
+    const std::string option = m_pattern.substr(m_position, end - m_position);
+    m_position = end + 1;
+    return option;
+}
+
+std::size_t LogMessagePatternFormatter::Parser::componentPieces(const std::string& option) const
+{
+    if (!std::all_of(option.begin(), option.end(), isDigit))
+    {
+        fail(E_POSITIVE_INTEGER_NEEDED,
+             "Invalid pattern \"%1\" in position %2. A positive integer is required for precision option (%3).",
+             option);
+    }
+    std::size_t pieces = 0;
+    for (const char digit : option)
+    {
+        pieces = std::min(pieces * 10 + static_cast<std::size_t>(digit - '0'), GREATEST_NUMBER);
+    }
+    return pieces;
+}
+
+void LogMessagePatternFormatter::Parser::addLiteral(std::string_view text)
+{
+    if (m_pieces.empty() || m_pieces.back().conversion != Piece::LITERAL)
+    {
+        m_pieces.emplace_back();
+    }
+    m_pieces.back().text += text;
+}
+
+void LogMessagePatternFormatter::Parser::fail(EErrorCode code, const char* format, const std::string& culprit) const
+{
+    BLOCXX_THROW_ERR(LogMessagePatternFormatterException, Format(format, m_pattern, m_position, culprit).c_str(), code);
+}
+
+} // namespace blocxx

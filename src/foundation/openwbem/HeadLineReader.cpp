@@ -1,0 +1,137 @@
+#include "HeadLineReader.hpp"
+
+#include "openwbem/OW_HTTPUtils.hpp"
+
+#include <cxxabi.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace OpenWBEM
+{
+
+namespace
+{
+
+using Traits = std::streambuf::traits_type;
+
+constexpr std::string_view LINE_END = "\r\n";
+
+bool contains(std::string_view text, char c)
+{
+    return std::memchr(text.data(), c, text.size()) != nullptr;
+}
+
+} // namespace
+
+HeadLineReader::HeadLineReader(std::istream& input)
+    : m_input(input), m_source(*input.rdbuf()), m_buffered(dynamic_cast<blocxx::BaseStreamBuffer*>(input.rdbuf()))
+{
+}
+
+HeadLineReader::EResult HeadLineReader::next()
+{
+    if (takeFromWindow())
+    {
+        return accept(E_LINE);
+    }
+    const EGathered gathered = gather();
+    m_line = m_gathered;
+    switch (gathered)
+    {
+    case E_WHOLE_LINE:
+        return accept(E_LINE);
+    case E_INPUT_OVER:
+        return endOfInput();
+    case E_TOO_LONG:
+        return refuse(std::ios_base::failbit);
+    case E_BUFFER_THREW:
+        break;
+    }
+    return refuse(std::ios_base::badbit);
+}
+
+/// Takes the next line, if the buffer holds all of it.
+bool HeadLineReader::takeFromWindow()
+{
+    if (m_buffered == nullptr)
+    {
+        return false;
+    }
+    const blocxx::BaseStreamBuffer::Window window = m_buffered->window();
+    const std::size_t longest = std::min(window.size, HTTPUtils::MAX_HEADER_LINE_LENGTH + LINE_END.size());
+    const void* const end = longest == 0 ? nullptr : std::memchr(window.data, LINE_END.back(), longest);
+    if (end == nullptr)
+    {
+        return false;
+    }
+    m_line = std::string_view(window.data, static_cast<std::size_t>(static_cast<const char*>(end) - window.data));
+    m_buffered->consume(m_line.size() + 1);
+    return true;
+}
+
+/// Reads the next line byte by byte. What the buffer throws goes no further; an exception that the stream's mask asks
+/// for cannot be thrown in here.
+HeadLineReader::EGathered HeadLineReader::gather()
+{
+    m_gathered.clear();
+    try
+    {
+        for (Traits::int_type c = m_source.sbumpc(); c != LINE_END.back(); c = m_source.sbumpc())
+        {
+            if (Traits::eq_int_type(c, Traits::eof()))
+            {
+                return E_INPUT_OVER;
+            }
+            m_gathered += Traits::to_char_type(c);
+            if (m_gathered.size() == HTTPUtils::MAX_HEADER_LINE_LENGTH + LINE_END.size())
+            {
+                return E_TOO_LONG;
+            }
+        }
+        return E_WHOLE_LINE;
+    }
+    catch (const abi::__forced_unwind&)
+    {
+        throw;
+    }
+    catch (...)
+    {
+        return E_BUFFER_THREW;
+    }
+}
+
+HeadLineReader::EResult HeadLineReader::accept(EResult result)
+{
+    m_total += m_line.size();
+    if (result == E_LINE)
+    {
+        ++m_total;
+        if (!m_line.empty() && m_line.back() == LINE_END.front())
+        {
+            m_line.remove_suffix(1);
+        }
+    }
+    const bool isSound = m_line.size() <= HTTPUtils::MAX_HEADER_LINE_LENGTH && m_total <= HTTPUtils::MAX_HEAD_SIZE &&
+                         !contains(m_line, '\r') && !contains(m_line, '\0');
+    return isSound ? result : refuse(std::ios_base::failbit);
+}
+
+HeadLineReader::EResult HeadLineReader::endOfInput()
+{
+    constexpr std::ios_base::iostate ENDED = std::ios_base::eofbit | std::ios_base::failbit;
+    if (m_buffered != nullptr && m_buffered->inputState() == blocxx::BaseStreamBuffer::E_INPUT_FAILED)
+    {
+        return refuse(ENDED | std::ios_base::badbit);
+    }
+    m_input.setstate(ENDED);
+    return m_line.empty() ? E_END : accept(E_LAST_LINE);
+}
+
+HeadLineReader::EResult HeadLineReader::refuse(std::ios_base::iostate state)
+{
+    m_input.setstate(state);
+    return E_REFUSED;
+}
+
+} // namespace OpenWBEM

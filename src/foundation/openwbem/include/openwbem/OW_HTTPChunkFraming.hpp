@@ -1,0 +1,99 @@
+#pragma once
+
+#include "openwbem/OW_config.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace OpenWBEM
+{
+
+/// The framing of the chunked transfer coding (RFC 9112 section 7.1), fed with bytes as they arrive.
+///
+/// A chunk begins with a line of 1 to 16 hexadecimal digits, optional blanks and tabs, and an optional extension behind
+/// a semicolon. Its data is followed by a line end. The chunk of size zero has no data; behind it come the trailer's
+/// lines up to an empty one. Line ends are CR LF or LF; there is no other CR and no NUL in a line.
+///
+/// Threads: one at a time.
+class OW_HTTP_API HTTPChunkFraming
+{
+public:
+    /// @name Limits; what is exactly as large is accepted
+    /// @{
+    static constexpr unsigned MAX_SIZE_DIGITS = 16;
+    /// Bytes of the line with a chunk's size, without its end.
+    static constexpr std::size_t MAX_SIZE_LINE_LENGTH = 4 * 1024;
+    /// Lines of the trailer, without the empty one.
+    static constexpr std::size_t MAX_TRAILER_LINES = 64;
+    /// Bytes of the trailer, with all line ends.
+    static constexpr std::size_t MAX_TRAILER_SIZE = 16 * 1024;
+    /// @}
+
+    /// Takes the framing at the front of a block: up to data, to the end of the message, to a byte that does not belong
+    /// there, or to the end of the block.
+    /// @return where it stopped
+    const char* parse(const char* block, const char* end);
+
+    /// The bytes of data that come next; 0 while there is framing to parse.
+    std::uint64_t dataLeft() const { return m_dataLeft; }
+
+    /// Takes so many bytes of data, at most dataLeft(), as read.
+    void takeData(std::uint64_t count)
+    {
+        m_dataLeft -= count;
+        if (m_dataLeft == 0)
+        {
+            m_state = E_DATA_END;
+        }
+    }
+
+    /// Whether the line of the zero-size chunk has been read, and the message's end has not.
+    bool isInTrailer() const { return m_state == E_TRAILER || m_state == E_TRAILER_LF; }
+
+    /// No byte will follow. That completes the message if only the trailer was missing, and breaks it elsewhere.
+    void endInput();
+    /// The input cannot be trusted from here on.
+    void breakOff()
+    {
+        m_state = E_BROKEN;
+        m_dataLeft = 0;
+    }
+
+    bool isComplete() const { return m_state == E_COMPLETE; }
+    bool isBroken() const { return m_state == E_BROKEN; }
+    bool isOver() const { return m_state >= E_COMPLETE; }
+
+private:
+    enum EState
+    {
+        E_SIZE,        ///< the digits
+        E_SIZE_BLANKS, ///< behind them
+        E_EXTENSION,
+        E_SIZE_LF, ///< a CR ended the size line
+        E_DATA,
+        E_DATA_END, ///< the line end behind the data
+        E_DATA_LF,
+        E_TRAILER,
+        E_TRAILER_LF,
+        E_COMPLETE,
+        E_BROKEN
+    };
+
+    const char* parseUsual(const char* block, const char* end);
+    EState next(char c);
+    EState afterDigit(char c);
+    EState afterSize(char c);
+    EState sizeLineEnd();
+    EState trailerByte(char c);
+    EState trailerLineEnd();
+
+    EState m_state = E_SIZE;
+    unsigned m_digits = 0;
+    std::uint64_t m_size = 0;
+    std::uint64_t m_dataLeft = 0;
+    std::size_t m_lineLength = 0;
+    std::size_t m_trailerLines = 0;
+    std::size_t m_trailerSize = 0;
+};
+
+} // namespace OpenWBEM

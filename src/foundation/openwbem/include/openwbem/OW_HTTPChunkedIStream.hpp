@@ -1,0 +1,99 @@
+#pragma once
+
+#include "blocxx/BaseStreamBuffer.hpp"
+#include "openwbem/OW_HTTPChunkFraming.hpp"
+#include "openwbem/OW_config.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <istream>
+
+namespace OpenWBEM
+{
+
+/// Decodes a body in chunked transfer coding (HTTPChunkFraming says what is accepted) that it reads from the buffer of
+/// another stream.
+///
+/// Bytes are handed over as they arrive. The trailer is read, and dropped, only when the reader asks for more than the
+/// body's last byte; the body is complete without it, so input that ends inside the trailer does no harm.
+///
+/// inputState() tells how the body ended: E_INPUT_ENDED for a complete one; E_INPUT_FAILED for one that was cut short
+/// or is malformed, and for a stream that had failed before the body began. inputError() is then the wrapped buffer's,
+/// EBADMSG if that did not fail, EIO if it threw or the stream had failed before. What was decoded before is delivered
+/// first. The wrapped stream gets failbit for a malformed body, eofbit and failbit for a cut one, badbit if its buffer
+/// throws.
+///
+/// Not copyable; one thread at a time.
+class OW_HTTP_API HTTPChunkedIStreamBuffer : public blocxx::BaseStreamBuffer
+{
+public:
+    /// Reads nothing yet. `istr` outlives this object.
+    explicit HTTPChunkedIStreamBuffer(std::istream& istr);
+    ~HTTPChunkedIStreamBuffer() override;
+
+    std::istream& getInputStreamOrig() { return m_istr; }
+
+    /// Gets ready for another body, which begins where the wrapped stream stands.
+    void resetInput();
+
+protected:
+    std::streamsize xsgetn(char* to, std::streamsize count) override;
+
+private:
+    enum EWait
+    {
+        E_FOR_SOME, ///< until at least one byte is decoded
+        E_FOR_ALL   ///< until the room is filled
+    };
+
+    int buffer_from_device(char* c, int n) override;
+
+    std::size_t decode(char* to, std::size_t room, EWait wait);
+    void begin();
+    std::size_t decodeBuffered(char* to, std::size_t room, EWait wait);
+    std::size_t decodeWindow(char* to, std::size_t room);
+    std::size_t decodeForeign(char* to, std::size_t room);
+    void parseByte();
+    std::size_t readData(char* to, std::uint64_t count);
+    void noteEndOfInput();
+    void endInput(std::ios_base::iostate state, int error);
+    void markWrapped(std::ios_base::iostate state);
+
+    std::istream& m_istr;
+    std::streambuf* m_source;                 // the wrapped stream's, null before the body begins
+    blocxx::BaseStreamBuffer* m_windowSource; // the same, if its bytes can be looked at in place
+    HTTPChunkFraming m_framing;
+    int m_error;
+};
+
+/// Makes the buffer before the stream that uses it.
+class OW_HTTP_API HTTPChunkedIStreamBase
+{
+protected:
+    explicit HTTPChunkedIStreamBase(std::istream& istr) : m_buffer(istr) {}
+
+    HTTPChunkedIStreamBuffer m_buffer;
+};
+
+/// The body of an HTTP message in chunked transfer coding, as a stream of its data (RFC 9112 section 7.1).
+///
+/// The end of a complete body is the end of the stream: eofbit, and failbit after a read that came short, but never
+/// badbit. A body that is malformed or cut short sets badbit, behind the last byte that was decoded.
+class OW_HTTP_API HTTPChunkedIStream : private HTTPChunkedIStreamBase, public std::istream
+{
+public:
+    /// Reads nothing yet. `istr` outlives this object, which leaves it alone when it goes.
+    explicit HTTPChunkedIStream(std::istream& istr);
+    HTTPChunkedIStream(const HTTPChunkedIStream&) = delete;
+    HTTPChunkedIStream& operator=(const HTTPChunkedIStream&) = delete;
+    ~HTTPChunkedIStream() override;
+
+    /// The wrapped stream.
+    std::istream& getInputStreamOrig() { return m_buffer.getInputStreamOrig(); }
+
+    /// Clears this stream's state for another body, which begins where the wrapped stream stands: behind the body
+    /// before, if that was read up to its end of file. The wrapped stream's state is not cleared.
+    void resetInput();
+};
+
+} // namespace OpenWBEM
