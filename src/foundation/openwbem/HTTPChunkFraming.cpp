@@ -41,8 +41,16 @@ unsigned digitValue(char c)
 
 const char* HTTPChunkFraming::parse(const char* block, const char* end)
 {
+    if (isInTrailer())
+    {
+        while (block != end && isInTrailer())
+        {
+            m_state = next(*block++);
+        }
+        return block;
+    }
     block = parseUsual(block, end);
-    while (block != end && m_state != E_DATA && !isOver())
+    while (block != end && m_state != E_DATA && m_state < E_TRAILER)
     {
         m_state = next(*block++);
     }

@@ -29,8 +29,8 @@ public:
     static constexpr std::size_t MAX_TRAILER_SIZE = 16 * 1024;
     /// @}
 
-    /// Takes the framing at the front of a block: up to data, to the end of the message, to a byte that does not belong
-    /// there, or to the end of the block.
+    /// Takes the framing at the front of a block: up to data, to the front of the trailer, to the end of the message, to a
+    /// byte that does not belong there, or to the end of the block.
     /// @return where it stopped
     const char* parse(const char* block, const char* end);
 
