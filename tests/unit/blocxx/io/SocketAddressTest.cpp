@@ -69,6 +69,11 @@ struct Literal
     const char* text;
 };
 
+void PrintTo(const Literal& literal, std::ostream* out)
+{
+    *out << literal.host;
+}
+
 class SocketAddressLiteral : public testing::TestWithParam<Literal>
 {
 };
@@ -94,22 +99,37 @@ INSTANTIATE_TEST_SUITE_P(Forms, SocketAddressLiteral,
                                          Literal{"0", "0.0.0.0", "0.0.0.0:8080"}, Literal{"::1", "::1", "[::1]:8080"},
                                          Literal{"::ffff:127.0.0.1", "::ffff:127.0.0.1", "[::ffff:127.0.0.1]:8080"}));
 
-class SocketAddressNoHost : public testing::TestWithParam<String>
+const struct
 {
-};
+    const char* kind;
+    String text;
+} NO_HOSTS[] = {{"Empty", ""},
+                {"Blank", " "},
+                {"BlankInside", "a b"},
+                {"BlankBehind", "127.0.0.1 "},
+                {"BlankBefore", " 127.0.0.1"},
+                {"LineEnd", "localhost\n"},
+                {"Delete", "localhost\x7f"},
+                {"NulInside", String("localhost\0.example", 18)},
+                {"Hexadecimal", "0x7f.1"},
+                {"NumberOutOfRange", "256.1.1.1"},
+                {"FiveNumbers", "1.2.3.4.5"},
+                {"Dots", "..."},
+                {"NumberTooLarge", "4294967296"},
+                {"Brackets", "[::1]"},
+                {"Zone", "fe80::1%lo"},
+                {"Colon", ":"},
+                {"IPv6WithTwoGaps", "1::2::3"}};
 
-TEST_P(SocketAddressNoHost, IsUnknownWithoutALookUp)
+TEST(SocketAddress, NoHostIsUnknownWithoutALookUp)
 {
     const int lookUps = ScriptedResolver::lookUps();
-    const std::string text = unknownHostText(GetParam());
-    EXPECT_THAT(text, StartsWith(std::string("Unknown host: ") + GetParam().c_str()));
+    for (const auto& [kind, text] : NO_HOSTS)
+    {
+        EXPECT_THAT(unknownHostText(text), StartsWith(std::string("Unknown host: ") + text.c_str())) << kind;
+    }
     EXPECT_EQ(ScriptedResolver::lookUps(), lookUps);
 }
-
-INSTANTIATE_TEST_SUITE_P(Texts, SocketAddressNoHost,
-                         testing::Values("", " ", "a b", "127.0.0.1 ", " 127.0.0.1", "localhost\n", "0x7f.1",
-                                         "256.1.1.1", "1.2.3.4.5", "...", "4294967296", "[::1]", "fe80::1%lo", ":",
-                                         "1::2::3", "localhost\x7f", String("localhost\0.example", 18)));
 
 TEST(SocketAddress, UnknownHostTextNamesHostAndReason)
 {

@@ -182,7 +182,18 @@ TEST(SocketConnect, AbsoluteTimeoutExpiresAtItsMoment)
                 HasSubstr("(limit: the moment " + std::to_string(end.get()) + " seconds after the epoch)"));
 }
 
-class SocketConnectNoTime : public testing::TestWithParam<Timeout>
+struct NoTime
+{
+    const char* name;
+    Timeout timeout;
+};
+
+void PrintTo(const NoTime& noTime, std::ostream* out)
+{
+    *out << noTime.name;
+}
+
+class SocketConnectNoTime : public testing::TestWithParam<NoTime>
 {
 };
 
@@ -190,16 +201,20 @@ TEST_P(SocketConnectNoTime, FailsAtOnceUnlessReadyAtOnce)
 {
     const SilentPort silent;
     Socket socket;
-    socket.setConnectTimeout(GetParam());
+    socket.setConnectTimeout(GetParam().timeout);
     const Clock::time_point start = Clock::now();
     EXPECT_EQ(connectFailure(socket, loopback(silent.port())).code, ETIMEDOUT);
     EXPECT_LT(secondsSince(start), 0.5);
 }
 
 INSTANTIATE_TEST_SUITE_P(Timeouts, SocketConnectNoTime,
-                         testing::Values(Timeout::relative(0), Timeout::relative(-1), Timeout::relative(-INFINITY),
-                                         Timeout::relative(NAN), Timeout::relativeWithReset(0),
-                                         Timeout::absolute(DateTime(1)), Timeout::absolute(DateTime())));
+                         testing::Values(NoTime{"zero", Timeout::relative(0)},
+                                         NoTime{"negative", Timeout::relative(-1)},
+                                         NoTime{"negative infinity", Timeout::relative(-INFINITY)},
+                                         NoTime{"not a number", Timeout::relative(NAN)},
+                                         NoTime{"zero with reset", Timeout::relativeWithReset(0)},
+                                         NoTime{"past", Timeout::absolute(DateTime(1))},
+                                         NoTime{"epoch", Timeout::absolute(DateTime())}));
 
 TEST(SocketConnect, ZeroTimeoutSucceedsWhenTheConnectionIsThereAtOnce)
 {
