@@ -107,7 +107,7 @@ TEST(OStringStream, AssignmentReplacesTheText)
     target << "zz";
     target = source;
     EXPECT_EQ("abc", target.toString());
-    target = target; // NOLINT
+    target = *&target;
     EXPECT_EQ("abc", target.toString());
 }
 

@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <new>
 
+// NOLINTBEGIN(bugprone-macro-parentheses): names of classes cannot stand in parentheses.
+
 /// Declares class NAMEException, a BASE, exported by LINKAGE.
 #define BLOCXX_DECLARE_APIEXCEPTION2(NAME, BASE, LINKAGE)                                                              \
     class LINKAGE NAME##Exception : public BASE                                                                        \
@@ -64,6 +66,8 @@
 #define BLOCXX_DEFINE_EXCEPTION_WITH_BASE_AND_ID(NAME, BASE)                                                           \
     BLOCXX_DEFINE_EXCEPTION_WITH_BASE_AND_ID_AUX(NAME, BASE, ::blocxx::ExceptionIds::NAME##ExceptionId)
 #define BLOCXX_DEFINE_EXCEPTION_WITH_ID(NAME) BLOCXX_DEFINE_EXCEPTION_WITH_BASE_AND_ID(NAME, ::blocxx::Exception)
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 /// @name Throwing
 /// The file and line of the exception are those of the throw.

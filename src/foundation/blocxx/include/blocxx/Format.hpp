@@ -74,11 +74,7 @@ BLOCXX_COMMON_API void insertText(std::ostream& out, const void* value);
 template <class T>
 Argument argumentOf(const T& argument) noexcept
 {
-    if constexpr (std::is_array_v<T> && IS_TEXT<T>)
-    {
-        return {argument, &insertText, Padding::Blanks};
-    }
-    else if constexpr (IS_TEXT<T>)
+    if constexpr (IS_TEXT<T>)
     {
         return {argument, &insertText, Padding::Blanks};
     }

@@ -17,6 +17,8 @@ inline void IntrusiveReferenceRelease(IntrusiveCountableBase* object);
 /// The destructor may throw, so that a derived class may: the reference that drops the last share catches and logs it.
 /// A class that also derives from something with a non-throwing virtual destructor (a standard stream, an Exception)
 /// has to declare its own destructor `noexcept`.
+// The destructor is protected because only the release of the last reference may call it, through this base.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor)
 class BLOCXX_COMMON_API IntrusiveCountableBase
 {
 protected:
