@@ -11,7 +11,7 @@ std::atomic<bool> failing = false;
 
 } // namespace
 
-// Replaces the library's own in every program that uses the class above.
+// These replace the library's own in every program that uses the class above.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
     if (failing)
@@ -21,6 +21,22 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept
     try
     {
         return ::operator new(size);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    if (failing)
+    {
+        return nullptr;
+    }
+    try
+    {
+        return ::operator new[](size);
     }
     catch (const std::bad_alloc&)
     {
