@@ -1,4 +1,6 @@
 #include "blocxx/Exception.hpp"
+#include "blocxx/Format.hpp"
+#include "blocxx/Logger.hpp"
 
 namespace blocxx
 {
@@ -6,23 +8,30 @@ namespace blocxx
 namespace
 {
 
-void logError(const char*, const char*) {}
+/// The component is no global of its own: this may run when those have been destroyed.
+Logger exceptionLogger()
+{
+    return Logger(String("blocxx.Exception"));
+}
 
 } // namespace
 
 void logErroneousException(const char* description)
 {
-    logError(description, "");
+    const Logger logger = exceptionLogger();
+    BLOCXX_LOG_ERROR(logger, Format("Unable to handle exception: %1", description));
 }
 
 void logErroneousException(const char* description, const std::exception& exception)
 {
-    logError(description, exception.what());
+    const Logger logger = exceptionLogger();
+    BLOCXX_LOG_ERROR(logger, Format("Unable to handle std::exception: %1: %2", description, exception.what()));
 }
 
 void logErroneousException(const char* description, const Exception& exception)
 {
-    logError(description, exception.what());
+    const Logger logger = exceptionLogger();
+    BLOCXX_LOG_ERROR(logger, Format("Unable to handle exception: %1: %2", description, exception));
 }
 
 void ExceptionDetail::logCurrentException(const char* description) noexcept

@@ -1,5 +1,7 @@
 #include "blocxx/Exception.hpp"
 
+#include "support/NothrowNew.hpp"
+
 #include "blocxx/Format.hpp"
 #include "blocxx/IOException.hpp"
 #include "blocxx/NULLReferenceException.hpp"
@@ -121,6 +123,21 @@ TEST(Exception, ASubExceptionThatCannotBeClonedIsAbsent)
     const HTTPException outer("f", 1, "m", -1, &inner);
     EXPECT_EQ(nullptr, outer.getSubException());
     EXPECT_EQ("f: 1 HTTPException: m", textOf(outer));
+}
+
+TEST(Exception, WhatMemoryDoesNotSufficeForIsAbsent)
+{
+    const IOException inner("in.cpp", 3, "inner");
+    const HTTPException original("f", 1, "m", 5, &inner);
+    const zol_test::FailingNothrowNew exhausted;
+    const HTTPException copy(original);
+    EXPECT_STREQ("", copy.getFile());
+    EXPECT_STREQ("", copy.getMessage());
+    EXPECT_EQ(nullptr, copy.getSubException());
+    EXPECT_EQ(1, copy.getLine());
+    EXPECT_EQ(5, copy.getErrorCode());
+    EXPECT_EQ(nullptr, original.clone());
+    EXPECT_EQ(nullptr, Exception::dupString("abc"));
 }
 
 TEST(Exception, ClonesWithItsOwnType)
