@@ -1,0 +1,90 @@
+#include "HTTPResponse/BodyReaders.hpp"
+#include "HTTPResponse/SourceUnit.hpp"
+
+#include "zol/http/HTTPTransferDecoder.hpp"
+#include "zol/http/Response.hpp"
+#include "zol/mime/UnbufferedContent.hpp"
+
+#include <array>
+#include <istream>
+#include <limits>
+
+namespace ZOLNS2::HTTP
+{
+
+using namespace HTTPResponseUnit;
+
+namespace
+{
+
+constexpr size_t READ_SIZE = 2048;
+
+bool isMultipart(const MIME::ContentTypeHeader& contentType)
+{
+    return contentType.getType().equalsIgnoreCase("multipart");
+}
+
+} // namespace
+
+void Response::parseResponseData(HTTPConnection& conn)
+{
+    const blocxx::Logger logger(COMPONENT_NAME);
+    if (isMultipart(contentType))
+    {
+        ZOL_LOG(logger, DEBUG, "Content is multi-part.  Reading all parts to memory.");
+        parseMultipartContent(conn.istream(), contents, contentType);
+        return;
+    }
+    unsigned long length = std::numeric_limits<unsigned long>::max();
+    const blocxx::String announced = headers.getHeaderValue("content-length");
+    if (!announced.empty())
+    {
+        length = announced.toUInt64();
+        ZOL_LOG(logger, DEBUG, blocxx::Format("Content is single part with size %1 and type %2", length, contentType));
+    }
+    contents.push_back(
+        MIME::ContentRef(new MIME::UnbufferedContent(getTransferDecoder(conn, headers), contentType, length)));
+}
+
+void Response::parseResponseData(std::istream& istr)
+{
+    if (isMultipart(contentType))
+    {
+        parseMultipartContent(istr, contents, contentType);
+    }
+    else
+    {
+        parseSinglePartContent(istr, contents, contentType);
+    }
+}
+
+void HTTPResponseUnit::parseSinglePartContent(std::istream& istr, MIME::Contents& contents,
+                                              const MIME::ContentTypeHeader& contentType)
+{
+    const blocxx::Logger logger(COMPONENT_NAME);
+    ZOL_LOG(logger, DEBUG2, "Reading data (not multi-part)");
+    std::array<char, READ_SIZE> block{};
+    std::vector<char> body;
+    while (!istr.fail())
+    {
+        const std::streamsize count = istr.read(block.data(), block.size()).gcount();
+        if (count <= 0)
+        {
+            ZOL_LOG(logger, DEBUG, blocxx::Format("Didn't read a positive number of bytes: %1", count));
+            break;
+        }
+        body.insert(body.end(), block.begin(), block.begin() + count);
+    }
+    ZOL_LOG(logger, DEBUG3, "Creating content...");
+    const MIME::ContentRef content = createContent(body, contentType);
+    if (!content)
+    {
+        ZOL_LOG(logger, ERROR,
+                blocxx::Format("Failed to create content for response .. (FIXME: Bad error message).: %1",
+                               contentType.getType()));
+        return;
+    }
+    contents.push_back(content);
+}
+
+} // namespace ZOLNS2::HTTP

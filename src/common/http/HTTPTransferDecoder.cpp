@@ -1,0 +1,72 @@
+#include "zol/http/HTTPTransferDecoder.hpp"
+
+#include "UnitLog.hpp"
+
+#include "blocxx/BaseStreamBuffer.hpp"
+#include "blocxx/String.hpp"
+
+#include <utility>
+
+namespace ZOLNS2::HTTP
+{
+
+namespace
+{
+
+constexpr const char* SOURCE_UNIT = "HTTPTransferDecoder";
+constexpr const char* MESSAGE_PREFIX = "response: ";
+blocxx::GlobalString COMPONENT_NAME = BLOCXX_GLOBAL_STRING_INIT("zol.common.http");
+
+} // namespace
+
+HTTPTransferDecoder::HTTPTransferDecoder(HTTPConnection connection)
+    : m_connection(std::move(connection)), m_failedBeforeBody(m_connection.istream().fail())
+{
+}
+
+HTTPTransferDecoder::~HTTPTransferDecoder() = default;
+
+bool HTTPTransferDecoder::bodyIsComplete()
+{
+    // The stream's bits cannot answer: eof and fail are set after a cut body as after a complete one.
+    const auto* buffer = dynamic_cast<const blocxx::BaseStreamBuffer*>(istream().rdbuf());
+    return !m_failedBeforeBody && buffer != nullptr && buffer->inputState() == blocxx::BaseStreamBuffer::E_INPUT_ENDED;
+}
+
+ChunkedTransferDecoder::ChunkedTransferDecoder(HTTPConnection connection)
+    : HTTPTransferDecoder(std::move(connection)), m_chunkedStream(getConnection().istream())
+{
+}
+
+ChunkedTransferDecoder::~ChunkedTransferDecoder() = default;
+
+std::istream& ChunkedTransferDecoder::getInputStream()
+{
+    return m_chunkedStream;
+}
+
+DefaultTransferDecoder::DefaultTransferDecoder(HTTPConnection connection) : HTTPTransferDecoder(std::move(connection))
+{
+}
+
+DefaultTransferDecoder::~DefaultTransferDecoder() = default;
+
+std::istream& DefaultTransferDecoder::getInputStream()
+{
+    return getConnection().istream();
+}
+
+HTTPTransferDecoderRef getTransferDecoder(HTTPConnection& connection, const Headers& headers)
+{
+    const blocxx::Logger logger(COMPONENT_NAME);
+    const blocxx::String encoding = headers.getHeaderValue("transfer-encoding");
+    ZOL_LOG(logger, DEBUG2, blocxx::Format("Creating transfer decoder for transfer encoding \"%1\"", encoding));
+    // Deliberately the whole value: a list, an unknown coding or surrounding blanks all mean identity.
+    if (encoding.equalsIgnoreCase("chunked"))
+    {
+        return HTTPTransferDecoderRef(new ChunkedTransferDecoder(connection));
+    }
+    return HTTPTransferDecoderRef(new DefaultTransferDecoder(connection));
+}
+
+} // namespace ZOLNS2::HTTP
