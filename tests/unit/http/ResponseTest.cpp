@@ -1,0 +1,200 @@
+#include "zol/http/Response.hpp"
+
+#include "LogLines.hpp"
+
+#include "zol/http/HTTPException.hpp"
+#include "zol/mime/TextContent.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+namespace
+{
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using zol_test::logLines;
+using ZOLNS2::HTTP::HTTPException;
+using ZOLNS2::HTTP::Response;
+using ZOLNS2::MIME::ContentRef;
+using ZOLNS2::MIME::TextPlainContent;
+
+std::string textOf(const ContentRef& content)
+{
+    const blocxx::Array<char> bytes = getContentData(content, static_cast<size_t>(-1));
+    return {bytes.begin(), bytes.end()};
+}
+
+Response responseOfThreeParts()
+{
+    Response response;
+    for (const char* const text : {"one", "two", "three"})
+    {
+        response.contents.push_back(ContentRef(new TextPlainContent(text)));
+    }
+    return response;
+}
+
+std::vector<char> byteArrayOf(const char* text, size_t length)
+{
+    blocxx::StringBuffer buffer;
+    for (size_t i = 0; i < length; ++i)
+    {
+        buffer.append(text[i]);
+    }
+    const blocxx::Array<char> bytes = Response().convertToByteArray(buffer);
+    return {bytes.begin(), bytes.end()};
+}
+
+TEST(Response, FreshOneHasNoPartsAndIsAnOctetStream)
+{
+    Response response;
+    EXPECT_FALSE(response.getNextPart());
+    EXPECT_EQ(response.currentPart, 0U);
+    EXPECT_TRUE(response.contents.empty());
+    EXPECT_EQ(response.headers.begin(), response.headers.end());
+    EXPECT_EQ(response.statusLine.reasonPhrase, "");
+    EXPECT_EQ(response.contentType.getType(), "application");
+    EXPECT_EQ(response.contentType.getSubType(), "octet-stream");
+    EXPECT_TRUE(response.contentType.getParameters().empty());
+    EXPECT_EQ(response.contentType.getContentTypeString(), "Content-type: application/octet-stream");
+    EXPECT_EQ(response.reserved1, "");
+    EXPECT_EQ(response.reserved2, "");
+    EXPECT_TRUE(response.reserved3.empty());
+}
+
+TEST(Response, PartsComeInOrderAndThenNullForGood)
+{
+    Response response = responseOfThreeParts();
+    EXPECT_EQ(textOf(response.getNextPart()), "one");
+    EXPECT_EQ(textOf(response.getNextPart()), "two");
+    EXPECT_EQ(textOf(response.getNextPart()), "three");
+    EXPECT_FALSE(response.getNextPart());
+    EXPECT_FALSE(response.getNextPart());
+    EXPECT_EQ(response.currentPart, 3U);
+}
+
+TEST(Response, CopyGoesOnWhereTheOriginalStoodAndAdvancesByItself)
+{
+    Response response = responseOfThreeParts();
+    const ContentRef first = response.getNextPart();
+    Response copy = response;
+    EXPECT_EQ(textOf(copy.getNextPart()), "two");
+    EXPECT_EQ(textOf(copy.getNextPart()), "three");
+    EXPECT_EQ(textOf(response.getNextPart()), "two");
+}
+
+TEST(Response, CopiesShareTheContents)
+{
+    Response response = responseOfThreeParts();
+    Response copy = response;
+    EXPECT_EQ(copy.getNextPart(), response.getNextPart());
+}
+
+TEST(Response, ConvertToByteArrayPutsZeroBytesInFront)
+{
+    EXPECT_THAT(byteArrayOf("ab", 2), ElementsAre('\0', '\0', '\0', 'a', 'b'));
+    EXPECT_THAT(byteArrayOf("a\0b", 3), ElementsAre('\0', '\0', '\0', '\0', 'a', '\0', 'b'));
+    EXPECT_THAT(byteArrayOf("", 0), ElementsAre('\0'));
+}
+
+TEST(Response, ExtractionReadsHeadAndBodyAndReturnsTheStream)
+{
+    std::istringstream input("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\n\r\nhello");
+    Response response;
+    EXPECT_EQ(&(input >> response), &input);
+    EXPECT_EQ(response.statusLine.statusCode, 200);
+    ASSERT_EQ(response.contents.size(), 1U);
+    EXPECT_EQ(textOf(response.contents[0]), "hello");
+}
+
+TEST(Response, ExtractingTwiceAppends)
+{
+    std::istringstream first("HTTP/1.1 200 OK\r\nContent-Type: text/plain; charset=x\r\nB: 1\r\n\r\nhello");
+    std::istringstream second("HTTP/1.1 201 Made\r\nContent-Type: text/xml; charset=y\r\nA: 2\r\n\r\nworld");
+    Response response;
+    first >> response;
+    second >> response;
+    EXPECT_EQ(response.statusLine.statusCode, 201);
+    EXPECT_EQ(response.headers.getHeaderValue("b"), "1");
+    EXPECT_EQ(response.headers.getHeaderValue("a"), "2");
+    EXPECT_EQ(response.contentType.getSubType(), "xml");
+    EXPECT_EQ(response.contentType.getParameters().size(), 2U);
+    ASSERT_EQ(response.contents.size(), 2U);
+    EXPECT_EQ(textOf(response.contents[0]), "hello");
+    EXPECT_EQ(textOf(response.contents[1]), "world");
+}
+
+TEST(Response, FailedExtractionKeepsTheHeadLogsAndThrowsOn)
+{
+    const zol_test::LogCapture log(blocxx::E_ERROR_LEVEL);
+    std::istringstream input("HTTP/1.1 500 Oh No\r\nA: 1\r\nContent-Type: text/html\r\n\r\nbody");
+    Response response;
+    std::string printed;
+    try
+    {
+        input >> response;
+        FAIL() << "a 500 answer is no success";
+    }
+    catch (const HTTPException& e)
+    {
+        EXPECT_EQ(e.getErrorCode(), 500);
+        std::ostringstream text;
+        text << e;
+        printed = text.str();
+    }
+    EXPECT_EQ(response.statusLine.statusCode, 500);
+    EXPECT_EQ(response.headers.getHeaderValue("A"), "1");
+    EXPECT_EQ(response.contentType.getSubType(), "html");
+    EXPECT_TRUE(response.contents.empty());
+    EXPECT_THAT(logLines(log, "zol.common.http.response"),
+                ElementsAre("ERROR response: Error retrieving http response: " + printed));
+    EXPECT_THAT(printed, testing::MatchesRegex("HTTPResponse: [0-9]+ HTTPException: 500: "
+                                               "Error response from http server: HTTP/1.1 500 Oh No"));
+}
+
+TEST(Response, FailedExtractionIsSilentBelowTheErrorLevel)
+{
+    const zol_test::LogCapture log(blocxx::E_FATAL_ERROR_LEVEL);
+    std::istringstream input("HTTP/1.1 500 Oh\r\n\r\n");
+    Response response;
+    EXPECT_THROW(input >> response, HTTPException);
+    EXPECT_THAT(logLines(log, "zol.common.http.response"), IsEmpty());
+}
+
+TEST(Response, RethrowsTheVeryObjectThatWasThrown)
+{
+    struct SpecialException : HTTPException
+    {
+        SpecialException() : HTTPException("special", 1, "special", 7, nullptr, -1) {}
+    };
+    struct ThrowingBuffer : std::streambuf
+    {
+        int_type underflow() override { throw SpecialException(); }
+    } buffer;
+    std::istream input(&buffer);
+    Response response;
+    const zol_test::LogCapture log(blocxx::E_ERROR_LEVEL);
+    EXPECT_THROW(input >> response, SpecialException);
+    EXPECT_THAT(logLines(log, "zol.common.http.response"),
+                ElementsAre("ERROR response: Error retrieving http response: special: 1 HTTPException: 7: special"));
+}
+
+TEST(Response, OtherExceptionsPassWithoutALog)
+{
+    struct ThrowingBuffer : std::streambuf
+    {
+        int_type underflow() override { throw std::bad_alloc(); }
+    } buffer;
+    std::istream input(&buffer);
+    Response response;
+    const zol_test::LogCapture log(blocxx::E_ERROR_LEVEL);
+    EXPECT_THROW(input >> response, std::bad_alloc);
+    EXPECT_THAT(logLines(log, "zol.common.http.response"), IsEmpty());
+}
+
+} // namespace
