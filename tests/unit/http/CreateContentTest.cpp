@@ -1,5 +1,5 @@
 #include "HTTPResponse/BodyReaders.hpp"
-#include "LogLines.hpp"
+#include "support/LogLines.hpp"
 
 #include "zol/mime/OctetStreamContent.hpp"
 #include "zol/mime/TextContent.hpp"

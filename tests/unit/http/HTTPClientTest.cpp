@@ -1,7 +1,7 @@
 #include "zol/http/HTTPClient.hpp"
 
-#include "LogLines.hpp"
 #include "support/Descriptor.hpp"
+#include "support/LogLines.hpp"
 #include "support/ScriptedServer.hpp"
 
 #include "blocxx/SocketAddress.hpp"

@@ -1,6 +1,6 @@
 #include "zol/http/HTTPTransferDecoder.hpp"
 
-#include "LogLines.hpp"
+#include "support/LogLines.hpp"
 #include "support/ScriptedServer.hpp"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "LogLines.hpp"
+#include "support/LogLines.hpp"
 #include "support/ScriptedServer.hpp"
 
 #include "blocxx/SocketAddress.hpp"

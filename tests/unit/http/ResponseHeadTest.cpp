@@ -1,5 +1,7 @@
-#include "LogLines.hpp"
+#include "support/LogLines.hpp"
 
+#include "blocxx/LogAppender.hpp"
+#include "blocxx/LogMessage.hpp"
 #include "zol/http/HTTPException.hpp"
 #include "zol/http/Response.hpp"
 
@@ -285,6 +287,31 @@ TEST(ResponseHead, WithoutContentTypeItStaysAnOctetStream)
 {
     const Outcome outcome = readHead("HTTP/1.1 200 OK\r\nA: 1\r\n\r\n");
     EXPECT_EQ(toString(outcome.response.contentType), "application/octet-stream");
+}
+
+struct GaveUp
+{
+};
+
+/// Ends a parse that would not end by itself.
+class ImpatientAppender : public blocxx::LogAppender
+{
+    void doProcessLogMessage(const String&, const blocxx::LogMessage& record) const override
+    {
+        if (record.message.indexOf("Huh?") != String::npos && ++m_complaints == 1000)
+        {
+            throw GaveUp();
+        }
+    }
+
+    mutable int m_complaints = 0;
+};
+
+TEST(ResponseHead, TrailingSemicolonIsParsedBeforeTheStatusIsLookedAt)
+{
+    const blocxx::LogAppenderScope scope{blocxx::LogAppenderRef(new ImpatientAppender)};
+    EXPECT_THROW(readHead("HTTP/1.1 200 OK\r\nContent-Type: text/html;\r\n\r\n"), GaveUp);
+    EXPECT_THROW(readHead("HTTP/1.1 404 Not Found\r\nContent-Type: text/html;\r\n\r\n"), GaveUp);
 }
 
 TEST(ResponseHead, SecondHeadAppendsItsHeaders)

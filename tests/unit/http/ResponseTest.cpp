@@ -1,6 +1,6 @@
 #include "zol/http/Response.hpp"
 
-#include "LogLines.hpp"
+#include "support/LogLines.hpp"
 
 #include "zol/http/HTTPException.hpp"
 #include "zol/mime/TextContent.hpp"

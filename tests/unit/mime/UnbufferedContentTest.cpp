@@ -1,6 +1,6 @@
 #include "zol/mime/UnbufferedContent.hpp"
 
-#include "LogLines.hpp"
+#include "support/LogLines.hpp"
 #include "support/ScriptedServer.hpp"
 
 #include "blocxx/NULLReferenceException.hpp"
