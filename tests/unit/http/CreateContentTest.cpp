@@ -128,7 +128,7 @@ TEST(CreateContent, PartBodyLongerThanItsHeadersMovesToTheFrontWhole)
 
 TEST(CreateContent, SixteenBitPart)
 {
-    const ContentRef content = contentOf(std::string("Content-Type: text/plain; charset=UTF-16\r\n\r\na\0b\0c", 51));
+    const ContentRef content = contentOf(std::string("Content-Type: text/plain; charset=UTF-16\r\n\r\na\0b\0c", 49));
     EXPECT_TRUE(isText(content));
     EXPECT_EQ(textOf(content), std::string("a\0b\0", 4));
 }

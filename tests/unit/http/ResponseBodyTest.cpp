@@ -374,10 +374,9 @@ TEST(ResponseBody, UnsupportedTypeIsLoggedAndDropped)
 
 TEST(ResponseBody, LogsEveryStepOfAPlainStream)
 {
-    const zol_test::LogCapture log(blocxx::E_DEBUG3_LEVEL);
     Response response;
     std::istringstream input(std::string(2048, 'x'));
-    log.clear();
+    const zol_test::LogCapture log(blocxx::E_DEBUG3_LEVEL);
     response.parseResponseData(input);
     EXPECT_THAT(logLines(log, RESPONSE),
                 ElementsAre("DEBUG2 response: Reading data (not multi-part)",

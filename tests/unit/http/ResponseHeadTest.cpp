@@ -298,7 +298,7 @@ class ImpatientAppender : public blocxx::LogAppender
 {
     void doProcessLogMessage(const String&, const blocxx::LogMessage& record) const override
     {
-        if (record.message.indexOf("Huh?") != String::npos && ++m_complaints == 1000)
+        if (record.message.indexOf("Huh?") != String::npos && ++m_complaints % 1000 == 0)
         {
             throw GaveUp();
         }
