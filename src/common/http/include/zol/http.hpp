@@ -2,13 +2,17 @@
 
 /// @file Everything that the library offers.
 
+#include "zol/http/HTTPClient.hpp"
+#include "zol/http/HTTPConnection.hpp"
 #include "zol/http/HTTPException.hpp"
+#include "zol/http/HTTPTransferDecoder.hpp"
 #include "zol/http/Headers.hpp"
 #include "zol/http/MIMEContentIStream.hpp"
 #include "zol/http/Parameter.hpp"
 #include "zol/http/PayloadIStream.hpp"
 #include "zol/http/Request.hpp"
 #include "zol/http/RequestLine.hpp"
+#include "zol/http/Response.hpp"
 #include "zol/http/StatusLine.hpp"
 #include "zol/http/Version.hpp"
 #include "zol/mime/Content.hpp"
@@ -16,5 +20,6 @@
 #include "zol/mime/ContentTypeHeader.hpp"
 #include "zol/mime/OctetStreamContent.hpp"
 #include "zol/mime/TextContent.hpp"
+#include "zol/mime/UnbufferedContent.hpp"
 #include "zol/text/TormudaTextOperations.hpp"
 #include "zol/text/untokenize.hpp"
