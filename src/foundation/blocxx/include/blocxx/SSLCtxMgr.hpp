@@ -57,7 +57,8 @@ public:
 /// A TLS client's context: TLS 1.2 or later; unless verification is disabled, the peer's certificate must lead to a
 /// trusted one, be within its dates, and carry the host name or the address that was connected to (RFC 9110, 4.3.4).
 ///
-/// Held by reference; one context may serve sockets on many threads.
+/// Held by reference; one context may serve sockets on many threads. Making one reads the trusted certificates, which
+/// takes tens of milliseconds for a system's: make one and share it.
 class BLOCXX_COMMON_API SSLClientCtx : public IntrusiveCountableBase
 {
 public:

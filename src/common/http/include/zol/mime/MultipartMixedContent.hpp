@@ -1,0 +1,93 @@
+#pragma once
+
+#include "blocxx/String.hpp"
+#include "blocxx/StringBuffer.hpp"
+#include "zol/Export.hpp"
+#include "zol/mime/Content.hpp"
+
+#include <cstddef>
+
+namespace ZOLNS2::MIME
+{
+
+/// A reader's position in the wire form of a MultipartMixedContent. It stands at any byte, and it never goes back.
+class ZOL_API MultipartMixedContentStreamState : public ContentStreamState
+{
+public:
+    enum EPhase
+    {
+        E_DELIMITER,         ///< "--", boundary, line end
+        E_PART_HEADER,       ///< the part's one header line and the empty line
+        E_BODY,              ///< what the part itself delivers
+        E_AFTER_BODY,        ///< the line end in front of the next delimiter
+        E_CLOSING_DELIMITER, ///< "--", boundary, "--"
+        E_FINISHED
+    };
+
+    /// Stands at the first delimiter line.
+    MultipartMixedContentStreamState(const ContentStreamStateRef& partState, const blocxx::String& boundary);
+    ~MultipartMixedContentStreamState() override;
+
+    int phase = E_DELIMITER;         ///< one of EPhase
+    unsigned long partIndex = 0;     ///< the part being written
+    ContentStreamStateRef partState; ///< the position in that part
+    blocxx::StringBuffer text;       ///< what is being written, unless the phase is E_BODY
+    unsigned long textPosition = 0;  ///< how many bytes of the text have been written
+};
+
+/// Contents one after the other as one body of type multipart/mixed (RFC 2046, section 5.1.3), produced while it is
+/// read: for every part a delimiter line, the part's content type as its only header line, an empty line, the bytes of
+/// the part and a line end; at last the closing delimiter without a line end. There is no preamble and no epilogue.
+///
+/// The boundary may not occur in the bytes of a part; nobody checks that.
+class ZOL_API MultipartMixedContent : public Content
+{
+public:
+    /// @param boundary without the leading "--"
+    explicit MultipartMixedContent(const blocxx::String& boundary);
+    MultipartMixedContent(const Contents& parts, const blocxx::String& boundary);
+    ~MultipartMixedContent() override;
+
+    /// multipart/mixed with the parameter "boundary".
+    ContentTypeHeader getContentType() override;
+
+    /// Whether every part knows its length; true where there is no part.
+    bool hasContentLength() override;
+
+    /// The bytes of the wire form. Deliberate: where there is no part, those of a closing delimiter that is never
+    /// written.
+    /// @throws ContentException if a part does not know its length
+    unsigned long getContentLength() override;
+
+    /// Deliberate irregularities: a request of 0 bytes is answered with the end-of-data value; one call copies less
+    /// than 2 GiB; a part whose getData() answers 0 is asked again at once, until it delivers or reports its end.
+    ///
+    /// What a part throws passes through. The bytes copied by that call are lost, and after a failing getContentType()
+    /// the next call goes on behind that part's header line.
+    /// @return the bytes copied; the largest size_t at the end, and at once where there is no part
+    /// @throws blocxx::NULLReferenceException if `state` is null or of another kind, or a part is null
+    size_t getData(char* buffer, size_t count, const ContentStreamStateRef& state) override;
+
+    /// Deliberate: asks the first part for a state, and the reading asks it for another one. So a content that can be
+    /// read once, like UnbufferedContent, cannot be the first part.
+    ContentStreamStateRef createInitialStreamState() const override;
+
+    virtual blocxx::String getBoundary();
+
+    /// To be set before the reading starts: the first delimiter of a state that has been made keeps the old one.
+    virtual void setBoundary(blocxx::String boundary);
+
+    /// The parts themselves. To be changed before the reading starts.
+    virtual Contents& getParts();
+
+    /// Puts `part` behind the others.
+    virtual void addPart(ContentRef part);
+
+private:
+    void goOn(MultipartMixedContentStreamState& state) const;
+
+    Contents m_parts;
+    blocxx::String m_boundary;
+};
+
+} // namespace ZOLNS2::MIME

@@ -1,0 +1,517 @@
+#include "Peers.hpp"
+#include "ScriptedResolver.hpp"
+#include "TLSPeers.hpp"
+#include "support/Process.hpp"
+#include "support/ScriptedServer.hpp"
+#include "support/TemporaryDirectory.hpp"
+
+#include "blocxx/SSLCtxMgr.hpp"
+#include "blocxx/Socket.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <openssl/err.h>
+#include <openssl/ssl.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+using blocxx::Socket;
+using blocxx::SocketAddress;
+using blocxx::SSLClientCtx;
+using blocxx::SSLClientCtxRef;
+using blocxx::SSLOpts;
+using blocxx::Timeout;
+using testing::AllOf;
+using testing::HasSubstr;
+using zol_test::Certificate;
+using zol_test::CertificateFields;
+using zol_test::ConnectFailure;
+using zol_test::connectFailure;
+using zol_test::loopback;
+using zol_test::readUpTo;
+using zol_test::ScriptedResolver;
+using zol_test::ScriptedServer;
+using zol_test::serverCertificate;
+using zol_test::ServerConnection;
+using zol_test::testAuthority;
+using zol_test::tlsServer;
+using zol_test::trustingClient;
+using zol_test::uncheckedClient;
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+double secondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+void greet(ServerConnection& connection)
+{
+    connection.send("hello");
+}
+
+// Connects by the name, which stands for the server, and reads its greeting.
+std::string greetingOf(const ScriptedServer& server, const SSLClientCtxRef& context, const std::string& host)
+{
+    const ScriptedResolver resolver(host, {"127.0.0.1"});
+    Socket socket(context);
+    socket.connect(SocketAddress::getByName(host.c_str(), server.port()));
+    return readUpTo(socket, 5);
+}
+
+// The client's failure; the server's view of it is not of interest.
+ConnectFailure failureAt(ScriptedServer& server, const SSLClientCtxRef& context, const std::string& host = "127.0.0.1")
+{
+    const ScriptedResolver resolver(host, {"127.0.0.1"});
+    Socket socket(context);
+    ConnectFailure failure = connectFailure(socket, SocketAddress::getByName(host.c_str(), server.port()));
+    server.errors();
+    EXPECT_EQ(ERR_peek_error(), 0U);
+    return failure;
+}
+
+void expectVerifyFailure(const ConnectFailure& failure, const std::string& host, const std::string& reason)
+{
+    EXPECT_EQ(failure.type, "SSLException");
+    EXPECT_THAT(failure.text, HasSubstr("SSL connect error: certificate verify failed for " + host + " (127.0.0.1:"));
+    EXPECT_THAT(failure.text, HasSubstr(": " + reason + "; "));
+}
+
+Certificate certificateFor(const CertificateFields& fields)
+{
+    return zol_test::issue(testAuthority(), fields);
+}
+
+} // namespace
+
+TEST(SSLHandshake, VerifiedPeerTalks)
+{
+    ScriptedServer server(tlsServer(),
+                          [](ServerConnection& connection)
+                          {
+                              EXPECT_EQ(connection.receive(4), "ping");
+                              connection.send("pong");
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    EXPECT_TRUE(socket.isConnected());
+    EXPECT_EQ(socket.write("ping", 4), 4);
+    EXPECT_EQ(readUpTo(socket, 5), "pong");
+}
+
+TEST(SSLHandshake, OneSocketConnectsTwice)
+{
+    ScriptedServer server(tlsServer(), greet);
+    Socket socket(trustingClient());
+    for (int i = 0; i < 2; ++i)
+    {
+        socket.connect(loopback(server.port()));
+        EXPECT_EQ(readUpTo(socket, 6), "hello");
+    }
+}
+
+TEST(SSLHandshake, ContextServesManyThreads)
+{
+    ScriptedServer server(tlsServer(), greet);
+    const SSLClientCtxRef context = trustingClient();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i)
+    {
+        threads.emplace_back(
+            [&]
+            {
+                Socket socket(context);
+                socket.connect(loopback(server.port()));
+                EXPECT_EQ(readUpTo(socket, 5), "hello");
+            });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+}
+
+TEST(SSLVerification, NameOfTheCertificateIsAccepted)
+{
+    ScriptedServer server(tlsServer(), greet);
+    EXPECT_EQ(greetingOf(server, trustingClient(), "server.example"), "hello");
+    EXPECT_EQ(greetingOf(server, trustingClient(), "SERVER.example"), "hello");
+    EXPECT_EQ(greetingOf(server, trustingClient(), "server.example."), "hello");
+    EXPECT_EQ(greetingOf(server, trustingClient(), "any.wild.example"), "hello");
+}
+
+TEST(SSLVerification, AnotherNameIsRefused)
+{
+    ScriptedServer server(tlsServer(), greet);
+    for (const std::string host : {"other.example", "a.b.wild.example", "wild.example"})
+    {
+        const ConnectFailure failure = failureAt(server, trustingClient(), host);
+        expectVerifyFailure(failure, host, "hostname mismatch");
+        EXPECT_THAT(failure.text, HasSubstr("ask for the host by a name that its certificate carries"));
+    }
+}
+
+TEST(SSLVerification, AddressOfTheCertificateIsAcceptedInEveryForm)
+{
+    ScriptedServer server(tlsServer(), greet);
+    EXPECT_EQ(greetingOf(server, trustingClient(), "127.0.0.1"), "hello");
+    EXPECT_EQ(greetingOf(server, trustingClient(), "127.1"), "hello");
+
+    ScriptedServer::Options six = tlsServer();
+    six.ipv6 = true;
+    ScriptedServer sixServer(six, greet);
+    Socket socket(trustingClient());
+    socket.connect(SocketAddress::getByName("::1", sixServer.port()));
+    EXPECT_EQ(readUpTo(socket, 5), "hello");
+}
+
+TEST(SSLVerification, AnotherAddressIsRefused)
+{
+    CertificateFields fields;
+    fields.ipAddresses = {"127.0.0.2"};
+    ScriptedServer server(tlsServer(certificateFor(fields)), greet);
+    expectVerifyFailure(failureAt(server, trustingClient()), "127.0.0.1", "IP address mismatch");
+}
+
+TEST(SSLVerification, AddressAmongTheNamesIsNoAddress)
+{
+    CertificateFields fields;
+    fields.dnsNames = {"127.0.0.1"};
+    ScriptedServer server(tlsServer(certificateFor(fields)), greet);
+    expectVerifyFailure(failureAt(server, trustingClient()), "127.0.0.1", "IP address mismatch");
+}
+
+TEST(SSLVerification, SubjectNamesNoHost)
+{
+    CertificateFields fields;
+    fields.commonName = "server.example";
+    ScriptedServer server(tlsServer(certificateFor(fields)), greet);
+    expectVerifyFailure(failureAt(server, trustingClient(), "server.example"), "server.example", "hostname mismatch");
+}
+
+TEST(SSLVerification, ExpiredAndFutureCertificatesAreRefused)
+{
+    CertificateFields fields;
+    fields.ipAddresses = {"127.0.0.1"};
+    fields.validFromDays = -10;
+    fields.validToDays = -1;
+    ScriptedServer expired(tlsServer(certificateFor(fields)), greet);
+    const ConnectFailure failure = failureAt(expired, trustingClient());
+    expectVerifyFailure(failure, "127.0.0.1", "certificate has expired");
+    EXPECT_THAT(failure.text, HasSubstr("check this machine's clock"));
+    fields.validFromDays = 2;
+    fields.validToDays = 10;
+    ScriptedServer future(tlsServer(certificateFor(fields)), greet);
+    expectVerifyFailure(failureAt(future, trustingClient()), "127.0.0.1", "certificate is not yet valid");
+}
+
+TEST(SSLVerification, UntrustedIssuerIsRefusedAndTheTextTellsWhatToDo)
+{
+    const Certificate stranger = zol_test::makeAuthority("stranger");
+    CertificateFields fields;
+    fields.ipAddresses = {"127.0.0.1"};
+    ScriptedServer server(tlsServer(zol_test::issue(stranger, fields), stranger), greet);
+    const ConnectFailure failure = failureAt(server, trustingClient());
+    expectVerifyFailure(failure, "127.0.0.1", "self-signed certificate in certificate chain");
+    EXPECT_THAT(failure.text, AllOf(HasSubstr("SSLOpts::trustStore"), HasSubstr("SSLOpts::inMemoryTrustStore")));
+}
+
+TEST(SSLVerification, SelfSignedCertificateIsRefusedUnlessItIsTrustedItself)
+{
+    CertificateFields fields;
+    fields.ipAddresses = {"127.0.0.1"};
+    const Certificate own = zol_test::selfSigned(fields);
+    ScriptedServer::Options options;
+    options.certificate = own.certificatePem();
+    options.privateKey = own.keyPem();
+    ScriptedServer server(options, greet);
+    expectVerifyFailure(failureAt(server, trustingClient()), "127.0.0.1", "self-signed certificate");
+    EXPECT_EQ(greetingOf(server, zol_test::clientTrusting(own), "127.0.0.1"), "hello");
+}
+
+TEST(SSLVerification, TrustedCertificateNeedNotBeARoot)
+{
+    ScriptedServer server(tlsServer(), greet);
+    EXPECT_EQ(greetingOf(server, zol_test::clientTrusting(serverCertificate()), "127.0.0.1"), "hello");
+}
+
+TEST(SSLVerification, DisabledAcceptsAnything)
+{
+    CertificateFields fields;
+    fields.validFromDays = -10;
+    fields.validToDays = -1;
+    const Certificate own = zol_test::selfSigned(fields);
+    ScriptedServer::Options options;
+    options.certificate = own.certificatePem();
+    options.privateKey = own.keyPem();
+    ScriptedServer server(options, greet);
+    EXPECT_EQ(greetingOf(server, uncheckedClient(), "any.example"), "hello");
+}
+
+TEST(SSLVerification, OptionalAndAutoupdateVerifyAsRequiredDoes)
+{
+    const Certificate stranger = zol_test::makeAuthority("stranger");
+    ScriptedServer server(tlsServer(), greet);
+    for (const auto mode : {SSLOpts::MODE_OPTIONAL, SSLOpts::MODE_AUTOUPDATE})
+    {
+        SSLOpts opts;
+        opts.verifyMode = mode;
+        opts.inMemoryTrustStore.push_back(testAuthority().x509.get());
+        EXPECT_EQ(greetingOf(server, new SSLClientCtx(opts), "127.0.0.1"), "hello");
+        SSLOpts distrusting;
+        distrusting.verifyMode = mode;
+        distrusting.inMemoryTrustStore.push_back(stranger.x509.get());
+        EXPECT_EQ(failureAt(server, new SSLClientCtx(distrusting)).type, "SSLException");
+    }
+}
+
+TEST(SSLVerification, TrustStoreMayBeAFile)
+{
+    const zol_test::TemporaryDirectory folder;
+    SSLOpts opts;
+    opts.trustStore = folder.write("trust.pem", testAuthority().certificatePem());
+    ScriptedServer server(tlsServer(), greet);
+    EXPECT_EQ(greetingOf(server, new SSLClientCtx(opts), "127.0.0.1"), "hello");
+}
+
+TEST(SSLVerification, TrustStoreMayBeADirectory)
+{
+    const zol_test::TemporaryDirectory folder;
+    char hash[32];
+    std::snprintf(hash, sizeof hash, "%08lx.0",
+                  X509_NAME_hash_ex(X509_get_subject_name(testAuthority().x509.get()), nullptr, nullptr, nullptr));
+    folder.write(hash, testAuthority().certificatePem());
+    SSLOpts opts;
+    opts.trustStore = folder.path().string();
+    ScriptedServer server(tlsServer(), greet);
+    EXPECT_EQ(greetingOf(server, new SSLClientCtx(opts), "127.0.0.1"), "hello");
+}
+
+TEST(SSLVerification, SystemsStoreIsTrustedOnlyWhenNoOtherIsNamed)
+{
+    // OpenSSL's variable for the system's store.
+    const zol_test::TemporaryDirectory folder;
+    ::setenv("SSL_CERT_FILE", folder.write("trust.pem", testAuthority().certificatePem()).c_str(), 1);
+    ScriptedServer server(tlsServer(), greet);
+    EXPECT_EQ(greetingOf(server, new SSLClientCtx, "127.0.0.1"), "hello");
+
+    const Certificate stranger = zol_test::makeAuthority("stranger");
+    expectVerifyFailure(failureAt(server, zol_test::clientTrusting(stranger)), "127.0.0.1",
+                        "self-signed certificate in certificate chain");
+    ::unsetenv("SSL_CERT_FILE");
+}
+
+TEST(SSLHandshake, ServerSeesTheNameButNeverAnAddress)
+{
+    ScriptedServer server(tlsServer(),
+                          [&](ServerConnection& connection)
+                          {
+                              const char* name = SSL_get_servername(connection.ssl(), TLSEXT_NAMETYPE_host_name);
+                              connection.send(name == nullptr ? "none." : name);
+                          });
+    const auto seenFor = [&](const std::string& host)
+    {
+        const ScriptedResolver resolver(host, {"127.0.0.1"});
+        Socket socket(uncheckedClient());
+        socket.connect(SocketAddress::getByName(host.c_str(), server.port()));
+        return readUpTo(socket, 100);
+    };
+    EXPECT_EQ(seenFor("server.example"), "server.example");
+    EXPECT_EQ(seenFor("server.example."), "server.example");
+    EXPECT_EQ(seenFor("127.0.0.1"), "none.");
+    EXPECT_EQ(seenFor("127.1"), "none.");
+}
+
+TEST(SSLHandshake, NameTooLongForTLSIsRefused)
+{
+    ScriptedServer server(tlsServer(), greet);
+    const ConnectFailure failure = failureAt(server, trustingClient(), std::string(256, 'a'));
+    EXPECT_EQ(failure.type, "SSLException");
+    EXPECT_THAT(failure.text, HasSubstr("SSL connect error: not a host name for TLS: aaaa"));
+}
+
+TEST(SSLHandshake, TLS12IsSpokenAndTLS11IsNot)
+{
+    ScriptedServer::Options options = tlsServer();
+    options.adjust = [](SSL_CTX* context) { SSL_CTX_set_max_proto_version(context, TLS1_2_VERSION); };
+    ScriptedServer server(options, greet);
+    EXPECT_EQ(greetingOf(server, trustingClient(), "127.0.0.1"), "hello");
+
+    options.adjust = [](SSL_CTX* context)
+    {
+        SSL_CTX_set_security_level(context, 0);
+        SSL_CTX_set_min_proto_version(context, TLS1_VERSION);
+        SSL_CTX_set_max_proto_version(context, TLS1_1_VERSION);
+    };
+    ScriptedServer old(options, greet);
+    const ConnectFailure failure = failureAt(old, uncheckedClient());
+    EXPECT_EQ(failure.type, "SSLException");
+    EXPECT_THAT(failure.text, HasSubstr("protocol version"));
+}
+
+TEST(SSLHandshake, OwnCertificateIsShownToAServerThatAsks)
+{
+    const zol_test::TemporaryDirectory folder;
+    CertificateFields fields;
+    fields.commonName = "the client";
+    const Certificate own = certificateFor(fields);
+    SSLOpts opts;
+    opts.certfile = folder.write("own.pem", own.certificatePem() + own.keyPem());
+    opts.verifyMode = SSLOpts::MODE_DISABLED;
+    ScriptedServer::Options options = tlsServer();
+    options.adjust = [](SSL_CTX* context)
+    {
+        X509_STORE_add_cert(SSL_CTX_get_cert_store(context), testAuthority().x509.get());
+        SSL_CTX_set_verify(context, SSL_VERIFY_PEER | SSL_VERIFY_FAIL_IF_NO_PEER_CERT, nullptr);
+    };
+    ScriptedServer server(options, greet);
+    EXPECT_EQ(greetingOf(server, new SSLClientCtx(opts), "127.0.0.1"), "hello");
+}
+
+TEST(SSLHandshake, SilentServerTimesOutAndTheTextNamesAddressPhaseAndLimit)
+{
+    ScriptedServer server([](ServerConnection& connection) { connection.waitUntilPeerCloses(); });
+    Socket socket(trustingClient());
+    socket.setConnectTimeout(Timeout::relative(0.25F));
+    const Clock::time_point start = Clock::now();
+    const ConnectFailure failure = connectFailure(socket, loopback(server.port()));
+    EXPECT_GE(secondsSince(start), 0.25);
+    EXPECT_LT(secondsSince(start), 3);
+    EXPECT_EQ(failure.type, "SocketException");
+    EXPECT_EQ(failure.code, ETIMEDOUT);
+    EXPECT_EQ(failure.text, "TLS handshake timed out: " + server.address() + " (limit: 0.25 seconds)");
+}
+
+TEST(SSLHandshake, TricklingServerTimesOutAsASilentOne)
+{
+    ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            // The start of a long handshake record.
+            connection.sendSlowly(std::string("\x16\x03\x03\x3f\x00\x02", 6) + std::string(4000, '\0'),
+                                  std::chrono::microseconds(300));
+        });
+    Socket socket(trustingClient());
+    socket.setConnectTimeout(Timeout::relative(0.3F));
+    const Clock::time_point start = Clock::now();
+    EXPECT_EQ(connectFailure(socket, loopback(server.port())).code, ETIMEDOUT);
+    EXPECT_GE(secondsSince(start), 0.3);
+    EXPECT_LT(secondsSince(start), 0.9);
+}
+
+TEST(SSLHandshake, ConnectAndHandshakeShareOneDeadline)
+{
+    // The first address takes half of the limit to give up; the handshake with the second has what is left.
+    const zol_test::SilentPort silent;
+    const zol_test::Descriptor listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const SocketAddress other = SocketAddress::getByName("127.0.0.9", silent.port());
+    ASSERT_EQ(::bind(listener.get(), other.getNativeForm(), sizeof(sockaddr_in)), 0);
+    ASSERT_EQ(::listen(listener.get(), 5), 0);
+    const ScriptedResolver resolver("some.example", {"127.0.0.1", "127.0.0.9"});
+    Socket socket(trustingClient());
+    socket.setConnectTimeout(Timeout::relative(0.8F));
+    const Clock::time_point start = Clock::now();
+    const ConnectFailure failure = connectFailure(socket, SocketAddress::getByName("some.example", silent.port()));
+    EXPECT_GE(secondsSince(start), 0.8);
+    EXPECT_LT(secondsSince(start), 1.2);
+    EXPECT_THAT(failure.text, HasSubstr("TLS handshake timed out: 127.0.0.9:"));
+}
+
+TEST(SSLHandshake, PlainTextServerIsToldApart)
+{
+    ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            connection.send("HTTP/1.1 400 Bad Request\r\n\r\n");
+            connection.waitUntilPeerCloses();
+        });
+    const ConnectFailure failure = failureAt(server, trustingClient());
+    EXPECT_EQ(failure.type, "SSLException");
+    EXPECT_EQ(failure.text, "SSL connect error: 127.0.0.1 (" + server.address() + "): wrong version number");
+}
+
+TEST(SSLHandshake, PeerThatClosesIsNamedSo)
+{
+    ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            connection.receive(1);
+            connection.shutdownWrite();
+            connection.waitUntilPeerCloses();
+        });
+    const ConnectFailure failure = failureAt(server, trustingClient());
+    EXPECT_EQ(failure.type, "SSLException");
+    EXPECT_EQ(failure.text, "SSL connect error: 127.0.0.1 (" + server.address() +
+                                "): the peer closed the connection during the handshake");
+}
+
+TEST(SSLHandshake, PeerThatResetsRaisesNoSignalAndLeavesErrno)
+{
+    ::signal(SIGPIPE, SIG_DFL);
+    ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            connection.receive(1);
+            connection.reset();
+        });
+    const ConnectFailure failure = failureAt(server, trustingClient());
+    EXPECT_EQ(failure.type, "SSLException");
+    EXPECT_EQ(failure.code, ECONNRESET);
+    EXPECT_THAT(failure.text,
+                HasSubstr("SSL connect error: 127.0.0.1 (" + server.address() + "): 104(Connection reset"));
+}
+
+TEST(SSLHandshake, RefusedConnectIsASocketException)
+{
+    const zol_test::LoopbackSocket closed(zol_test::LoopbackSocket::E_BOUND);
+    Socket socket(trustingClient());
+    const ConnectFailure failure = connectFailure(socket, loopback(closed.port));
+    EXPECT_EQ(failure.type, "SocketException");
+    EXPECT_EQ(failure.code, ECONNREFUSED);
+}
+
+TEST(SSLHandshake, SignalsDoNotEndIt)
+{
+    ScriptedServer server(tlsServer(), greet);
+    const SSLClientCtxRef context = trustingClient();
+    const zol_test::SignalStorm storm;
+    for (int i = 0; i < 20; ++i)
+    {
+        Socket socket(context);
+        socket.connect(loopback(server.port()));
+        EXPECT_EQ(readUpTo(socket, 6), "hello");
+    }
+}
+
+TEST(SSLHandshake, FailuresLeaveNoDescriptorAndNoErrorBehind)
+{
+    ScriptedServer silent([](ServerConnection& connection) { connection.waitUntilPeerCloses(); });
+    ScriptedServer unverified(tlsServer(), greet);
+    const SSLClientCtxRef distrusting = zol_test::clientTrusting(zol_test::makeAuthority("stranger"));
+    const auto failAll = [&]
+    {
+        Socket socket(distrusting);
+        socket.setConnectTimeout(Timeout::relative(0.05F));
+        connectFailure(socket, loopback(silent.port()));
+        EXPECT_EQ(ERR_peek_error(), 0U);
+        socket.setConnectTimeout(Timeout::infinite);
+        connectFailure(socket, loopback(unverified.port()));
+        EXPECT_EQ(ERR_peek_error(), 0U);
+        EXPECT_TRUE(silent.waitUntilIdle());
+        EXPECT_TRUE(unverified.waitUntilIdle());
+    };
+    failAll();
+    const std::size_t before = zol_test::openDescriptors();
+    failAll();
+    EXPECT_EQ(zol_test::openDescriptors(), before);
+    unverified.errors();
+}

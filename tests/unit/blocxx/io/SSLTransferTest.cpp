@@ -1,0 +1,427 @@
+#include "Peers.hpp"
+#include "TLSPeers.hpp"
+#include "support/ScriptedServer.hpp"
+
+#include "blocxx/IOIFCStreamBuffer.hpp"
+#include "blocxx/SSLCtxMgr.hpp"
+#include "blocxx/Socket.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <openssl/err.h>
+#include <openssl/ssl.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <future>
+#include <istream>
+#include <thread>
+
+using blocxx::BaseStreamBuffer;
+using blocxx::IOIFC;
+using blocxx::IOIFCStreamBuffer;
+using blocxx::Socket;
+using blocxx::SocketException;
+using blocxx::Timeout;
+using zol_test::loopback;
+using zol_test::readUpTo;
+using zol_test::ScriptedServer;
+using zol_test::ServerConnection;
+using zol_test::tlsServer;
+using zol_test::trustingClient;
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+const std::string LARGE(16U << 20, 'x');
+
+double secondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+int sizeOf(const std::string& text)
+{
+    return static_cast<int>(text.size());
+}
+
+ScriptedServer::Options smallBuffers()
+{
+    ScriptedServer::Options options = tlsServer();
+    options.receiveBufferSize = 128 * 1024;
+    return options;
+}
+
+int writeUntilFailure(Socket& socket)
+{
+    for (int i = 0; i < 1000; ++i)
+    {
+        if (socket.write("x", 1) < 0)
+        {
+            return errno;
+        }
+        std::this_thread::sleep_for(milliseconds(5));
+    }
+    return 0;
+}
+
+ScriptedServer::Options renegotiatingServer()
+{
+    ScriptedServer::Options options = tlsServer();
+    options.adjust = [](SSL_CTX* context) { SSL_CTX_set_max_proto_version(context, TLS1_2_VERSION); };
+    return options;
+}
+
+// Goes on with a handshake of the server's that is under way, for a while.
+bool finishHandshake(ServerConnection& connection)
+{
+    for (int i = 0; i < 400 && SSL_do_handshake(connection.ssl()) != 1; ++i)
+    {
+        ERR_clear_error();
+        std::this_thread::sleep_for(milliseconds(5));
+    }
+    return SSL_is_init_finished(connection.ssl()) == 1;
+}
+
+} // namespace
+
+TEST(SSLRead, CloseNotifyIsTheOrderlyEnd)
+{
+    ScriptedServer server(tlsServer(), [](ServerConnection& connection) { connection.send("abc"); });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    EXPECT_EQ(readUpTo(socket, 3), "abc");
+    char byte = 0;
+    EXPECT_EQ(socket.read(&byte, 1), 0);
+    EXPECT_EQ(socket.read(&byte, 1), 0);
+}
+
+TEST(SSLRead, CutWithoutCloseNotifyIsAnError)
+{
+    ScriptedServer server(tlsServer(),
+                          [](ServerConnection& connection)
+                          {
+                              connection.send("abc");
+                              connection.receive(1);
+                              connection.cut();
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    EXPECT_EQ(readUpTo(socket, 3), "abc");
+    socket.write("x", 1);
+    char byte = 0;
+    errno = 0;
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    EXPECT_EQ(errno, ECONNRESET);
+    EXPECT_EQ(ERR_peek_error(), 0U);
+}
+
+TEST(SSLRead, ResetIsAnError)
+{
+    ScriptedServer server(tlsServer(),
+                          [](ServerConnection& connection)
+                          {
+                              connection.receive(1);
+                              connection.reset();
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.write("x", 1);
+    char byte = 0;
+    try
+    {
+        socket.read(&byte, 1, IOIFC::E_THROW_ON_ERROR);
+        FAIL() << "no exception";
+    }
+    catch (const SocketException& e)
+    {
+        EXPECT_EQ(e.getErrorCode(), ECONNRESET);
+    }
+}
+
+TEST(SSLRead, GarbageBetweenRecordsIsAProtocolError)
+{
+    ScriptedServer server(tlsServer(),
+                          [](ServerConnection& connection)
+                          {
+                              const std::string garbage(100, '\x41');
+                              ASSERT_GT(::send(connection.fd(), garbage.data(), garbage.size(), MSG_NOSIGNAL), 0);
+                              connection.waitUntilPeerCloses();
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    char byte = 0;
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    EXPECT_EQ(errno, EPROTO);
+    EXPECT_EQ(ERR_peek_error(), 0U);
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+}
+
+TEST(SSLRead, TimesOutThoughSessionTicketsArrived)
+{
+    ScriptedServer server(tlsServer(), [](ServerConnection& connection) { connection.waitUntilPeerCloses(); });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.setReceiveTimeout(Timeout::relative(0.2F));
+    char byte = 0;
+    const Clock::time_point start = Clock::now();
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_GE(secondsSince(start), 0.2);
+    EXPECT_LT(secondsSince(start), 3);
+}
+
+TEST(SSLRead, TimesOutWithinARecord)
+{
+    ScriptedServer server(tlsServer(),
+                          [](ServerConnection& connection)
+                          {
+                              // The head of a record whose body never comes.
+                              ASSERT_EQ(::send(connection.fd(), "\x17\x03\x03\x01\x00", 5, MSG_NOSIGNAL), 5);
+                              connection.waitUntilPeerCloses();
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.setReceiveTimeout(Timeout::relative(0.2F));
+    char byte = 0;
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+}
+
+TEST(SSLRead, AfterATimeoutGoesOn)
+{
+    std::promise<void> more;
+    ScriptedServer server(tlsServer(),
+                          [&](ServerConnection& connection)
+                          {
+                              more.get_future().wait_for(std::chrono::seconds(5));
+                              connection.send("late");
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.setReceiveTimeout(Timeout::relative(0.05F));
+    char byte = 0;
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    more.set_value();
+    socket.setReceiveTimeout(Timeout::relative(5));
+    EXPECT_EQ(readUpTo(socket, 4), "late");
+}
+
+TEST(SSLRead, StaleErrorOfTheThreadDoesNotDisturb)
+{
+    ScriptedServer server(tlsServer(),
+                          [](ServerConnection& connection)
+                          {
+                              connection.pause(milliseconds(100));
+                              connection.send("abc");
+                          });
+    Socket socket(trustingClient());
+    ERR_raise(ERR_LIB_USER, ERR_R_INTERNAL_ERROR);
+    socket.connect(loopback(server.port()));
+    ERR_raise(ERR_LIB_USER, ERR_R_INTERNAL_ERROR);
+    EXPECT_EQ(socket.write("x", 1), 1);
+    ERR_raise(ERR_LIB_USER, ERR_R_INTERNAL_ERROR);
+    EXPECT_EQ(readUpTo(socket, 3), "abc");
+    ERR_raise(ERR_LIB_USER, ERR_R_INTERNAL_ERROR);
+    char byte = 0;
+    EXPECT_EQ(socket.read(&byte, 1), 0);
+    ERR_clear_error();
+}
+
+TEST(SSLRead, SignalsDoNotEndTheWait)
+{
+    ScriptedServer server(tlsServer(),
+                          [](ServerConnection& connection)
+                          {
+                              connection.pause(milliseconds(300));
+                              connection.send("late");
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    const zol_test::SignalStorm storm;
+    EXPECT_EQ(readUpTo(socket, 4), "late");
+}
+
+TEST(SSLWrite, WritesAllHoweverMuchItIs)
+{
+    ScriptedServer server(smallBuffers(),
+                          [](ServerConnection& connection)
+                          {
+                              EXPECT_EQ(connection.receive(LARGE.size()), LARGE);
+                              connection.send("done");
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    EXPECT_EQ(socket.write(LARGE.data(), sizeOf(LARGE)), sizeOf(LARGE));
+    EXPECT_EQ(readUpTo(socket, 4), "done");
+}
+
+TEST(SSLWrite, TimesOutWhenNothingLeaves)
+{
+    ScriptedServer server(smallBuffers(),
+                          [](ServerConnection& connection) { connection.pause(std::chrono::seconds(10)); });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.setSendTimeout(Timeout::relative(0.2F));
+    Clock::time_point start = Clock::now();
+    EXPECT_EQ(socket.write(LARGE.data(), sizeOf(LARGE)), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_GE(secondsSince(start), 0.2);
+    EXPECT_LT(secondsSince(start), 5);
+    socket.setSendTimeout(Timeout::infinite);
+    start = Clock::now();
+    socket.disconnect();
+    EXPECT_LT(secondsSince(start), 1);
+}
+
+TEST(SSLWrite, TimeoutIsRestartedByProgress)
+{
+    ScriptedServer server(smallBuffers(),
+                          [](ServerConnection& connection)
+                          {
+                              for (int i = 0; i < 4; ++i)
+                              {
+                                  connection.receive(LARGE.size() / 4);
+                                  connection.pause(milliseconds(250));
+                              }
+                              connection.send("done");
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.setSendTimeout(Timeout::relative(0.7F));
+    const Clock::time_point start = Clock::now();
+    EXPECT_EQ(socket.write(LARGE.data(), sizeOf(LARGE)), sizeOf(LARGE));
+    EXPECT_GT(secondsSince(start), 0.7);
+    EXPECT_EQ(readUpTo(socket, 4), "done");
+}
+
+TEST(SSLWrite, ToAResetPeerIsAnErrorAndNoSignal)
+{
+    ::signal(SIGPIPE, SIG_DFL);
+    ScriptedServer server(tlsServer(), [](ServerConnection& connection) { connection.reset(); });
+    {
+        Socket socket(trustingClient());
+        socket.connect(loopback(server.port()));
+        EXPECT_TRUE(server.waitUntilIdle());
+        EXPECT_THAT(writeUntilFailure(socket), testing::AnyOf(EPIPE, ECONNRESET));
+    }
+    struct sigaction disposition = {};
+    ASSERT_EQ(::sigaction(SIGPIPE, nullptr, &disposition), 0);
+    EXPECT_EQ(disposition.sa_handler, SIG_DFL);
+}
+
+TEST(SSLWrite, WithinARenegotiationGoesOnWhenThePeerAnswers)
+{
+    ScriptedServer server(renegotiatingServer(),
+                          [](ServerConnection& connection)
+                          {
+                              SSL_renegotiate(connection.ssl());
+                              SSL_do_handshake(connection.ssl());
+                              connection.pause(milliseconds(300));
+                              EXPECT_TRUE(finishHandshake(connection));
+                              EXPECT_EQ(connection.receive(4), "ping");
+                              connection.send("done");
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    // Reads the wish to renegotiate, and no answer to what it sends then.
+    socket.setReceiveTimeout(Timeout::relative(0.1F));
+    char byte = 0;
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    socket.setTimeouts(Timeout::relative(5));
+    EXPECT_EQ(socket.write("ping", 4), 4);
+    EXPECT_EQ(readUpTo(socket, 4), "done");
+}
+
+TEST(SSLWrite, WithinARenegotiationTimesOutWhenThePeerIsSilent)
+{
+    ScriptedServer server(renegotiatingServer(),
+                          [](ServerConnection& connection)
+                          {
+                              SSL_renegotiate(connection.ssl());
+                              SSL_do_handshake(connection.ssl());
+                              connection.pause(std::chrono::seconds(10));
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.setReceiveTimeout(Timeout::relative(0.1F));
+    char byte = 0;
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    socket.setSendTimeout(Timeout::relative(0.2F));
+    const Clock::time_point start = Clock::now();
+    EXPECT_EQ(socket.write("ping", 4), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_GE(secondsSince(start), 0.2);
+    EXPECT_LT(secondsSince(start), 3);
+}
+
+TEST(SSLClose, SendsCloseNotify)
+{
+    std::promise<int> shutdownState;
+    ScriptedServer server(tlsServer(),
+                          [&](ServerConnection& connection)
+                          {
+                              connection.receiveUntilEnd();
+                              shutdownState.set_value(SSL_get_shutdown(connection.ssl()));
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.disconnect();
+    EXPECT_FALSE(socket.isConnected());
+    std::future<int> state = shutdownState.get_future();
+    ASSERT_EQ(state.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_TRUE(state.get() & SSL_RECEIVED_SHUTDOWN);
+}
+
+// What a stream over a TLS socket shows.
+
+class SSLStream : public testing::Test
+{
+protected:
+    std::string readFrom(const ScriptedServer& server)
+    {
+        m_socket.connect(loopback(server.port()));
+        m_buffer.reportErrorsTo(&m_stream);
+        m_stream << "go" << std::flush;
+        std::string text(100000, '\0');
+        m_stream.read(text.data(), 100000);
+        text.resize(static_cast<std::size_t>(m_stream.gcount()));
+        return text;
+    }
+
+    Socket m_socket{trustingClient()};
+    IOIFCStreamBuffer m_buffer{&m_socket};
+    std::iostream m_stream{&m_buffer};
+};
+
+TEST_F(SSLStream, CloseNotifyGivesEofAndNotBad)
+{
+    ScriptedServer server(tlsServer(),
+                          [](ServerConnection& connection)
+                          {
+                              connection.receive(2);
+                              connection.send("complete");
+                          });
+    EXPECT_EQ(readFrom(server), "complete");
+    EXPECT_EQ(m_stream.rdstate(), std::ios::eofbit | std::ios::failbit);
+    EXPECT_EQ(m_buffer.inputState(), BaseStreamBuffer::E_INPUT_ENDED);
+}
+
+TEST_F(SSLStream, CutGivesTheDataThenBad)
+{
+    ScriptedServer server(tlsServer(),
+                          [](ServerConnection& connection)
+                          {
+                              connection.receive(2);
+                              connection.send("incomplete");
+                              connection.cut();
+                          });
+    EXPECT_EQ(readFrom(server), "incomplete");
+    EXPECT_TRUE(m_stream.bad());
+    EXPECT_EQ(m_buffer.inputError(), ECONNRESET);
+}
