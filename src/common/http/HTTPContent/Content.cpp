@@ -15,7 +15,6 @@ namespace
 
 constexpr size_t SLICE = 2048;
 constexpr size_t END_OF_DATA = std::numeric_limits<size_t>::max();
-constexpr size_t EVERYTHING = std::numeric_limits<size_t>::max();
 
 } // namespace
 
@@ -28,7 +27,7 @@ blocxx::Array<char> getContentData(const ContentRef& content, ContentStreamState
     blocxx::Array<char> data;
     char slice[SLICE];
     size_t remaining = len;
-    while (len == EVERYTHING || remaining > 0)
+    while (remaining > 0) // which the largest length always is: no content has that many bytes
     {
         const size_t count = content->getData(slice, std::min(remaining, SLICE), state);
         if (count == END_OF_DATA)
