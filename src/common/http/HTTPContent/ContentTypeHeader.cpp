@@ -106,9 +106,8 @@ ContentTypeHeader::ContentTypeHeader(const String& type, const String& subtype,
 
 void ContentTypeHeader::setContentTypeString(const String& headerLine)
 {
-    // By way of a copy: the line may be this header's own text.
-    const String line = headerLine;
-    m_headerText = line;
+    m_headerText = headerLine;
+    const String& line = m_headerText;
     const size_t colon = line.indexOf(':');
     if (colon == npos)
     {
