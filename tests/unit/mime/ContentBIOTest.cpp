@@ -8,6 +8,7 @@
 #include "zol/mime/MultipartMixedContent.hpp"
 #include "zol/mime/OctetStreamContent.hpp"
 #include "zol/mime/TextContent.hpp"
+#include "zol/mime/UnbufferedContent.hpp"
 
 #include <gtest/gtest.h>
 #include <openssl/bio.h>
@@ -225,6 +226,22 @@ TEST(ContentBIO, CannotBeWrittenTo)
     EXPECT_LT(BIO_puts(bio.get(), "x"), 0);
     std::array<char, 10> line{};
     EXPECT_LT(BIO_gets(bio.get(), line.data(), line.size()), 0);
+}
+
+TEST(ContentBIO, UsesUpTheOneReadingOfAnUnbufferedContent)
+{
+    const ContentRef content(new UnbufferedContent(ZOLNS2::HTTP::HTTPTransferDecoderRef(), ContentTypeHeader(), 10));
+    const Chain first = chainOver(content);
+    EXPECT_TRUE(first);
+    try
+    {
+        const Chain second = chainOver(content);
+        FAIL() << "no exception";
+    }
+    catch (const ContentException& e)
+    {
+        EXPECT_STREQ(e.getMessage(), "Attempted reuse of a one-time http stream");
+    }
 }
 
 TEST(ContentBIO, TwoOverOneContentReadIndependently)

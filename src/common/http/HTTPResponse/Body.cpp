@@ -1,6 +1,7 @@
 #include "HTTPResponse/BodyReaders.hpp"
 #include "HTTPResponse/SourceUnit.hpp"
 
+#include "blocxx/BaseStreamBuffer.hpp"
 #include "zol/http/HTTPTransferDecoder.hpp"
 #include "zol/http/Response.hpp"
 #include "zol/mime/UnbufferedContent.hpp"
@@ -24,15 +25,25 @@ bool isMultipart(const MIME::ContentTypeHeader& contentType)
     return contentType.getType().equalsIgnoreCase("multipart");
 }
 
+/// Whether a stream that has been read until it failed just came to its end.
+bool endedInOrder(const std::istream& istr)
+{
+    // A buffer of the library knows more than the stream's bits do.
+    const auto* buffer = dynamic_cast<const blocxx::BaseStreamBuffer*>(istr.rdbuf());
+    return istr.eof() && !istr.bad() &&
+           (buffer == nullptr || buffer->inputState() == blocxx::BaseStreamBuffer::E_INPUT_ENDED);
+}
+
 } // namespace
 
 void Response::parseResponseData(HTTPConnection& conn)
 {
     const blocxx::Logger logger(COMPONENT_NAME);
+    m_readToItsEnd = false;
     if (isMultipart(contentType))
     {
         ZOL_LOG(logger, DEBUG, "Content is multi-part.  Reading all parts to memory.");
-        parseMultipartContent(conn.istream(), contents, contentType);
+        m_readToItsEnd = parseMultipartContent(conn.istream(), contents, contentType) && endedInOrder(conn.istream());
         return;
     }
     unsigned long length = std::numeric_limits<unsigned long>::max();
@@ -48,14 +59,29 @@ void Response::parseResponseData(HTTPConnection& conn)
 
 void Response::parseResponseData(std::istream& istr)
 {
+    m_readToItsEnd = false;
     if (isMultipart(contentType))
     {
-        parseMultipartContent(istr, contents, contentType);
+        m_readToItsEnd = parseMultipartContent(istr, contents, contentType) && endedInOrder(istr);
     }
     else
     {
+        const bool failedBefore = istr.fail();
         parseSinglePartContent(istr, contents, contentType);
+        m_readToItsEnd = !failedBefore && endedInOrder(istr);
     }
+}
+
+bool Response::bodyIsComplete() const
+{
+    for (const MIME::ContentRef& content : contents)
+    {
+        if (const auto unbuffered = content.cast_to<MIME::UnbufferedContent>())
+        {
+            return unbuffered->getTransferDecoder()->bodyIsComplete();
+        }
+    }
+    return m_readToItsEnd;
 }
 
 void HTTPResponseUnit::parseSinglePartContent(std::istream& istr, MIME::Contents& contents,

@@ -13,8 +13,9 @@ namespace ZOLNS2::HTTP::HTTPResponseUnit
 void parseSinglePartContent(std::istream& istr, MIME::Contents& contents, const MIME::ContentTypeHeader& contentType);
 
 /// Reads all of `istr`, splits it at the boundary that `contentType` names and appends one content per part.
+/// @return whether the closing boundary was among it
 /// @throws MIME::ContentException where `contentType` names no boundary; nothing has been read then
-void parseMultipartContent(std::istream& istr, MIME::Contents& contents, const MIME::ContentTypeHeader& contentType);
+bool parseMultipartContent(std::istream& istr, MIME::Contents& contents, const MIME::ContentTypeHeader& contentType);
 
 /// Makes a text or an octet stream of `data`. Where the type is a multipart one, `data` is one of its parts and begins
 /// with header lines of its own, which then tell the type. What `data` holds afterwards is unspecified: its storage is

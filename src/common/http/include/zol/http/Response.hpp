@@ -63,6 +63,12 @@ public:
     /// @throws MIME::ContentException  a multipart type without a boundary
     void parseResponseData(std::istream& istr);
 
+    /// Whether the whole body has arrived: the input came to an orderly end, neither a cut nor an error, and a
+    /// multipart body had its closing boundary in front of that end. For a body that its content reads from a
+    /// connection this is false until it has been read to the end; the decoder of that content answers. No announced
+    /// length is looked at, and parts that were dropped for their type do not count as missing.
+    bool bodyIsComplete() const;
+
     blocxx::String reserved1;            ///< not used by the library
     blocxx::String reserved2;            ///< not used by the library
     MIME::Contents contents;             ///< the body, in the order its parts arrived
@@ -71,6 +77,9 @@ public:
     blocxx::Array<Parameter> reserved3;  ///< not used by the library
     MIME::ContentTypeHeader contentType; ///< type of the body; application/octet-stream where the server named none
     std::uint64_t currentPart;           ///< index of the content that getNextPart returns next
+
+private:
+    bool m_readToItsEnd = false; // of a body that was read into memory
 };
 
 /// Reads a response from the input of a connection on which a request has been sent. Every blocxx exception is logged

@@ -1,0 +1,168 @@
+#include "AllocationCounter.hpp"
+
+#include "blocxx/BaseStreamBuffer.hpp"
+#include "zol/http/Response.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <istream>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using namespace ZOLNS2;
+
+/// A part of that many bytes, with its own header lines and the boundary line in front of it.
+struct PartPlan
+{
+    const char* type;
+    size_t bytes;
+};
+
+/// Delivers a multipart body part by part, and notes the most memory that was in use while each part was the last one
+/// delivered. It holds none of the bytes itself.
+class PartByPart : public blocxx::BaseStreamBuffer
+{
+public:
+    explicit PartByPart(const std::vector<PartPlan>& plans) : BaseStreamBuffer(E_IN, 65536), m_plans(plans)
+    {
+        m_peaks.reserve(plans.size() + 1);
+        m_head.reserve(200);
+    }
+
+    /// One for each part, and the last one for what came after the parts.
+    const std::vector<size_t>& peaks() const { return m_peaks; }
+
+    void finish() { m_peaks.push_back(allocation_counter::takePeak()); }
+
+protected:
+    int buffer_from_device(char* to, int room) override
+    {
+        if (m_head.empty() && m_left == 0)
+        {
+            nextPart();
+        }
+        if (!m_head.empty())
+        {
+            const size_t count = std::min(static_cast<size_t>(room), m_head.size());
+            std::memcpy(to, m_head.data(), count);
+            m_head.erase(0, count);
+            return static_cast<int>(count);
+        }
+        const size_t count = std::min(static_cast<size_t>(room), m_left);
+        std::memset(to, 'x', count);
+        m_left -= count;
+        return static_cast<int>(count);
+    }
+
+private:
+    /// What ends one part begins the next: the reader makes a content of a part before it asks for more than this.
+    void nextPart()
+    {
+        if (m_next > m_plans.size())
+        {
+            return;
+        }
+        if (m_next > 0 && !m_boundaryGiven)
+        {
+            m_head = "\r\n--B";
+            m_boundaryGiven = true;
+            return;
+        }
+        if (m_next > 0)
+        {
+            finish();
+        }
+        else
+        {
+            allocation_counter::takePeak();
+        }
+        m_boundaryGiven = false;
+        if (m_next == m_plans.size())
+        {
+            m_head = "--";
+        }
+        else
+        {
+            m_head = std::string(m_next == 0 ? "--B" : "") + "\r\nContent-Type: " + m_plans[m_next].type + "\r\n\r\n";
+            m_left = m_plans[m_next].bytes;
+        }
+        ++m_next;
+    }
+
+    const std::vector<PartPlan>& m_plans;
+    std::vector<size_t> m_peaks;
+    std::string m_head;
+    size_t m_left = 0;
+    size_t m_next = 0;
+    bool m_boundaryGiven = false;
+};
+
+/// Tables, logger, contents' own objects, the buffer: all that does not grow with a part.
+const size_t SMALL_THINGS = 128 * 1024;
+
+void checkPeaks(const std::vector<PartPlan>& plans)
+{
+    HTTP::Response response;
+    response.contentType.setContentTypeString("Content-Type: multipart/mixed; boundary=B");
+    PartByPart buffer(plans);
+    std::istream in(&buffer);
+    const size_t before = allocation_counter::live();
+    response.parseResponseData(in);
+    ASSERT_EQ(response.contents.size(), plans.size());
+    ASSERT_EQ(buffer.peaks().size(), plans.size());
+    size_t made = 0;
+    for (size_t i = 0; i < plans.size(); ++i)
+    {
+        const size_t limit = made + 4 * plans[i].bytes + SMALL_THINGS;
+        EXPECT_LE(buffer.peaks()[i] - before, limit) << "part " << i << " of " << plans[i].bytes << " bytes";
+        made += plans[i].bytes;
+    }
+    EXPECT_LE(allocation_counter::live() - before, made + SMALL_THINGS) << "only the contents stay";
+}
+
+const size_t MIB = 1 << 20;
+
+TEST(MultipartMemory, ALargePartTakesAtMostFourTimesItsSize)
+{
+    for (const char* const type : {"text/plain", "application/octet-stream", "text/plain; charset=UTF-16"})
+    {
+        for (const size_t bytes : {8 * MIB, 8 * MIB + 1, 12 * MIB, 15 * MIB, 16 * MIB - 300, 17 * MIB})
+        {
+            checkPeaks({{type, bytes}});
+        }
+    }
+}
+
+TEST(MultipartMemory, TheMemoryOfALargePartIsNotKeptForSmallerOnes)
+{
+    checkPeaks({{"text/plain", 9 * MIB},
+                {"application/octet-stream", 100},
+                {"text/plain", MIB},
+                {"application/octet-stream", 10 * MIB},
+                {"text/plain", 5},
+                {"text/plain", 3 * MIB}});
+}
+
+TEST(MultipartMemory, ManySmallPartsTakeWhatTheirContentsTake)
+{
+    checkPeaks(std::vector<PartPlan>(100, {"application/octet-stream", 60000}));
+}
+
+TEST(MultipartMemory, TheCounterCounts)
+{
+    allocation_counter::takePeak();
+    const size_t before = allocation_counter::live();
+    {
+        const std::vector<char> some(MIB);
+        EXPECT_GE(allocation_counter::live() - before, MIB);
+    }
+    EXPECT_LT(allocation_counter::live() - before, MIB);
+    EXPECT_GE(allocation_counter::takePeak() - before, MIB);
+}
+
+} // namespace
