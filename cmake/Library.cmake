@@ -21,6 +21,8 @@ function(zol_add_library target)
       ${CMAKE_CURRENT_SOURCE_DIR})
   target_compile_features(${target} PUBLIC cxx_std_17)
   target_link_libraries(${target} PUBLIC ${arg_LINKS} PRIVATE $<BUILD_INTERFACE:zol_warnings>)
+  # A library's calls to its own functions are its own: nobody replaces them from outside, so they may be inlined.
+  target_compile_options(${target} PRIVATE -fno-semantic-interposition)
   target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
   install(TARGETS ${target} EXPORT zol_http_targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
