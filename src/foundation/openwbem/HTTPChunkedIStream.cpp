@@ -30,7 +30,7 @@ HTTPChunkedIStreamBuffer::~HTTPChunkedIStreamBuffer() = default;
 void HTTPChunkedIStreamBuffer::resetInput()
 {
     initBuffers();
-    m_framing = HTTPChunkFraming();
+    m_decoder = HTTPChunkDecoder();
     m_source = nullptr;
     m_windowSource = nullptr;
     m_error = 0;
@@ -56,7 +56,7 @@ std::streamsize HTTPChunkedIStreamBuffer::xsgetn(char* to, std::streamsize count
 int HTTPChunkedIStreamBuffer::buffer_from_device(char* c, int n)
 {
     const std::size_t got = decode(c, static_cast<std::size_t>(n), E_FOR_SOME);
-    if (got == 0 && m_framing.isBroken())
+    if (got == 0 && m_decoder.isBroken())
     {
         errno = m_error;
         return -1;
@@ -73,7 +73,7 @@ std::size_t HTTPChunkedIStreamBuffer::decode(char* to, std::size_t room, EWait w
         {
             begin();
         }
-        while (!m_framing.isOver() && got < room && (got == 0 || wait == E_FOR_ALL))
+        while (!m_decoder.isOver() && got < room && (got == 0 || wait == E_FOR_ALL))
         {
             got += m_windowSource != nullptr ? decodeBuffered(to + got, room - got, wait)
                                              : decodeForeign(to + got, room - got);
@@ -87,7 +87,7 @@ std::size_t HTTPChunkedIStreamBuffer::decode(char* to, std::size_t room, EWait w
     {
         endInput(std::ios_base::badbit, EIO);
     }
-    if (m_framing.isBroken() && m_error == 0)
+    if (m_decoder.isBroken() && m_error == 0)
     {
         m_error = EBADMSG;
         markWrapped(std::ios_base::failbit);
@@ -101,7 +101,7 @@ void HTTPChunkedIStreamBuffer::begin()
     m_windowSource = dynamic_cast<BaseStreamBuffer*>(m_source);
     if (m_istr.fail())
     {
-        m_framing.breakOff();
+        m_decoder.breakOff();
         m_error = EIO;
     }
 }
@@ -112,9 +112,9 @@ std::size_t HTTPChunkedIStreamBuffer::decodeBuffered(char* to, std::size_t room,
 {
     if (m_windowSource->window().size == 0)
     {
-        if (wait == E_FOR_ALL && std::min<std::uint64_t>(m_framing.dataLeft(), room) >= STRAIGHT_READ_SIZE)
+        if (wait == E_FOR_ALL && std::min<std::uint64_t>(m_decoder.dataLeft(), room) >= STRAIGHT_READ_SIZE)
         {
-            return readData(to, std::min<std::uint64_t>(m_framing.dataLeft(), room));
+            return readData(to, std::min<std::uint64_t>(m_decoder.dataLeft(), room));
         }
         if (Traits::eq_int_type(m_source->sgetc(), Traits::eof()))
         {
@@ -122,35 +122,10 @@ std::size_t HTTPChunkedIStreamBuffer::decodeBuffered(char* to, std::size_t room,
             return 0;
         }
     }
-    return decodeWindow(to, room);
-}
-
-std::size_t HTTPChunkedIStreamBuffer::decodeWindow(char* to, std::size_t room)
-{
     const Window window = m_windowSource->window();
-    const char* at = window.data;
-    const char* const end = window.data + window.size;
-    std::size_t got = 0;
-    while (at != end && got < room && !m_framing.isOver())
-    {
-        if (m_framing.dataLeft() == 0)
-        {
-            at = m_framing.parse(at, end);
-            if (got > 0 && m_framing.isInTrailer())
-            {
-                break;
-            }
-            continue;
-        }
-        const std::size_t run = std::min<std::uint64_t>(
-            m_framing.dataLeft(), std::min<std::size_t>(room - got, static_cast<std::size_t>(end - at)));
-        std::memcpy(to + got, at, run);
-        m_framing.takeData(run);
-        at += run;
-        got += run;
-    }
-    m_windowSource->consume(static_cast<std::size_t>(at - window.data));
-    return got;
+    const HTTPChunkDecoder::Progress progress = m_decoder.decode(window.data, window.data + window.size, to, to + room);
+    m_windowSource->consume(static_cast<std::size_t>(progress.from - window.data));
+    return static_cast<std::size_t>(progress.to - to);
 }
 
 /// Decodes from a buffer of unknown kind: waits for one byte, then takes what came with it.
@@ -159,18 +134,18 @@ std::size_t HTTPChunkedIStreamBuffer::decodeForeign(char* to, std::size_t room)
     std::size_t got = 0;
     do
     {
-        if (m_framing.dataLeft() == 0)
+        if (m_decoder.dataLeft() == 0)
         {
-            parseByte();
+            decodeFramingByte(to);
             continue;
         }
         const auto atHand = static_cast<std::uint64_t>(std::max<std::streamsize>(m_source->in_avail(), 1));
-        got += readData(to + got, std::min({m_framing.dataLeft(), atHand, std::uint64_t{room - got}}));
-    } while (!m_framing.isOver() && got < room && m_source->in_avail() > 0 && !(got > 0 && m_framing.isInTrailer()));
+        got += readData(to + got, std::min({m_decoder.dataLeft(), atHand, std::uint64_t{room - got}}));
+    } while (!m_decoder.isOver() && got < room && m_source->in_avail() > 0 && !(got > 0 && m_decoder.isInTrailer()));
     return got;
 }
 
-void HTTPChunkedIStreamBuffer::parseByte()
+void HTTPChunkedIStreamBuffer::decodeFramingByte(char* room)
 {
     const Traits::int_type read = m_source->sbumpc();
     if (Traits::eq_int_type(read, Traits::eof()))
@@ -179,13 +154,13 @@ void HTTPChunkedIStreamBuffer::parseByte()
         return;
     }
     const char byte = Traits::to_char_type(read);
-    m_framing.parse(&byte, &byte + 1);
+    m_decoder.decode(&byte, &byte + 1, room, room + 1);
 }
 
 std::size_t HTTPChunkedIStreamBuffer::readData(char* to, std::uint64_t count)
 {
     const std::streamsize got = m_source->sgetn(to, static_cast<std::streamsize>(count));
-    m_framing.takeData(static_cast<std::uint64_t>(got));
+    m_decoder.takeData(static_cast<std::uint64_t>(got));
     if (static_cast<std::uint64_t>(got) < count)
     {
         noteEndOfInput();
@@ -208,8 +183,8 @@ void HTTPChunkedIStreamBuffer::noteEndOfInput()
 
 void HTTPChunkedIStreamBuffer::endInput(std::ios_base::iostate state, int error)
 {
-    m_framing.endInput();
-    if (m_framing.isBroken())
+    m_decoder.endInput();
+    if (m_decoder.isBroken())
     {
         m_error = error;
         markWrapped(state);

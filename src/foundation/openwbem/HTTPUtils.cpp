@@ -6,6 +6,7 @@
 #include <istream>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace OpenWBEM::HTTPUtils
 {
@@ -38,20 +39,18 @@ std::string_view trimmed(std::string_view text)
 
 bool isBlank(std::string_view line)
 {
-    return trimmed(line).empty();
+    return std::all_of(line.begin(), line.end(), isSpace);
 }
 
-std::string lowerCase(std::string_view text)
+String lowerCase(std::string_view text)
 {
     std::string lower(text);
     for (char& c : lower)
     {
-        if (c >= 'A' && c <= 'Z')
-        {
-            c = static_cast<char>(c - 'A' + 'a');
-        }
+        const bool isUpper = c >= 'A' && c <= 'Z';
+        c = static_cast<char>(c + (isUpper ? 'a' - 'A' : 0));
     }
-    return lower;
+    return String(std::move(lower));
 }
 
 String stringOf(std::string_view text)
@@ -79,12 +78,13 @@ private:
     bool addField(std::string_view line)
     {
         const std::size_t colon = line.find(':');
-        if (colon == std::string_view::npos || isBlank(line.substr(0, colon)))
+        if (colon == std::string_view::npos || colon == 0)
         {
             return false;
         }
+        // The line does not begin with white space, so there is something in front of the colon.
+        const String name = lowerCase(trimmed(line.substr(0, colon)));
         const std::string_view value = trimmed(line.substr(colon + 1));
-        String name(lowerCase(trimmed(line.substr(0, colon))));
         const std::size_t entriesBefore = m_map.size();
         m_current = &m_map[name];
         m_currentIsEmpty = value.empty();
@@ -164,18 +164,25 @@ bool readFields(HTTPHeaderMap& map, HeadLineReader& reader, std::istream& input,
     }
 }
 
+/// Deliberate: a form feed does not separate words, although it is white space everywhere else in a head.
+bool separatesWords(char c)
+{
+    return c == ' ' || c == '\t' || c == '\v';
+}
+
 void splitWords(blocxx::Array<String>& words, std::string_view line)
 {
-    // Deliberate: a form feed does not separate words, although it is white space everywhere else in a head.
-    constexpr std::string_view SEPARATORS = " \t\v";
     constexpr std::size_t USUAL_NUMBER = 4;
     blocxx::Array<String> found;
     found.reserve(USUAL_NUMBER);
-    for (std::size_t begin = line.find_first_not_of(SEPARATORS); begin != std::string_view::npos;)
+    for (const char *at = line.data(), *const end = at + line.size(); at != end;)
     {
-        const std::size_t end = std::min(line.find_first_of(SEPARATORS, begin), line.size());
-        found.push_back(stringOf(line.substr(begin, end - begin)));
-        begin = line.find_first_not_of(SEPARATORS, end);
+        const char* const word = std::find_if_not(at, end, separatesWords);
+        at = std::find_if(word, end, separatesWords);
+        if (at != word)
+        {
+            found.push_back(stringOf({word, static_cast<std::size_t>(at - word)}));
+        }
     }
     words.swap(found);
 }

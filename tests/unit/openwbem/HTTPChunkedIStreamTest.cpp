@@ -272,14 +272,14 @@ std::string lines(std::size_t count, const std::string& line)
 
 TEST(HTTPChunkedIStream, DigitsOfASizeAreLimited)
 {
-    const unsigned limit = OpenWBEM::HTTPChunkFraming::MAX_SIZE_DIGITS;
+    const unsigned limit = OpenWBEM::HTTPChunkDecoder::MAX_SIZE_DIGITS;
     EXPECT_TRUE(isAccepted(std::string(limit - 1, '0') + "1", ""));
     EXPECT_FALSE(isAccepted(std::string(limit, '0') + "1", ""));
 }
 
 TEST(HTTPChunkedIStream, TheSizeLineIsLimited)
 {
-    const std::size_t limit = OpenWBEM::HTTPChunkFraming::MAX_SIZE_LINE_LENGTH;
+    const std::size_t limit = OpenWBEM::HTTPChunkDecoder::MAX_SIZE_LINE_LENGTH;
     EXPECT_TRUE(isAccepted("1;" + std::string(limit - 2, 'e'), ""));
     EXPECT_FALSE(isAccepted("1;" + std::string(limit - 1, 'e'), ""));
     EXPECT_TRUE(isAccepted("1" + std::string(limit - 1, ' '), ""));
@@ -288,14 +288,14 @@ TEST(HTTPChunkedIStream, TheSizeLineIsLimited)
 
 TEST(HTTPChunkedIStream, LinesOfTheTrailerAreLimited)
 {
-    const std::size_t limit = OpenWBEM::HTTPChunkFraming::MAX_TRAILER_LINES;
+    const std::size_t limit = OpenWBEM::HTTPChunkDecoder::MAX_TRAILER_LINES;
     EXPECT_TRUE(isAccepted("1", lines(limit, "T: x\r\n")));
     EXPECT_FALSE(isAccepted("1", lines(limit + 1, "T: x\r\n")));
 }
 
 TEST(HTTPChunkedIStream, TheSizeOfTheTrailerIsLimited)
 {
-    const std::size_t limit = OpenWBEM::HTTPChunkFraming::MAX_TRAILER_SIZE;
+    const std::size_t limit = OpenWBEM::HTTPChunkDecoder::MAX_TRAILER_SIZE;
     const std::size_t lineEnds = 4;
     EXPECT_TRUE(isAccepted("1", std::string(limit - lineEnds, 't') + "\r\n"));
     EXPECT_FALSE(isAccepted("1", std::string(limit - lineEnds + 1, 't') + "\r\n"));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "blocxx/BaseStreamBuffer.hpp"
-#include "openwbem/OW_HTTPChunkFraming.hpp"
+#include "openwbem/OW_HTTPChunkDecoder.hpp"
 #include "openwbem/OW_config.h"
 
 #include <cstddef>
@@ -11,7 +11,7 @@
 namespace OpenWBEM
 {
 
-/// Decodes a body in chunked transfer coding (HTTPChunkFraming says what is accepted) that it reads from the buffer of
+/// Decodes a body in chunked transfer coding (HTTPChunkDecoder says what is accepted) that it reads from the buffer of
 /// another stream.
 ///
 /// Bytes are handed over as they arrive. The trailer is read, and dropped, only when the reader asks for more than the
@@ -51,9 +51,8 @@ private:
     std::size_t decode(char* to, std::size_t room, EWait wait);
     void begin();
     std::size_t decodeBuffered(char* to, std::size_t room, EWait wait);
-    std::size_t decodeWindow(char* to, std::size_t room);
     std::size_t decodeForeign(char* to, std::size_t room);
-    void parseByte();
+    void decodeFramingByte(char* room);
     std::size_t readData(char* to, std::uint64_t count);
     void noteEndOfInput();
     void endInput(std::ios_base::iostate state, int error);
@@ -62,7 +61,7 @@ private:
     std::istream& m_istr;
     std::streambuf* m_source;                 // the wrapped stream's, null before the body begins
     blocxx::BaseStreamBuffer* m_windowSource; // the same, if its bytes can be looked at in place
-    HTTPChunkFraming m_framing;
+    HTTPChunkDecoder m_decoder;
     int m_error;
 };
 

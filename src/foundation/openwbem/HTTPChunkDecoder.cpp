@@ -1,13 +1,16 @@
-#include "openwbem/OW_HTTPChunkFraming.hpp"
+#include "openwbem/OW_HTTPChunkDecoder.hpp"
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 namespace OpenWBEM
 {
 
 namespace
 {
+
+constexpr char LINE_END[] = "\r\n";
 
 constexpr unsigned NO_DIGIT = 16;
 
@@ -37,62 +40,92 @@ unsigned digitValue(char c)
     return DIGIT_VALUES[static_cast<unsigned char>(c)];
 }
 
-} // namespace
-
-const char* HTTPChunkFraming::parse(const char* block, const char* end)
+/// Reads what nearly all chunks begin with, if the block holds it whole: CR LF behind the data before, a size and CR
+/// LF.
+/// @return behind it; null for anything else, which is left to the slower way
+const char* parseUsualStart(const char* from, const char* end, std::uint64_t& size)
 {
-    if (isInTrailer())
+    constexpr std::ptrdiff_t SHORTEST = 5;
+    if (end - from < SHORTEST || std::memcmp(from, LINE_END, 2) != 0)
     {
-        while (block != end && isInTrailer())
+        return nullptr;
+    }
+    const char* at = from + 2;
+    const char* const digitsEnd = std::min(at + HTTPChunkDecoder::MAX_SIZE_DIGITS, end - 2);
+    std::uint64_t read = 0;
+    do
+    {
+        const unsigned value = digitValue(*at);
+        if (value == NO_DIGIT)
         {
-            m_state = next(*block++);
+            break;
         }
-        return block;
-    }
-    block = parseUsual(block, end);
-    while (block != end && m_state != E_DATA && m_state < E_TRAILER)
+        read = read << 4 | value;
+    } while (++at != digitsEnd);
+    // The last chunk is among the rest, too.
+    if (read == 0 || std::memcmp(at, LINE_END, 2) != 0)
     {
-        m_state = next(*block++);
+        return nullptr;
     }
-    return block;
-}
-
-/// Takes what nearly all chunks begin with, whole: the line end behind the data before, a size and CR LF. Anything
-/// else, and what the block holds only a part of, is left to the slower way.
-const char* HTTPChunkFraming::parseUsual(const char* block, const char* end)
-{
-    const char* at = block;
-    if (m_state == E_DATA_END && end - at > 2 && at[0] == '\r' && at[1] == '\n')
-    {
-        at += 2;
-    }
-    else if (m_state != E_SIZE || m_digits != 0)
-    {
-        return block;
-    }
-    const char* const digits = at;
-    const char* const last = at + std::min<std::ptrdiff_t>(end - at, MAX_SIZE_DIGITS);
-    std::uint64_t size = 0;
-    for (unsigned value = 0; at != last && (value = digitValue(*at)) != NO_DIGIT; ++at)
-    {
-        size = size << 4 | value;
-    }
-    if (at == digits || size == 0 || end - at < 2 || at[0] != '\r' || at[1] != '\n')
-    {
-        return block;
-    }
-    m_dataLeft = size;
-    m_state = E_DATA;
+    size = read;
     return at + 2;
 }
 
-void HTTPChunkFraming::endInput()
+} // namespace
+
+HTTPChunkDecoder::Progress HTTPChunkDecoder::decode(const char* from, const char* fromEnd, char* to, char* toEnd)
+{
+    const char* const start = to;
+    while (from != fromEnd && to != toEnd)
+    {
+        if (m_dataLeft == 0)
+        {
+            from = parse(from, fromEnd);
+            if (m_state != E_DATA)
+            {
+                if (isOver() || (isInTrailer() && to != start))
+                {
+                    break;
+                }
+                continue;
+            }
+        }
+        const auto room = static_cast<std::size_t>(std::min(fromEnd - from, toEnd - to));
+        const std::size_t run = std::min<std::uint64_t>(m_dataLeft, room);
+        std::memcpy(to, from, run);
+        from += run;
+        to += run;
+        takeData(run);
+    }
+    return {from, to};
+}
+
+/// Takes framing: up to data, to the front of the trailer, to its end, or to a byte that does not belong there.
+const char* HTTPChunkDecoder::parse(const char* from, const char* end)
+{
+    if (m_state == E_DATA_END)
+    {
+        if (const char* const behind = parseUsualStart(from, end, m_dataLeft))
+        {
+            m_state = E_DATA;
+            return behind;
+        }
+    }
+    const bool wasInTrailer = isInTrailer();
+    while (from != end && m_state != E_DATA && isInTrailer() == wasInTrailer && !isOver())
+    {
+        m_state = next(*from++);
+    }
+    return from;
+}
+
+void HTTPChunkDecoder::endInput()
 {
     m_state = isInTrailer() || isComplete() ? E_COMPLETE : E_BROKEN;
     m_dataLeft = 0;
 }
 
-HTTPChunkFraming::EState HTTPChunkFraming::next(char c)
+HTTPChunkDecoder::EState HTTPChunkDecoder::next(char c)
 {
     switch (m_state)
     {
@@ -121,7 +154,7 @@ HTTPChunkFraming::EState HTTPChunkFraming::next(char c)
     }
 }
 
-HTTPChunkFraming::EState HTTPChunkFraming::afterDigit(char c)
+HTTPChunkDecoder::EState HTTPChunkDecoder::afterDigit(char c)
 {
     const unsigned value = digitValue(c);
     if (value == NO_DIGIT)
@@ -133,7 +166,7 @@ HTTPChunkFraming::EState HTTPChunkFraming::afterDigit(char c)
     return ++m_digits <= MAX_SIZE_DIGITS ? E_SIZE : E_BROKEN;
 }
 
-HTTPChunkFraming::EState HTTPChunkFraming::afterSize(char c)
+HTTPChunkDecoder::EState HTTPChunkDecoder::afterSize(char c)
 {
     if (c == '\n')
     {
@@ -154,14 +187,14 @@ HTTPChunkFraming::EState HTTPChunkFraming::afterSize(char c)
     return c == ' ' || c == '\t' ? E_SIZE_BLANKS : E_BROKEN;
 }
 
-HTTPChunkFraming::EState HTTPChunkFraming::sizeLineEnd()
+HTTPChunkDecoder::EState HTTPChunkDecoder::sizeLineEnd()
 {
     m_dataLeft = m_size;
     m_lineLength = 0;
     return m_size != 0 ? E_DATA : E_TRAILER;
 }
 
-HTTPChunkFraming::EState HTTPChunkFraming::trailerByte(char c)
+HTTPChunkDecoder::EState HTTPChunkDecoder::trailerByte(char c)
 {
     if (++m_trailerSize > MAX_TRAILER_SIZE || c == '\0')
     {
@@ -182,7 +215,7 @@ HTTPChunkFraming::EState HTTPChunkFraming::trailerByte(char c)
     return m_trailerLines <= MAX_TRAILER_LINES ? E_TRAILER : E_BROKEN;
 }
 
-HTTPChunkFraming::EState HTTPChunkFraming::trailerLineEnd()
+HTTPChunkDecoder::EState HTTPChunkDecoder::trailerLineEnd()
 {
     if (m_lineLength == 0)
     {

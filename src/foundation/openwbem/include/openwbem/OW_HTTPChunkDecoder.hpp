@@ -8,14 +8,14 @@
 namespace OpenWBEM
 {
 
-/// The framing of the chunked transfer coding (RFC 9112 section 7.1), fed with bytes as they arrive.
+/// Decodes the chunked transfer coding (RFC 9112 section 7.1), fed with bytes as they arrive.
 ///
 /// A chunk begins with a line of 1 to 16 hexadecimal digits, optional blanks and tabs, and an optional extension behind
 /// a semicolon. Its data is followed by a line end. The chunk of size zero has no data; behind it come the trailer's
 /// lines up to an empty one. Line ends are CR LF or LF; there is no other CR and no NUL in a line.
 ///
 /// Threads: one at a time.
-class OW_HTTP_API HTTPChunkFraming
+class OW_HTTP_API HTTPChunkDecoder
 {
 public:
     /// @name Limits; what is exactly as large is accepted
@@ -29,10 +29,16 @@ public:
     static constexpr std::size_t MAX_TRAILER_SIZE = 16 * 1024;
     /// @}
 
-    /// Takes the framing at the front of a block: up to data, to the front of the trailer, to the end of the message, to a
-    /// byte that does not belong there, or to the end of the block.
-    /// @return where it stopped
-    const char* parse(const char* block, const char* end);
+    /// Where a step stopped, in what was to be decoded and in the room for data.
+    struct Progress
+    {
+        const char* from;
+        char* to;
+    };
+
+    /// Decodes a block into some room, until one of them is used up or the message is over. Stops in front of the
+    /// trailer if there is data to hand over first.
+    Progress decode(const char* from, const char* fromEnd, char* to, char* toEnd);
 
     /// The bytes of data that come next; 0 while there is framing to parse.
     std::uint64_t dataLeft() const { return m_dataLeft; }
@@ -79,7 +85,7 @@ private:
         E_BROKEN
     };
 
-    const char* parseUsual(const char* block, const char* end);
+    const char* parse(const char* from, const char* end);
     EState next(char c);
     EState afterDigit(char c);
     EState afterSize(char c);
