@@ -8,7 +8,7 @@
 namespace blocxx
 {
 
-OStringStreamBuf::OStringStreamBuf(std::size_t size) : m_storage(size == 0 ? DEFAULT_SIZE : size, '\0')
+OStringStreamBuf::OStringStreamBuf(std::size_t size) : m_storage(size, '\0')
 {
     usePutArea(0);
 }

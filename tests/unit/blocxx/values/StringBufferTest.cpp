@@ -160,6 +160,7 @@ TEST(StringBuffer, ReleaseMovesEverythingOutAndLeavesAUsableEmptyBuffer)
     buffer.append('a').append('\0').append('b');
     EXPECT_EQ(String("a\0b", 3), buffer.releaseString());
     EXPECT_EQ(0U, buffer.length());
+    EXPECT_EQ(1U, buffer.allocated());
     EXPECT_STREQ("", buffer.c_str());
     EXPECT_TRUE(buffer.toString().empty());
     buffer.reset();

@@ -17,7 +17,7 @@ class BLOCXX_COMMON_API OStringStreamBuf : public std::streambuf
 public:
     static constexpr std::size_t DEFAULT_SIZE = 256;
 
-    /// @param size bytes to make room for at the start; 0 stands for the default
+    /// @param size bytes to make room for at the start
     explicit OStringStreamBuf(std::size_t size = DEFAULT_SIZE);
     ~OStringStreamBuf() override;
 
@@ -44,7 +44,7 @@ private:
 class BLOCXX_COMMON_API OStringStream : public std::ostream
 {
 public:
-    /// @param size bytes to make room for at the start; 0 stands for the default
+    /// @param size bytes to make room for at the start
     explicit OStringStream(std::size_t size = OStringStreamBuf::DEFAULT_SIZE);
     /// Starts with the other stream's text; its formatting flags are not taken over.
     OStringStream(const OStringStream& other);
