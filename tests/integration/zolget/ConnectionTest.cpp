@@ -1,0 +1,235 @@
+// How zolget reaches a server, over TCP and TLS.
+
+#include "Zolget.hpp"
+#include "support/Certificates.hpp"
+#include "support/Descriptor.hpp"
+#include "support/ScriptedServer.hpp"
+#include "support/TemporaryDirectory.hpp"
+
+#include <gmock/gmock.h>
+#include <openssl/ssl.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+
+using testing::HasSubstr;
+using zol_test::LoopbackSocket;
+using zol_test::ScriptedServer;
+using zol_test::ServerConnection;
+using zol_test::TemporaryDirectory;
+using zolget_test::answering;
+using zolget_test::answerWith;
+using zolget_test::Outcome;
+using zolget_test::zolget;
+
+namespace
+{
+
+/// A server whose certificate an authority of its own has signed.
+class ZolgetTls : public testing::Test
+{
+protected:
+    void start(const zol_test::CertificateFields& fields, ScriptedServer::Script script,
+               std::function<void(SSL_CTX*)> adjust = {})
+    {
+        const zol_test::Certificate certificate = zol_test::issue(m_authority, fields);
+        ScriptedServer::Options options;
+        options.certificate = certificate.certificatePem();
+        options.privateKey = certificate.keyPem();
+        options.adjust = std::move(adjust);
+        m_server = std::make_unique<ScriptedServer>(options, std::move(script));
+    }
+
+    std::string url(const std::string& host = "localhost") const
+    {
+        return "https://" + host + ":" + std::to_string(m_server->port()) + "/";
+    }
+
+    TemporaryDirectory m_folder;
+    zol_test::Certificate m_authority = zol_test::makeAuthority();
+    std::string m_trust = m_folder.write("ca.pem", m_authority.certificatePem());
+    std::unique_ptr<ScriptedServer> m_server;
+};
+
+zol_test::CertificateFields forLocalhost()
+{
+    zol_test::CertificateFields fields;
+    fields.dnsNames = {"localhost"};
+    fields.ipAddresses = {"127.0.0.1"};
+    return fields;
+}
+
+} // namespace
+
+TEST(ZolgetConnection, ReachesAnIPv6Literal)
+{
+    ScriptedServer::Options options;
+    options.ipv6 = true;
+    const ScriptedServer server(options, answering(answerWith("over IPv6")));
+    const Outcome run = zolget({zolget_test::urlOf(server)});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, "over IPv6");
+    EXPECT_THAT(server.requests().front(), HasSubstr("\r\nHost: [::1]:" + std::to_string(server.port()) + "\r\n"));
+}
+
+TEST(ZolgetConnection, ReachesAName)
+{
+    const ScriptedServer server(answering(answerWith("by name")));
+    const Outcome run = zolget({"http://localhost:" + std::to_string(server.port()) + "/"});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, "by name");
+}
+
+TEST(ZolgetConnection, ExitsWith3ForAnUnknownName)
+{
+    const Outcome run = zolget({"http://no-such-host.invalid/"});
+    EXPECT_EQ(run.status, 3);
+    EXPECT_THAT(run.errors, HasSubstr("cannot find the host no-such-host.invalid: "));
+    EXPECT_THAT(run.errors, HasSubstr("check the spelling"));
+}
+
+TEST(ZolgetConnection, ExitsWith4WhenRefused)
+{
+    const LoopbackSocket closed(LoopbackSocket::E_BOUND);
+    const std::string authority = "127.0.0.1:" + std::to_string(closed.port);
+    const Outcome run = zolget({"http://" + authority + "/"});
+    EXPECT_EQ(run.status, 4);
+    EXPECT_THAT(run.errors, HasSubstr("cannot connect to " + authority + ": "));
+    EXPECT_THAT(run.errors, HasSubstr("Connection refused"));
+}
+
+TEST(ZolgetConnection, ExitsWith4WhenATlsHandshakeTakesTooLong)
+{
+    const LoopbackSocket silent(LoopbackSocket::E_LISTENING);
+    const Outcome run = zolget({"--connect-timeout", "0.3", "https://127.0.0.1:" + std::to_string(silent.port) + "/"});
+    EXPECT_EQ(run.status, 4);
+    EXPECT_THAT(run.errors, HasSubstr("--connect-timeout allows more time"));
+}
+
+TEST(ZolgetConnection, TalksAboutItWhenAsked)
+{
+    const ScriptedServer server(answering(answerWith("body")));
+    const Outcome run = zolget({"-v", zolget_test::urlOf(server)});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output, "body");
+    EXPECT_THAT(run.errors, HasSubstr("DEBUG2 zol.common.http"));
+    EXPECT_EQ(run.errors.find("DEBUG3"), std::string::npos);
+    EXPECT_THAT(zolget({"-vv", zolget_test::urlOf(server)}).errors, HasSubstr("DEBUG3 zol.common.http.response"));
+}
+
+TEST_F(ZolgetTls, FetchesWithTheAuthorityThatItIsGiven)
+{
+    start(forLocalhost(), answering(answerWith("secure")));
+    for (const char* host : {"localhost", "127.0.0.1"})
+    {
+        const Outcome run = zolget({"--ca", m_trust, url(host)});
+        EXPECT_EQ(run.status, 0) << run.errors;
+        EXPECT_EQ(run.output, "secure");
+    }
+}
+
+TEST_F(ZolgetTls, ExitsWith5WithoutTheAuthority)
+{
+    start(forLocalhost(), answering(answerWith("secure")));
+    const Outcome run = zolget({url()});
+    EXPECT_EQ(run.status, 5);
+    EXPECT_EQ(run.output, "");
+    EXPECT_THAT(run.errors, HasSubstr("no secure connection to localhost:"));
+    EXPECT_THAT(run.errors, HasSubstr("--ca PATH"));
+    EXPECT_THAT(m_server->errors(), testing::Not(testing::IsEmpty()));
+}
+
+TEST_F(ZolgetTls, ExitsWith5ForAnotherName)
+{
+    zol_test::CertificateFields fields;
+    fields.dnsNames = {"elsewhere.example"};
+    start(fields, answering(answerWith("secure")));
+    EXPECT_EQ(zolget({"--ca", m_trust, url()}).status, 5);
+    m_server->errors();
+}
+
+TEST_F(ZolgetTls, FetchesFromAnybodyWithoutVerification)
+{
+    zol_test::CertificateFields fields;
+    fields.dnsNames = {"elsewhere.example"};
+    start(fields, answering(answerWith("secure")));
+    const Outcome run = zolget({"--no-verify", url()});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, "secure");
+}
+
+TEST_F(ZolgetTls, ShowsItsCertificate)
+{
+    const zol_test::Certificate client = zol_test::issue(m_authority, {});
+    start(
+        forLocalhost(),
+        [](ServerConnection& connection)
+        {
+            connection.receiveHead();
+            X509* const shown = SSL_get1_peer_certificate(connection.ssl());
+            connection.send(answerWith(shown != nullptr ? "known" : "unknown"));
+            X509_free(shown);
+        },
+        [this](SSL_CTX* context)
+        {
+            SSL_CTX_set_verify(context, SSL_VERIFY_PEER, nullptr);
+            X509_STORE_add_cert(SSL_CTX_get_cert_store(context), m_authority.x509.get());
+        });
+    const std::string certificate = m_folder.write("client.pem", client.certificatePem());
+    const std::string key = m_folder.write("key.pem", client.keyPem());
+    const std::string both = m_folder.write("both.pem", client.certificatePem() + client.keyPem());
+    EXPECT_EQ(zolget({"--ca", m_trust, url()}).output, "unknown");
+    EXPECT_EQ(zolget({"--ca", m_trust, "--cert", certificate, "--key", key, url()}).output, "known");
+    EXPECT_EQ(zolget({"--ca", m_trust, "--cert", both, url()}).output, "known");
+}
+
+TEST_F(ZolgetTls, ExitsWith8ForFilesThatAreNotThere)
+{
+    for (const char* option : {"--ca", "--cert"})
+    {
+        const Outcome run = zolget({option, m_folder.file("missing"), "https://localhost:1/"});
+        EXPECT_EQ(run.status, 8);
+        EXPECT_THAT(run.errors, HasSubstr("missing: No such file or directory"));
+    }
+}
+
+TEST_F(ZolgetTls, ExitsWith5ForFilesThatHoldSomethingElse)
+{
+    const std::string text = m_folder.write("text", "no certificate");
+    for (const char* option : {"--ca", "--cert"})
+    {
+        const Outcome run = zolget({option, text, "https://localhost:1/"});
+        EXPECT_EQ(run.status, 5);
+        EXPECT_THAT(run.errors, HasSubstr("PEM"));
+    }
+}
+
+TEST_F(ZolgetTls, ExitsWith7ForAnEndWithoutFarewell)
+{
+    start(forLocalhost(),
+          [](ServerConnection& connection)
+          {
+              connection.receiveHead();
+              connection.send("HTTP/1.1 200 OK\r\n\r\nperhaps not all");
+              connection.cut();
+          });
+    const Outcome run = zolget({"--ca", m_trust, url()});
+    EXPECT_EQ(run.status, 7);
+    EXPECT_THAT(run.errors, HasSubstr("the body from localhost:"));
+}
+
+TEST_F(ZolgetTls, DoesNotMissTheFarewellAfterTheAnnouncedLength)
+{
+    start(forLocalhost(),
+          [](ServerConnection& connection)
+          {
+              connection.receiveHead();
+              connection.send(answerWith("all"));
+              connection.cut();
+          });
+    const Outcome run = zolget({"--ca", m_trust, url()});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, "all");
+}

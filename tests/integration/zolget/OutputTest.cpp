@@ -1,0 +1,260 @@
+// Where zolget puts what it gets, and what it leaves behind.
+
+#include "Zolget.hpp"
+#include "support/ChildProcess.hpp"
+#include "support/Descriptor.hpp"
+#include "support/ScriptedServer.hpp"
+#include "support/TemporaryDirectory.hpp"
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using zol_test::ChildProcess;
+using zol_test::Descriptor;
+using zol_test::readFile;
+using zol_test::ScriptedServer;
+using zol_test::ServerConnection;
+using zol_test::TemporaryDirectory;
+using zolget_test::answering;
+using zolget_test::answerWith;
+using zolget_test::namesIn;
+using zolget_test::Outcome;
+using zolget_test::urlOf;
+using zolget_test::zolget;
+
+namespace
+{
+
+constexpr const char* CUT_ANSWER = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nshort";
+
+/// Sends a part of the body, and the rest never.
+void hold(ServerConnection& connection)
+{
+    connection.receiveHead();
+    connection.send(CUT_ANSWER);
+    connection.waitUntilPeerCloses();
+}
+
+/// A shell's command line that runs zolget with its arguments and these redirections.
+std::vector<std::string> redirected(const std::string& redirection, std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), {"sh", "-c", "exec \"$0\" \"$@\" " + redirection, ZOLGET_PROGRAM});
+    return arguments;
+}
+
+bool waitFor(const std::function<bool()>& condition)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!condition() && std::chrono::steady_clock::now() < end)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return condition();
+}
+
+std::uintmax_t bytesIn(const std::filesystem::path& folder)
+{
+    std::uintmax_t bytes = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+    {
+        bytes += entry.file_size();
+    }
+    return bytes;
+}
+
+/// A terminal that programs can be given; what they write there is collected.
+class Terminal
+{
+public:
+    Terminal() : m_master(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
+    {
+        EXPECT_EQ(::grantpt(m_master.get()), 0);
+        EXPECT_EQ(::unlockpt(m_master.get()), 0);
+        m_path = ::ptsname(m_master.get());
+        m_slave = Descriptor(::open(m_path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    }
+
+    const std::string& path() const { return m_path; }
+
+    std::string text()
+    {
+        std::string all;
+        pollfd waiting{m_master.get(), POLLIN, 0};
+        char block[4096];
+        while (::poll(&waiting, 1, 200) > 0)
+        {
+            const ssize_t count = ::read(m_master.get(), block, sizeof(block));
+            if (count <= 0)
+            {
+                break;
+            }
+            all.append(block, static_cast<std::size_t>(count));
+        }
+        return all;
+    }
+
+private:
+    Descriptor m_master;
+    Descriptor m_slave;
+    std::string m_path;
+};
+
+} // namespace
+
+TEST(ZolgetOutput, PutsACompleteBodyUnderItsName)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(answerWith("complete")));
+    const Outcome run = zolget({"-o", folder.file("page"), urlOf(server)});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(readFile(folder.file("page")), "complete");
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("page"));
+}
+
+TEST(ZolgetOutput, PutsACutBodyNowhere)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(CUT_ANSWER));
+    EXPECT_EQ(zolget({"-o", folder.file("page"), urlOf(server)}).status, 7);
+    EXPECT_THAT(namesIn(folder.path()), IsEmpty());
+}
+
+TEST(ZolgetOutput, KeepsTheEarlierFileWhenTheBodyIsCut)
+{
+    const TemporaryDirectory folder;
+    folder.write("page", "earlier");
+    const ScriptedServer server(answering(CUT_ANSWER));
+    EXPECT_EQ(zolget({"-o", folder.file("page"), urlOf(server)}).status, 7);
+    EXPECT_EQ(readFile(folder.file("page")), "earlier");
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("page"));
+}
+
+TEST(ZolgetOutput, LeavesNothingForAnErrorStatus)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering("HTTP/1.1 404 Not Found\r\n\r\n"));
+    EXPECT_EQ(zolget({"-o", folder.file("page"), urlOf(server)}).status, 6);
+    EXPECT_THAT(namesIn(folder.path()), IsEmpty());
+}
+
+TEST(ZolgetOutput, LeavesNothingWhenInterrupted)
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    {
+        const TemporaryDirectory folder;
+        const ScriptedServer server(hold);
+        ChildProcess process(zolget_test::command({"-o", folder.file("page"), urlOf(server)}));
+        ASSERT_TRUE(server.waitForConnections(1));
+        EXPECT_TRUE(waitFor([&folder] { return bytesIn(folder.path()) > 0; }));
+        ::kill(process.pid(), signal);
+        EXPECT_EQ(process.wait(), 128 + signal);
+        EXPECT_THAT(namesIn(folder.path()), IsEmpty());
+    }
+}
+
+TEST(ZolgetOutput, WritesADeviceDirectly)
+{
+    const ScriptedServer server(answering(answerWith("gone")));
+    EXPECT_EQ(zolget({"-o", "/dev/null", urlOf(server)}).status, 0);
+}
+
+TEST(ZolgetOutput, ExitsWith8ForAFullDevice)
+{
+    const ScriptedServer server(answering(answerWith("body")));
+    const Outcome run = zolget({"-o", "/dev/full", urlOf(server)});
+    EXPECT_EQ(run.status, 8);
+    EXPECT_THAT(run.errors, HasSubstr("cannot write /dev/full: No space left on device"));
+}
+
+TEST(ZolgetOutput, ExitsWith8BeforeConnectingForAMissingFolder)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(answerWith("body")));
+    const Outcome run = zolget({"-o", folder.file("none/page"), urlOf(server)});
+    EXPECT_EQ(run.status, 8);
+    EXPECT_THAT(run.errors, HasSubstr("none/page: No such file or directory"));
+    EXPECT_EQ(server.connections(), 0U);
+}
+
+TEST(ZolgetOutput, EndsQuietlyWhenNobodyReadsIt)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(answerWith(std::string(1 << 20, 'x'))));
+    ChildProcess process({"sh", "-c", "{ \"$0\" \"$1\"; echo $? >\"$2\"; } | true", ZOLGET_PROGRAM, urlOf(server),
+                          folder.file("status")});
+    EXPECT_EQ(process.wait(), 0);
+    EXPECT_EQ(readFile(folder.file("status")), "8\n");
+    EXPECT_EQ(process.errorOutput(), "");
+}
+
+TEST(ZolgetOutput, ExitsWith8WhenStandardOutputIsClosed)
+{
+    const ScriptedServer server(answering(answerWith("body")));
+    ChildProcess process(redirected(">&-", {urlOf(server)}));
+    EXPECT_EQ(process.wait(), 8);
+    EXPECT_THAT(process.errorOutput(), HasSubstr("cannot write standard output: Bad file descriptor"));
+    // The body has not gone back into the connection, which would have taken the free number otherwise.
+    EXPECT_EQ(server.requests().front().find("body"), std::string::npos);
+}
+
+TEST(ZolgetProgress, AppearsOnATerminal)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(answerWith(std::string(2048, 'x'))));
+    Terminal terminal;
+    ChildProcess process(redirected("2>" + terminal.path(), {"-o", folder.file("page"), urlOf(server)}));
+    EXPECT_EQ(process.wait(), 0);
+    EXPECT_THAT(terminal.text(), testing::ContainsRegex("\r2.0 KiB of 2.0 KiB, [0-9.]+ .?i?B/s, 100 %"));
+}
+
+TEST(ZolgetProgress, StaysAwayWhereTheBodyAppears)
+{
+    const ScriptedServer server(answering(answerWith("body")));
+    Terminal terminal;
+    ChildProcess process(redirected(">" + terminal.path() + " 2>&1", {urlOf(server)}));
+    EXPECT_EQ(process.wait(), 0);
+    EXPECT_EQ(terminal.text(), "body");
+}
+
+TEST(ZolgetProgress, StaysAwayWithoutATerminal)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(answerWith("body")));
+    EXPECT_EQ(zolget({"-o", folder.file("page"), urlOf(server)}).errors, "");
+}
+
+TEST(ZolgetProgress, AppearsAnywhereWhenAskedFor)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(answerWith("body")));
+    const Outcome run = zolget({"--progress", "-o", folder.file("page"), urlOf(server)});
+    EXPECT_THAT(run.errors, HasSubstr("4 B of 4 B, "));
+    EXPECT_EQ(run.errors.find('\r'), std::string::npos);
+}
+
+TEST(ZolgetProgress, ShowsWhatIsKnownOfAChunkedBody)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(
+        "HTTP/1.1 200 OK\r\nContent-Length: 99\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nfirst\r\n0\r\n\r\n"));
+    const Outcome run = zolget({"--progress", "-o", folder.file("page"), urlOf(server)});
+    EXPECT_THAT(run.errors, HasSubstr("5 B, "));
+    EXPECT_EQ(run.errors.find('%'), std::string::npos);
+}

@@ -1,0 +1,154 @@
+// What zolget sends.
+
+#include "Zolget.hpp"
+#include "support/ScriptedServer.hpp"
+#include "support/TemporaryDirectory.hpp"
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+using zol_test::ScriptedServer;
+using zol_test::ServerConnection;
+using zol_test::TemporaryDirectory;
+using zolget_test::answering;
+using zolget_test::answerWith;
+using zolget_test::Outcome;
+using zolget_test::urlOf;
+using zolget_test::zolget;
+
+namespace
+{
+
+/// Answers a request with the body of that length that came with it.
+ScriptedServer::Script echoing(std::size_t length)
+{
+    return [length](ServerConnection& connection)
+    {
+        connection.receiveHead();
+        connection.send(answerWith(connection.receive(length)));
+    };
+}
+
+std::string requestOf(std::vector<std::string> arguments, const std::string& path = "/")
+{
+    const ScriptedServer server(answering(answerWith("")));
+    arguments.push_back(urlOf(server, path));
+    const Outcome run = zolget(arguments);
+    EXPECT_EQ(run.status, 0) << run.errors;
+    const auto requests = server.requests();
+    return requests.empty() ? std::string() : requests.front();
+}
+
+} // namespace
+
+TEST(ZolgetRequest, HasTheHeadersThatAServerNeeds)
+{
+    const std::string request = requestOf({}, "/page?q=1#part");
+    EXPECT_THAT(request, StartsWith("GET /page?q=1 HTTP/1.1\r\nHost: 127.0.0.1:"));
+    EXPECT_THAT(request, HasSubstr("\r\nUser-Agent: zolget/"));
+    EXPECT_THAT(request, HasSubstr("\r\nAccept: */*\r\n"));
+    EXPECT_THAT(request, EndsWith("\r\nConnection: close\r\n\r\n"));
+}
+
+TEST(ZolgetRequest, TakesMethodVersionAndHeadersFromTheUser)
+{
+    const std::string request =
+        requestOf({"-X", "PROPFIND", "--http1.0", "-H", "Host: other", "-H", "X-A: 1", "-H", "X-A: 2"});
+    EXPECT_THAT(request, StartsWith("PROPFIND / HTTP/1.0\r\n"));
+    EXPECT_THAT(request, HasSubstr("\r\nHost: other\r\nX-A: 1\r\nX-A: 2\r\n"));
+    EXPECT_EQ(request.find("127.0.0.1"), std::string::npos);
+}
+
+TEST(ZolgetRequest, PostsAText)
+{
+    const ScriptedServer server(echoing(9));
+    const Outcome run = zolget({"-d", "some text", urlOf(server)});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, "some text");
+    EXPECT_THAT(server.requests().front(), StartsWith("POST / HTTP/1.1\r\n"));
+    EXPECT_THAT(server.requests().front(), HasSubstr("\r\nContent-Type: text/plain"));
+    EXPECT_THAT(server.requests().front(), HasSubstr("\r\nContent-Length: 9\r\n"));
+}
+
+TEST(ZolgetRequest, PostsFilesAsOneBody)
+{
+    const TemporaryDirectory folder;
+    const std::string first(200000, 'a');
+    const std::string second(4096, 'b');
+    const std::string third = "end";
+    const ScriptedServer server(echoing(first.size() + second.size() + third.size()));
+    const Outcome run = zolget({"--data-file", folder.write("1", first), "--data-file", folder.write("2", second),
+                                "--data-file", folder.write("3", third), urlOf(server)});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, first + second + third);
+    EXPECT_THAT(server.requests().front(), HasSubstr("\r\nContent-Type: application/octet-stream\r\n"
+                                                     "Content-Length: 204099\r\n"));
+}
+
+TEST(ZolgetRequest, AnnouncesAnEmptyBodyAndFetchesAllTheSame)
+{
+    const TemporaryDirectory folder;
+    EXPECT_THAT(requestOf({"-d", ""}), EndsWith("\r\nContent-Length: 0\r\n\r\n"));
+    EXPECT_THAT(requestOf({"--data-file", folder.write("empty", "")}), EndsWith("\r\nContent-Length: 0\r\n\r\n"));
+}
+
+TEST(ZolgetRequest, SendsNoByteOfAFileThatCannotBeRead)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(answerWith("")));
+    for (const std::string& path : {folder.path().string(), folder.file("missing")})
+    {
+        const Outcome run = zolget({"--data-file", path, urlOf(server)});
+        EXPECT_EQ(run.status, 8);
+        EXPECT_THAT(run.errors, HasSubstr("cannot send " + path));
+    }
+    EXPECT_EQ(server.connections(), 0U);
+}
+
+TEST(ZolgetRequest, ReadsTheAnswerOfAServerThatWillNotHaveTheBody)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            connection.receiveHead();
+            connection.send("HTTP/1.1 413 Too Large\r\nConnection: close\r\n\r\n");
+            connection.close();
+        });
+    const Outcome run = zolget({"--data-file", folder.writeSparse("big", 64UL << 20), urlOf(server)});
+    EXPECT_EQ(run.status, 6) << run.errors;
+    EXPECT_THAT(run.errors, HasSubstr("HTTP/1.1 413 Too Large"));
+}
+
+TEST(ZolgetRequest, ExitsWith7WhenTheConnectionBreaksWhileSending)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            connection.receiveHead();
+            connection.reset();
+        });
+    const Outcome run = zolget({"--data-file", folder.writeSparse("big", 64UL << 20), urlOf(server)});
+    EXPECT_EQ(run.status, 7);
+    EXPECT_THAT(run.errors, HasSubstr("the connection broke while the request was sent"));
+}
+
+TEST(ZolgetRequest, IsRefusedBeforeConnectingWhenItMakesNoSense)
+{
+    const ScriptedServer server(answering(answerWith("")));
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"-H", "X: a\r\nY: b"}, {"-X", "GET /x HTTP/1.1\r\n"}, {"--nonsense"}})
+    {
+        std::vector<std::string> all = arguments;
+        all.push_back(urlOf(server));
+        EXPECT_EQ(zolget(all).status, 2);
+    }
+    EXPECT_EQ(zolget({urlOf(server, "/ HTTP/1.1\r\nX: y")}).status, 2);
+    EXPECT_EQ(zolget({}).status, 2);
+    EXPECT_EQ(server.connections(), 0U);
+}

@@ -1,0 +1,55 @@
+#include "Zolget.hpp"
+
+#include "support/ChildProcess.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace zolget_test
+{
+
+std::vector<std::string> command(std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), ZOLGET_PROGRAM);
+    return arguments;
+}
+
+Outcome zolget(std::vector<std::string> arguments)
+{
+    zol_test::ChildProcess process(command(std::move(arguments)));
+    const int status = process.wait();
+    return {status, process.output(), process.errorOutput()};
+}
+
+std::string urlOf(const zol_test::ScriptedServer& server, const std::string& path)
+{
+    return "http://" + server.address() + path;
+}
+
+zol_test::ScriptedServer::Script answering(std::string bytes)
+{
+    return [bytes = std::move(bytes)](zol_test::ServerConnection& connection)
+    {
+        connection.receiveHead();
+        connection.send(bytes);
+    };
+}
+
+std::string answerWith(const std::string& body)
+{
+    return "HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: " + std::to_string(body.size()) +
+           "\r\n\r\n" + body;
+}
+
+std::vector<std::string> namesIn(const std::filesystem::path& folder)
+{
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+    {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+} // namespace zolget_test

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "support/ScriptedServer.hpp"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace zolget_test
+{
+
+/// How a run of zolget ended, and what it wrote.
+struct Outcome
+{
+    int status;
+    std::string output;
+    std::string errors;
+};
+
+/// Runs zolget to its end.
+Outcome zolget(std::vector<std::string> arguments);
+
+/// The command that runs zolget with these arguments.
+std::vector<std::string> command(std::vector<std::string> arguments);
+
+/// The URL of a path on a server.
+std::string urlOf(const zol_test::ScriptedServer& server, const std::string& path = "/");
+
+/// A script that reads the head of a request and answers it with `bytes`.
+zol_test::ScriptedServer::Script answering(std::string bytes);
+
+/// A complete answer: 200, this body, its length.
+std::string answerWith(const std::string& body);
+
+/// The names of the files in a folder, hidden ones included, in order.
+std::vector<std::string> namesIn(const std::filesystem::path& folder);
+
+} // namespace zolget_test

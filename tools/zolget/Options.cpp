@@ -1,0 +1,171 @@
+#include "Options.hpp"
+
+#include "ExitStatus.hpp"
+#include "Text.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+
+namespace zolget
+{
+
+namespace
+{
+
+constexpr const char* DESCRIPTION = "Fetches a page and writes its body to standard output or into a file.";
+constexpr const char* FOOTER = R"(
+Exit status:
+  0  the answer arrived whole             5  no secure connection (TLS)
+  1  unexpected failure                   6  the server answered with an error status
+  2  wrong command line                   7  the answer was cut short
+  3  host name not known                  8  a file here cannot be read or written
+  4  server cannot be reached             9  the answer is not understood)";
+
+[[noreturn]] void refuse(const std::string& message)
+{
+    throw Failure(ExitStatus::USAGE, message + "; see zolget --help");
+}
+
+/// What the parser stores as it finds it, before it is checked.
+struct RawOptions
+{
+    std::string url;
+    std::string method;
+    std::vector<std::string> headers;
+    std::string data;
+    bool noVerify = false;
+};
+
+/// A time in seconds: more than nothing; "inf" is allowed, and waits without limit.
+std::string checkSeconds(const std::string& text)
+{
+    float seconds = 0;
+    return CLI::detail::lexical_cast(text, seconds) && seconds > 0 ? std::string()
+                                                                   : text + " is no number of seconds above 0";
+}
+
+void declareRequest(CLI::App& app, Options& options, RawOptions& raw)
+{
+    app.add_option("URL", raw.url, "what to fetch, http:// or https://")->required();
+    app.add_option("-X,--request", raw.method, "the method of the request (default: GET, with a body POST)")
+        ->type_name("METHOD");
+    app.add_option("-H,--header", raw.headers, "a header to send; may be given several times")
+        ->type_name("'NAME: VALUE'")
+        ->allow_extra_args(false);
+    const auto data = app.add_option("-d,--data", raw.data, "a text to send as the body")->type_name("TEXT");
+    app.add_option("--data-file", options.dataFiles,
+                   "a file to send as the body; several are sent as one body, one behind the other")
+        ->type_name("FILE")
+        ->allow_extra_args(false)
+        ->excludes(data);
+    app.add_flag("--http1.0", options.useHttp10, "ask in HTTP/1.0");
+}
+
+void declareConnection(CLI::App& app, Options& options, RawOptions& raw)
+{
+    const auto trust =
+        app.add_option("--ca", options.trustStore,
+                       "trust the certificate authorities in this file or folder (default: those of the system)")
+            ->type_name("PATH");
+    app.add_flag("--no-verify", raw.noVerify, "accept whatever certificate the server shows")->excludes(trust);
+    const auto certificate =
+        app.add_option("--cert", options.certificateFile, "the certificate to show to the server (PEM)")
+            ->type_name("FILE");
+    app.add_option("--key", options.keyFile, "the private key of that certificate (default: in the same file)")
+        ->type_name("FILE")
+        ->needs(certificate);
+    app.add_option("--connect-timeout", options.connectTimeout, "limit for connecting, TLS included")
+        ->capture_default_str()
+        ->type_name("SECONDS")
+        ->check(checkSeconds);
+    app.add_option("--read-timeout", options.readTimeout, "limit for a silence of the server")
+        ->capture_default_str()
+        ->type_name("SECONDS")
+        ->check(checkSeconds);
+}
+
+void declareOutput(CLI::App& app, Options& options)
+{
+    app.add_option("-o,--output", options.output, "write the body into this file, which appears when it is complete")
+        ->type_name("FILE");
+    app.add_flag("-i,--include", options.showHead, "show the head of the answer on standard output");
+    app.add_flag("--progress", options.alwaysShowProgress,
+                 "show the progress even if standard error is no terminal or the body goes to one");
+    app.add_flag(
+        "-v", [&options](std::int64_t count) { options.verbosity = static_cast<int>(count); },
+        "tell on standard error what is done; -vv tells everything");
+}
+
+HeaderOption parseHeader(const std::string& text)
+{
+    const std::size_t colon = text.find(':');
+    HeaderOption header{text.substr(0, colon), {}};
+    if (colon == std::string::npos || !isToken(header.name))
+    {
+        refuse("\"" + printable(text) + "\" is no header of the form 'NAME: VALUE'");
+    }
+    header.value = trimmed(std::string_view(text).substr(colon + 1));
+    // A line end in a value would smuggle further headers, or a whole request, into this one.
+    if (std::any_of(header.value.begin(), header.value.end(), [](char c) { return isControl(c) && c != '\t'; }))
+    {
+        refuse("the header " + header.name + " contains control characters");
+    }
+    if (equalsIgnoringCase(header.name, "transfer-encoding"))
+    {
+        refuse("bodies are sent as they are, so Transfer-Encoding cannot be given");
+    }
+    return header;
+}
+
+void check(Options& options, const RawOptions& raw, bool hasData)
+{
+    options.url = parseUrl(raw.url);
+    options.verify = !raw.noVerify;
+    if (hasData)
+    {
+        options.data = raw.data;
+    }
+    options.method = !raw.method.empty() ? raw.method : options.hasBody() ? "POST" : "GET";
+    if (!isToken(options.method))
+    {
+        refuse("\"" + printable(options.method) + "\" is no method");
+    }
+    std::transform(raw.headers.begin(), raw.headers.end(), std::back_inserter(options.headers), parseHeader);
+    if (options.output == "-")
+    {
+        options.output.clear();
+    }
+}
+
+} // namespace
+
+std::optional<Options> parseOptions(int argc, const char* const* argv, std::ostream& out)
+{
+    CLI::App app(DESCRIPTION, "zolget");
+    Options options;
+    RawOptions raw;
+    app.set_help_flag("--help", "show this text and exit");
+    app.set_version_flag("--version", "zolget " ZOLGET_VERSION, "show the version and exit");
+    app.footer(FOOTER);
+    declareRequest(app, options, raw);
+    declareConnection(app, options, raw);
+    declareOutput(app, options);
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::Success& wish)
+    {
+        app.exit(wish, out, out);
+        return std::nullopt;
+    }
+    catch (const CLI::ParseError& error)
+    {
+        refuse(printable(error.what()));
+    }
+    check(options, raw, app.count("--data") > 0);
+    return options;
+}
+
+} // namespace zolget

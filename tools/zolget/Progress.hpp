@@ -1,0 +1,56 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <ostream>
+#include <string>
+
+namespace zolget
+{
+
+/// One line about a transfer: bytes, rate and, when the whole length is known, percent and time left. Fits 79 columns.
+std::string formatProgress(std::uint64_t done, std::optional<std::uint64_t> total,
+                           std::chrono::duration<double> elapsed);
+
+/// Shows a transfer as it goes on: on a terminal one line that is written over, elsewhere a line from time to time.
+class Progress
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    enum class Style
+    {
+        NONE,
+        TERMINAL,
+        LINES
+    };
+
+    Progress(std::ostream& out, Style style);
+    /// Ends the line that was begun, so that what follows starts on one of its own.
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    /// The whole length, when it is known.
+    void setTotal(std::optional<std::uint64_t> total) { m_total = total; }
+
+    /// Takes notice of further bytes; shows them if the last line is old enough.
+    void add(std::uint64_t count);
+
+    /// Shows the end of a complete transfer.
+    void finish();
+
+private:
+    void show(Clock::time_point now);
+
+    std::ostream& m_out;
+    Style m_style;
+    Clock::time_point m_start;
+    Clock::time_point m_shown;
+    std::optional<std::uint64_t> m_total;
+    std::uint64_t m_done = 0;
+    std::size_t m_width = 0; ///< columns taken by an unfinished line on the terminal
+};
+
+} // namespace zolget

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace zolget
+{
+
+/// The parts of an http or https URL that a request needs.
+struct Url
+{
+    bool isSecure = false;
+    std::string host; ///< name or address; an IPv6 address without its brackets
+    std::uint16_t port = 0;
+    std::string target; ///< path and query as they stand in the URL; "/" when there is no path
+
+    /// Host and port for people and for the Host header: brackets around an IPv6 address, the port only when it is not
+    /// the scheme's own.
+    std::string authority() const;
+};
+
+/// Takes a URL apart (RFC 3986). The fragment is dropped, everything else is passed on as written. Throws Failure
+/// (USAGE) for what is no http or https URL, for user information, and for white space and control characters: they
+/// would end the request line early.
+Url parseUrl(const std::string& text);
+
+} // namespace zolget
