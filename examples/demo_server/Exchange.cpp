@@ -12,7 +12,7 @@ namespace demo
 namespace
 {
 
-constexpr std::size_t MAXIMAL_HEAD = 64 * 1024;
+constexpr std::size_t MAXIMAL_HEAD = std::size_t{64} * 1024;
 constexpr std::string_view LINE_END = "\r\n";
 constexpr std::string_view HEAD_END = "\r\n\r\n";
 

@@ -15,7 +15,7 @@ constexpr std::string_view BYTES = "application/octet-stream";
 
 constexpr std::uint64_t ANY_SIZE = std::numeric_limits<std::uint64_t>::max();
 constexpr std::uint64_t LARGEST_ECHO = 256ULL * 1024 * 1024;
-constexpr std::size_t BLOCK_SIZE = 256 * 1024;
+constexpr std::size_t BLOCK_SIZE = std::size_t{256} * 1024;
 
 /// The one buffer that every large body is sent from: lines of 64 bytes.
 const std::string& block()
