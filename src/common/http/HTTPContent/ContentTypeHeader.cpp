@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <ostream>
 #include <string_view>
+#include <utility>
 
 namespace ZOLNS2::MIME
 {
@@ -23,7 +24,8 @@ constexpr auto npos = String::npos;
 
 String trimmed(String text)
 {
-    return text.trim();
+    text.trim();
+    return text;
 }
 
 /// Where the next "=" stands, from `pos` on; `pos` follows the search.
@@ -41,9 +43,12 @@ size_t findEquals(const String& headerLine, size_t& pos, const Logger& logger)
 }
 
 /// Deliberate: the last character goes with the opening quote, whatever it is.
-String unquoted(const String& value)
+void unquote(String& value)
 {
-    return value.charAt(0) == '"' ? value.substring(1, value.length() - 2) : value;
+    if (value.charAt(0) == '"')
+    {
+        value = value.substring(1, value.length() - 2);
+    }
 }
 
 void parseParameters(const String& headerLine, size_t semicolon, blocxx::Array<HTTP::Parameter>& parameters,
@@ -58,11 +63,12 @@ void parseParameters(const String& headerLine, size_t semicolon, blocxx::Array<H
         {
             return;
         }
-        const String name = trimmed(headerLine.substring(pos, equals - pos));
+        String name = trimmed(headerLine.substring(pos, equals - pos));
         semicolon = headerLine.indexOf(';', equals);
-        const String value = headerLine.substring(equals + 1, semicolon == npos ? npos : semicolon - equals - 1);
+        String value = headerLine.substring(equals + 1, semicolon == npos ? npos : semicolon - equals - 1);
         ZOL_LOG(logger, DEBUG3, Format("content-type param[%1]: name = %2, value = %3", index, name, value));
-        parameters.push_back(HTTP::Parameter(name, unquoted(value)));
+        unquote(value);
+        parameters.push_back(HTTP::Parameter(std::move(name), std::move(value)));
     }
 }
 
