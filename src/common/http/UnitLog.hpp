@@ -24,8 +24,8 @@ private:
 
 } // namespace ZOLNS2
 
-/// Logs through `logger` when its level admits LEVEL (ERROR, DEBUG, DEBUG2, DEBUG3); otherwise the message expression is
-/// not evaluated. The source unit that uses it has SOURCE_UNIT (its name, as records and exceptions carry it) and
+/// Logs through `logger` when its level admits LEVEL (ERROR, DEBUG, DEBUG2, DEBUG3); otherwise the message expression
+/// is not evaluated. The source unit that uses it has SOURCE_UNIT (its name, as records and exceptions carry it) and
 /// MESSAGE_PREFIX in scope.
 #define ZOL_LOG(logger, LEVEL, message)                                                                                \
     do                                                                                                                 \
@@ -33,7 +33,8 @@ private:
         if ((logger).getLogLevel() >= ::blocxx::E_##LEVEL##_LEVEL)                                                     \
         {                                                                                                              \
             const ::ZOLNS2::ErrnoKeeper errnoKeeper;                                                                   \
-            (logger).logMessage(::blocxx::Logger::STR_##LEVEL##_CATEGORY, ::blocxx::String(MESSAGE_PREFIX) + (message), \
-                                SOURCE_UNIT, __LINE__, __PRETTY_FUNCTION__);                                           \
+            (logger).logMessage(::blocxx::Logger::STR_##LEVEL##_CATEGORY,                                              \
+                                ::blocxx::String(MESSAGE_PREFIX) + (message), SOURCE_UNIT, __LINE__,                   \
+                                __PRETTY_FUNCTION__);                                                                  \
         }                                                                                                              \
     } while (false)
