@@ -1,5 +1,7 @@
 // usage: fetch_curl PORT TARGET COUNT
 // The same work as fetch_zol, done with libcurl: COUNT fetches, a connection each, the body handed to a callback.
+#include "PeakMemory.hpp"
+
 #include <curl/curl.h>
 
 #include <cstdio>
@@ -41,7 +43,7 @@ int main(int argc, char** argv)
             return 1;
         }
     }
-    std::printf("%zu\n", total);
+    std::printf("%zu bytes, peak %ld KiB\n", total, peakMemory());
     curl_easy_cleanup(curl);
     curl_global_cleanup();
 }

@@ -1,6 +1,8 @@
 // usage: fetch_floor PORT TARGET COUNT
 // The least a client can do: connect, send a request, receive until the end, COUNT times. What every client is held
 // against.
+#include "PeakMemory.hpp"
+
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -41,5 +43,5 @@ int main(int argc, char** argv)
         }
         ::close(connection);
     }
-    std::printf("%zu\n", total);
+    std::printf("%zu bytes, peak %ld KiB\n", total, peakMemory());
 }

@@ -1,5 +1,7 @@
 // usage: fetch_zol PORT TARGET COUNT [data|stream]
 // COUNT fetches, a connection each; the body is pulled with getData of 64 KiB, or read through a MIMEContentIStream.
+#include "PeakMemory.hpp"
+
 #include "zol/http.hpp"
 
 #include <cstdio>
@@ -70,5 +72,5 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "fetch_zol: %s\n", e.getMessage());
         return 1;
     }
-    std::printf("%zu\n", total);
+    std::printf("%zu bytes, peak %ld KiB\n", total, peakMemory());
 }
