@@ -11,5 +11,7 @@ install(FILES
   DESTINATION ${package_dir})
 install(EXPORT zol_http_targets NAMESPACE zol:: DESTINATION ${package_dir})
 
+# Relative, so that the module is right wherever `cmake --install --prefix` puts it.
+file(RELATIVE_PATH pc_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/zol_http.pc.in ${CMAKE_CURRENT_BINARY_DIR}/zol_http.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zol_http.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -12,7 +12,8 @@ function(zol_add_library target)
     OUTPUT_NAME ${arg_OUTPUT}
     EXPORT_NAME ${arg_ALIAS}
     VERSION ${arg_VERSION}
-    SOVERSION ${soversion})
+    SOVERSION ${soversion}
+    INSTALL_RPATH $ORIGIN) # installed anywhere, the libraries find one another
   target_include_directories(${target}
     PUBLIC
       $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>

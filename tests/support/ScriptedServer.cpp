@@ -7,6 +7,8 @@
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/types.h>
@@ -153,6 +155,9 @@ void ScriptedServer::accept()
 
 void ScriptedServer::serve(Descriptor socket, std::size_t index)
 {
+    // Bytes sent one at a time are to arrive one at a time.
+    const int on = 1;
+    ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     if (m_options.sendBufferSize != 0)
     {
         ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDBUF, &m_options.sendBufferSize, sizeof(int));

@@ -187,6 +187,26 @@ std::string ServerConnection::receiveUntilEnd()
     return take(m_received.size());
 }
 
+std::uint64_t ServerConnection::discard(std::uint64_t count)
+{
+    std::uint64_t total = take(std::min<std::uint64_t>(count, m_received.size())).size();
+    char block[65536];
+    while (total < count)
+    {
+        const auto some = readSome(block, std::min<std::uint64_t>(sizeof block, count - total), deadline());
+        if (!some)
+        {
+            throw std::runtime_error("did not receive what is to be discarded in time");
+        }
+        if (*some == 0)
+        {
+            break;
+        }
+        total += *some;
+    }
+    return total;
+}
+
 bool ServerConnection::send(std::string_view data)
 {
     const auto limit = deadline();

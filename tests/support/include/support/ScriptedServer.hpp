@@ -43,6 +43,10 @@ public:
     /// Everything until the peer ends its sending side.
     std::string receiveUntilEnd();
 
+    /// Receives and forgets up to `count` bytes; gives their number, smaller when the peer ends first. Not recorded
+    /// among the requests.
+    std::uint64_t discard(std::uint64_t count);
+
     /// Sends all of `data`; false when the peer is gone.
     bool send(std::string_view data);
 
