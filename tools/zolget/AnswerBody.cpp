@@ -58,18 +58,23 @@ bool hasBody(const Options& options, const http::Response& response)
     return options.method != "HEAD" && status != 204 && status != 205;
 }
 
-/// The announced length. RFC 9112, section 6.3: with a transfer coding a content-length counts for nothing.
-std::optional<std::uint64_t> announcedLength(const Options& options, const http::Response& response,
-                                             mime::UnbufferedContent& content)
+/// Refuses bodies in transfer codings that would be taken for the body itself.
+void checkCoding(const Options& options, const http::Response& response)
 {
     const blocxx::String coding = response.headers.getHeaderValue("transfer-encoding");
-    if (!coding.empty() && !coding.equalsIgnoreCase("chunked"))
+    const bool isMultipart = response.contentType.getType().equalsIgnoreCase("multipart");
+    if (!coding.empty() && (isMultipart || !coding.equalsIgnoreCase("chunked")))
     {
-        throw Failure(ExitStatus::MALFORMED, options.url.authority() + " sends the body in the transfer coding \"" +
-                                                 printable(coding.c_str()) +
+        throw Failure(ExitStatus::MALFORMED, options.url.authority() + " sends a " + (isMultipart ? "multipart " : "") +
+                                                 "body in the transfer coding \"" + printable(coding.c_str()) +
                                                  "\", which is not understood; try --http1.0");
     }
-    if (!coding.empty() || !content.hasContentLength())
+}
+
+/// The announced length. RFC 9112, section 6.3: with a transfer coding a content-length counts for nothing.
+std::optional<std::uint64_t> announcedLength(const http::Response& response, mime::UnbufferedContent& content)
+{
+    if (!response.headers.getHeaderValue("transfer-encoding").empty() || !content.hasContentLength())
     {
         return std::nullopt;
     }
@@ -79,7 +84,7 @@ std::optional<std::uint64_t> announcedLength(const Options& options, const http:
 void copyArriving(Exchange& exchange, const http::Response& response, mime::UnbufferedContent& content, Output& out,
                   Progress& progress)
 {
-    const auto length = announcedLength(exchange.options(), response, content);
+    const auto length = announcedLength(response, content);
     progress.setTotal(length);
     ArrivingBody body(content);
     std::uint64_t remaining = length.value_or(NO_LIMIT);
@@ -115,22 +120,31 @@ void copyStored(const mime::ContentRef& content, Output& out, Progress& progress
 
 } // namespace
 
-void copyBody(Exchange& exchange, http::Response& response, Output& out, Progress& progress)
+void copyBody(Exchange& exchange, http::Response& response, Destination& destination, Progress& progress)
 {
     if (!hasBody(exchange.options(), response))
     {
         return;
     }
+    checkCoding(exchange.options(), response);
+    bool isStored = true;
     while (const mime::ContentRef part = response.getNextPart())
     {
+        Output& out = destination.beginPart();
         if (const auto arriving = part.cast_to<mime::UnbufferedContent>())
         {
+            isStored = false;
             copyArriving(exchange, response, *arriving, out, progress);
         }
         else
         {
             copyStored(part, out, progress);
         }
+        destination.endPart();
+    }
+    if (isStored && !response.bodyIsComplete())
+    {
+        exchange.failForCut("the body");
     }
     progress.finish();
 }

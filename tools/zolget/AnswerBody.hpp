@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Destination.hpp"
 #include "Exchange.hpp"
-#include "Output.hpp"
 #include "Progress.hpp"
 
 #include "zol/http.hpp"
@@ -9,8 +9,8 @@
 namespace zolget
 {
 
-/// Copies the body of the answer, if it has one, as it arrives. The parts of a multipart body follow one another.
-/// Throws Failure (CUT, MALFORMED, LOCAL_FILE).
-void copyBody(Exchange& exchange, ZOLNS2::HTTP::Response& response, Output& out, Progress& progress);
+/// Copies the body of the answer, if it has one, part by part; one that is not multipart as it arrives. Throws Failure
+/// (CUT, MALFORMED, LOCAL_FILE).
+void copyBody(Exchange& exchange, ZOLNS2::HTTP::Response& response, Destination& destination, Progress& progress);
 
 } // namespace zolget

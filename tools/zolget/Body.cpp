@@ -9,6 +9,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iomanip>
+#include <random>
+#include <sstream>
 
 namespace zolget
 {
@@ -50,31 +53,86 @@ void checkReadable(const std::string& file)
     }
 }
 
+mime::ContentRef makeText(const std::string& text)
+{
+    return mime::ContentRef(new mime::TextPlainContent(blocxx::String(text.data(), text.size())));
+}
+
+mime::ContentRef makeFiles(const std::vector<std::string>& files)
+{
+    blocxx::Array<blocxx::String> names;
+    for (const std::string& file : files)
+    {
+        checkReadable(file);
+        names.push_back(file);
+    }
+    return mime::ContentRef(new mime::FileApplicationOctetStreamContent(names));
+}
+
+std::size_t lengthOf(const mime::ContentRef& content)
+{
+    try
+    {
+        return content->getContentLength();
+    }
+    catch (const mime::ContentException& error)
+    {
+        fail("the given files", error.getMessage());
+    }
+}
+
+mime::ContentRef makePart(const PartOption& part)
+{
+    const mime::ContentRef content = part.isFile ? makeFiles({part.value}) : makeText(part.value);
+    const std::size_t slash = part.type.find('/');
+    const mime::ContentTypeHeader type(part.type.substr(0, slash), part.type.substr(slash + 1), {});
+    return mime::ContentRef(new Body(content, type, lengthOf(content), 1));
+}
+
+/// A boundary that no part contains: 128 random bits see to that.
+std::string makeBoundary()
+{
+    std::random_device random;
+    std::ostringstream boundary;
+    boundary << "zolget-" << std::hex << std::setfill('0');
+    for (int word = 0; word < 4; ++word)
+    {
+        boundary << std::setw(8) << random();
+    }
+    return boundary.str();
+}
+
+mime::ContentRef makeMultipart(const std::vector<PartOption>& parts)
+{
+    const blocxx::IntrusiveReference<mime::MultipartMixedContent> content(
+        new mime::MultipartMixedContent(makeBoundary()));
+    for (const PartOption& part : parts)
+    {
+        content->addPart(makePart(part));
+    }
+    return content;
+}
+
 mime::ContentRef makeContent(const Options& options)
 {
     if (options.data.has_value())
     {
-        return mime::ContentRef(new mime::TextPlainContent(blocxx::String(options.data->data(), options.data->size())));
+        return makeText(*options.data);
     }
-    blocxx::Array<blocxx::String> files;
-    for (const std::string& file : options.dataFiles)
-    {
-        checkReadable(file);
-        files.push_back(file);
-    }
-    return mime::ContentRef(new mime::FileApplicationOctetStreamContent(files));
+    return options.parts.empty() ? makeFiles(options.dataFiles) : makeMultipart(options.parts);
 }
 
 } // namespace
 
-Body::Body(const mime::ContentRef& content, std::size_t length, std::size_t maximalGaps)
-    : m_content(content), m_length(length), m_maximalGaps(maximalGaps)
+Body::Body(const mime::ContentRef& content, const mime::ContentTypeHeader& type, std::size_t length,
+           std::size_t maximalGaps)
+    : m_content(content), m_type(type), m_length(length), m_maximalGaps(maximalGaps)
 {
 }
 
 mime::ContentTypeHeader Body::getContentType()
 {
-    return m_content->getContentType();
+    return m_type;
 }
 
 bool Body::hasContentLength()
@@ -124,17 +182,10 @@ BodyRef makeBody(const Options& options)
         return BodyRef();
     }
     const mime::ContentRef content = makeContent(options);
-    std::size_t length = 0;
-    try
-    {
-        length = content->getContentLength();
-    }
-    catch (const mime::ContentException& error)
-    {
-        fail("the given files", error.getMessage());
-    }
+    const std::size_t length = lengthOf(content);
     // The library's copy of a body without bytes would mark the connection as failed.
-    return length == 0 ? BodyRef() : BodyRef(new Body(content, length, options.dataFiles.size() + 1));
+    return length == 0 ? BodyRef()
+                       : BodyRef(new Body(content, content->getContentType(), length, options.dataFiles.size() + 1));
 }
 
 } // namespace zolget

@@ -9,14 +9,15 @@
 namespace zolget
 {
 
-/// The body of a request: another content, delivered in exactly the length that was announced for it. Where the other
-/// has nothing to deliver between two of its pieces (files, for example), the next piece is asked for at once, since a
-/// stream that reads this content takes an empty delivery for the end.
+/// The body of a request, or a part of it: another content, delivered in exactly the length that was announced for it.
+/// Where the other has nothing to deliver between two of its pieces (files, for example), the next piece is asked for
+/// at once, since a stream that reads this content takes an empty delivery for the end.
 class Body : public ZOLNS2::MIME::Content
 {
 public:
     /// `maximalGaps` is how often in a row the content may deliver nothing before that is taken for its end.
-    Body(const ZOLNS2::MIME::ContentRef& content, std::size_t length, std::size_t maximalGaps);
+    Body(const ZOLNS2::MIME::ContentRef& content, const ZOLNS2::MIME::ContentTypeHeader& type, std::size_t length,
+         std::size_t maximalGaps);
 
     ZOLNS2::MIME::ContentTypeHeader getContentType() override;
     bool hasContentLength() override;
@@ -32,6 +33,7 @@ public:
 
 private:
     ZOLNS2::MIME::ContentRef m_content;
+    ZOLNS2::MIME::ContentTypeHeader m_type;
     std::size_t m_length;
     std::size_t m_maximalGaps;
     bool m_wasTaken = false;

@@ -14,6 +14,8 @@ namespace
 {
 
 constexpr const char* DESCRIPTION = "Fetches a page and writes its body to standard output or into a file.";
+constexpr const char* PART = "--part";
+constexpr const char* PART_FILE = "--part-file";
 constexpr const char* FOOTER = R"(
 Exit status:
   0  the answer arrived whole             5  no secure connection (TLS)
@@ -34,6 +36,8 @@ struct RawOptions
     std::string method;
     std::vector<std::string> headers;
     std::string data;
+    std::vector<std::string> parts;
+    std::vector<std::string> partFiles;
     bool noVerify = false;
 };
 
@@ -54,11 +58,21 @@ void declareRequest(CLI::App& app, Options& options, RawOptions& raw)
         ->type_name("'NAME: VALUE'")
         ->allow_extra_args(false);
     const auto data = app.add_option("-d,--data", raw.data, "a text to send as the body")->type_name("TEXT");
-    app.add_option("--data-file", options.dataFiles,
-                   "a file to send as the body; several are sent as one body, one behind the other")
-        ->type_name("FILE")
+    const auto files = app.add_option("--data-file", options.dataFiles,
+                                      "a file to send as the body; several are sent as one body, one behind the other")
+                           ->type_name("FILE")
+                           ->allow_extra_args(false)
+                           ->excludes(data);
+    app.add_option(PART, raw.parts, "a text to send as a part of a multipart/mixed body; several follow one another")
+        ->type_name("TYPE:TEXT")
         ->allow_extra_args(false)
-        ->excludes(data);
+        ->excludes(data)
+        ->excludes(files);
+    app.add_option(PART_FILE, raw.partFiles, "a file to send as such a part")
+        ->type_name("TYPE:FILE")
+        ->allow_extra_args(false)
+        ->excludes(data)
+        ->excludes(files);
     app.add_flag("--http1.0", options.useHttp10, "ask in HTTP/1.0");
 }
 
@@ -87,8 +101,13 @@ void declareConnection(CLI::App& app, Options& options, RawOptions& raw)
 
 void declareOutput(CLI::App& app, Options& options)
 {
-    app.add_option("-o,--output", options.output, "write the body into this file, which appears when it is complete")
-        ->type_name("FILE");
+    const auto output = app.add_option("-o,--output", options.output,
+                                       "write the body into this file, which appears when it is complete")
+                            ->type_name("FILE");
+    app.add_option("--parts", options.partsFolder,
+                   "write each part of a multipart body into a file of this folder: part-1, part-2, ...")
+        ->type_name("FOLDER")
+        ->excludes(output);
     app.add_flag("-i,--include", options.showHead, "show the head of the answer on standard output");
     app.add_flag("--progress", options.alwaysShowProgress,
                  "show the progress even if standard error is no terminal or the body goes to one");
@@ -118,11 +137,47 @@ HeaderOption parseHeader(const std::string& text)
     return header;
 }
 
-void check(Options& options, const RawOptions& raw, bool hasData)
+PartOption parsePart(const std::string& text, bool isFile)
+{
+    const std::size_t colon = text.find(':');
+    PartOption part{std::string(trimmed(text.substr(0, colon))), {}, isFile};
+    const std::size_t slash = part.type.find('/');
+    if (colon == std::string::npos || slash == std::string::npos || !isToken(part.type.substr(0, slash)) ||
+        !isToken(part.type.substr(slash + 1)))
+    {
+        refuse("\"" + printable(text) + "\" is no part of the form TYPE:" + (isFile ? "FILE" : "TEXT") +
+               ", as text/plain:hello");
+    }
+    part.value = text.substr(colon + 1);
+    return part;
+}
+
+/// The parts in the order in which the command line gave them.
+std::vector<PartOption> parseParts(const CLI::App& app, const RawOptions& raw)
+{
+    std::vector<PartOption> parts;
+    auto text = raw.parts.begin();
+    auto file = raw.partFiles.begin();
+    for (const CLI::Option* const option : app.parse_order())
+    {
+        if (option->check_name(PART))
+        {
+            parts.push_back(parsePart(*text++, false));
+        }
+        else if (option->check_name(PART_FILE))
+        {
+            parts.push_back(parsePart(*file++, true));
+        }
+    }
+    return parts;
+}
+
+void check(Options& options, const RawOptions& raw, const CLI::App& app)
 {
     options.url = parseUrl(raw.url);
     options.verify = !raw.noVerify;
-    if (hasData)
+    options.parts = parseParts(app, raw);
+    if (app.count("--data") > 0)
     {
         options.data = raw.data;
     }
@@ -164,7 +219,7 @@ std::optional<Options> parseOptions(int argc, const char* const* argv, std::ostr
     {
         refuse(printable(error.what()));
     }
-    check(options, raw, app.count("--data") > 0);
+    check(options, raw, app);
     return options;
 }
 

@@ -17,6 +17,14 @@ struct HeaderOption
     std::string value;
 };
 
+/// A part of a multipart body to send.
+struct PartOption
+{
+    std::string type; ///< media type and subtype
+    std::string value;
+    bool isFile = false; ///< the value names a file, or else is the text itself
+};
+
 /// The command line, checked.
 struct Options
 {
@@ -25,7 +33,9 @@ struct Options
     std::vector<HeaderOption> headers;
     std::optional<std::string> data;    ///< the text to send
     std::vector<std::string> dataFiles; ///< or the files to send, one behind the other
+    std::vector<PartOption> parts;      ///< or the parts of a multipart body
     std::string output;                 ///< the file for the body; empty for standard output
+    std::string partsFolder;            ///< or the folder for its parts; empty for none
     bool showHead = false;
     bool useHttp10 = false;
     std::string trustStore; ///< file or folder of trusted certificates; empty for the system's
@@ -37,7 +47,7 @@ struct Options
     int verbosity = 0;
     bool alwaysShowProgress = false;
 
-    bool hasBody() const { return data.has_value() || !dataFiles.empty(); }
+    bool hasBody() const { return data.has_value() || !dataFiles.empty() || !parts.empty(); }
 };
 
 /// Reads the command line. Nothing is returned when it asked for the help text or the version, which then went to

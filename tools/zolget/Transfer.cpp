@@ -3,17 +3,20 @@
 #include "AnswerBody.hpp"
 #include "AnswerHead.hpp"
 #include "Connecting.hpp"
+#include "Destination.hpp"
 #include "Exchange.hpp"
+#include "ExitStatus.hpp"
+#include "Log.hpp"
 #include "Output.hpp"
 #include "Progress.hpp"
 #include "RequestHead.hpp"
 
-#include "blocxx/CerrAppender.hpp"
 #include "blocxx/Socket.hpp"
 
 #include <unistd.h>
 
 #include <iostream>
+#include <memory>
 
 namespace zolget
 {
@@ -21,23 +24,10 @@ namespace zolget
 namespace
 {
 
-constexpr const char* LOG_PATTERN = "%p %c: %m";
-
-/// Sends the library's log records to standard error: once -v all but the finest, twice all of them.
-void startLog(int verbosity)
-{
-    if (verbosity > 0)
-    {
-        const auto level = verbosity > 1 ? blocxx::E_ALL_LEVEL : blocxx::E_DEBUG2_LEVEL;
-        blocxx::LogAppender::setDefaultLogAppender(blocxx::LogAppenderRef(new blocxx::CerrAppender(
-            blocxx::LogAppender::ALL_COMPONENTS, blocxx::LogAppender::getCategoriesForLevel(level), LOG_PATTERN)));
-    }
-}
-
-Progress::Style progressStyle(const Options& options, const Output& out)
+Progress::Style progressStyle(const Options& options, const Destination& destination)
 {
     const bool isTerminal = ::isatty(STDERR_FILENO) == 1;
-    if (!options.alwaysShowProgress && (!isTerminal || out.isTerminal()))
+    if (!options.alwaysShowProgress && (!isTerminal || destination.isTerminal()))
     {
         return Progress::Style::NONE;
     }
@@ -48,12 +38,11 @@ Progress::Style progressStyle(const Options& options, const Output& out)
 
 void transfer(const Options& options)
 {
-    startLog(options.verbosity);
+    const DroppedPartsRef droppedParts = startLog(options.verbosity);
     // All that can go wrong here is tried before the server is bothered.
     const BodyRef body = makeBody(options);
     const auto context = makeTlsContext(options);
-    Output out(options.output);
-
+    const std::unique_ptr<Destination> destination = makeDestination(options);
     blocxx::Socket::setDefaultTimeouts(blocxx::Timeout::relative(options.readTimeout));
     Exchange exchange(options, connect(options, context));
     exchange.send(makeRequest(options, body, context), body);
@@ -64,10 +53,16 @@ void transfer(const Options& options)
         showHead(response, standardOutput);
     }
     {
-        Progress progress(std::cerr, progressStyle(options, out));
-        copyBody(exchange, response, out, progress);
+        Progress progress(std::cerr, progressStyle(options, *destination));
+        copyBody(exchange, response, *destination, progress);
     }
-    out.complete();
+    if (droppedParts->seen())
+    {
+        throw Failure(ExitStatus::MALFORMED,
+                      "a part of the answer from " + options.url.authority() +
+                          " is of a type that is not understood, and was left out; -v tells more");
+    }
+    destination->complete();
 }
 
 } // namespace zolget

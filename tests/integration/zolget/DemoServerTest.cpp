@@ -61,6 +61,7 @@ TEST_F(DemoServer, ServesItsPages)
     EXPECT_EQ(zolget({m_http + "/hello"}).output, "Hello from the demo server.\n");
     EXPECT_EQ(zolget({m_http + "/big?size=1000000"}).output.size(), 1000000U);
     EXPECT_EQ(zolget({m_http + "/chunked?pieces=2&pause=1"}).output, "piece 1 of 2\npiece 2 of 2\n");
+    EXPECT_EQ(zolget({m_http + "/multipart"}).output, "the first part\nthe second part\nthe third part\n");
     EXPECT_EQ(zolget({"-d", "text", m_http + "/echo"}).output, "text");
     EXPECT_THAT(zolget({"-H", "X-A: 1", m_http + "/request"}).output, HasSubstr("\r\nX-A: 1\r\n"));
     EXPECT_EQ(zolget({m_http + "/nothing"}).output, "");

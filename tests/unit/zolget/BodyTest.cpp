@@ -75,6 +75,32 @@ TEST(Body, HoldsFilesOneBehindTheOther)
     EXPECT_FALSE(body->wasShort());
 }
 
+TEST(Body, HoldsPartsOfAnyType)
+{
+    const TemporaryDirectory folder;
+    Options options;
+    options.parts = {{"text/html", "one", false}, {"image/png", folder.write("a", "two"), true}};
+    const BodyRef body = makeBody(options);
+    const std::string boundary = body->getContentType().getParameterValue("boundary").c_str();
+    const std::string text = "--" + boundary + "\r\ncontent-type: text/html\r\n\r\none\r\n--" + boundary +
+                             "\r\ncontent-type: image/png\r\n\r\ntwo\r\n--" + boundary + "--";
+    EXPECT_EQ(contentOf(body), text);
+    EXPECT_EQ(body->getContentLength(), text.size());
+    EXPECT_EQ(boundary.size(), 39U);
+    EXPECT_NE(makeBody(options)->getContentType().getParameterValue("boundary"), blocxx::String(boundary));
+}
+
+TEST(Body, TellsWhenAPartsFileBecameShorter)
+{
+    const TemporaryDirectory folder;
+    Options options;
+    options.parts = {{"text/plain", folder.write("a", "four"), true}, {"text/plain", "end", false}};
+    const BodyRef body = makeBody(options);
+    folder.write("a", "4");
+    contentOf(body);
+    EXPECT_TRUE(body->wasShort());
+}
+
 TEST(Body, IsNotCutWhereAFileEndsWithABlock)
 {
     const TemporaryDirectory folder;

@@ -167,8 +167,37 @@ TEST(Options, RefuseWhatIsNoMethod)
     }
 }
 
+TEST(Options, KeepTheOrderOfParts)
+{
+    const Options options = parse({"--part-file", "a/b:x:y", "--part", "text/plain:", "--part", "text/html:z",
+                                   "--part-file", "a/c:w", "http://host/"});
+    ASSERT_EQ(options.parts.size(), 4U);
+    EXPECT_EQ(options.method, "POST");
+    EXPECT_EQ(options.parts[0].type, "a/b");
+    EXPECT_EQ(options.parts[0].value, "x:y");
+    EXPECT_TRUE(options.parts[0].isFile);
+    EXPECT_EQ(options.parts[1].type, "text/plain");
+    EXPECT_EQ(options.parts[1].value, "");
+    EXPECT_FALSE(options.parts[1].isFile);
+    EXPECT_EQ(options.parts[2].value, "z");
+    EXPECT_EQ(options.parts[3].value, "w");
+}
+
+TEST(Options, RefuseWhatIsNoPart)
+{
+    for (const char* text :
+         {"", "text", "text:x", "/plain:x", "text/:x", "te xt/plain:x", "text/plain\r\n:x", "text/plain; charset=x:y"})
+    {
+        EXPECT_THAT(refusalOf({"--part", text, "http://host/"}), HasSubstr("is no part of the form TYPE:TEXT"));
+        EXPECT_THAT(refusalOf({"--part-file", text, "http://host/"}), HasSubstr("is no part of the form TYPE:FILE"));
+    }
+}
+
 TEST(Options, RefuseContradictions)
 {
+    refusalOf({"-d", "x", "--part", "text/plain:x", "http://host/"});
+    refusalOf({"--data-file", "x", "--part-file", "text/plain:x", "http://host/"});
+    refusalOf({"-o", "x", "--parts", "y", "http://host/"});
     refusalOf({"-d", "x", "--data-file", "f", "http://host/"});
     refusalOf({"--ca", "x", "--no-verify", "https://host/"});
     refusalOf({"--key", "k", "https://host/"});

@@ -1,0 +1,165 @@
+// Bodies of several parts, in both directions.
+
+#include "Zolget.hpp"
+#include "support/ScriptedServer.hpp"
+#include "support/TemporaryDirectory.hpp"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <string>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using zol_test::readFile;
+using zol_test::ScriptedServer;
+using zol_test::ServerConnection;
+using zol_test::TemporaryDirectory;
+using zolget_test::answering;
+using zolget_test::answerWith;
+using zolget_test::namesIn;
+using zolget_test::Outcome;
+using zolget_test::urlOf;
+using zolget_test::zolget;
+
+namespace
+{
+
+const std::string HEAD = "HTTP/1.1 200 OK\r\nContent-Type: multipart/mixed; boundary=edge\r\n\r\n";
+const std::string PARTS = "--edge\r\nContent-Type: text/plain\r\n\r\nfirst \r\n"
+                          "--edge\r\nContent-Type: application/octet-stream\r\n\r\nsecond";
+const std::string END = "\r\n--edge--\r\n";
+const std::string PICTURE = "\r\n--edge\r\nContent-Type: image/png\r\n\r\npicture";
+
+/// Answers with the type and the body of the request.
+void echo(ServerConnection& connection)
+{
+    const std::string head = connection.receiveHead();
+    const auto valueOf = [&head](const std::string& name)
+    {
+        const std::size_t begin = head.find(name) + name.size() + 2;
+        return head.substr(begin, head.find("\r\n", begin) - begin);
+    };
+    const std::string body = connection.receive(std::stoul(valueOf("Content-Length")));
+    connection.send("HTTP/1.1 200 OK\r\nContent-Type: " + valueOf("Content-Type") + "\r\n\r\n" + body);
+}
+
+} // namespace
+
+TEST(ZolgetMultipart, WritesThePartsOneBehindTheOther)
+{
+    const ScriptedServer server(answering(HEAD + PARTS + END));
+    const Outcome run = zolget({urlOf(server)});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, "first second");
+}
+
+TEST(ZolgetMultipart, WritesEachPartIntoAFileOfItsOwn)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(HEAD + PARTS + END));
+    const Outcome run = zolget({"--parts", folder.file("parts"), urlOf(server)});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_THAT(namesIn(folder.file("parts")), ElementsAre("part-1", "part-2"));
+    EXPECT_EQ(readFile(folder.file("parts/part-1")), "first ");
+    EXPECT_EQ(readFile(folder.file("parts/part-2")), "second");
+}
+
+TEST(ZolgetMultipart, TakesABodyWithoutPartsForOnePart)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(answerWith("whole")));
+    EXPECT_EQ(zolget({"--parts", folder.path(), urlOf(server)}).status, 0);
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("part-1"));
+    EXPECT_EQ(readFile(folder.file("part-1")), "whole");
+}
+
+TEST(ZolgetMultipart, PutsACutBodyWithoutPartsNowhere)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nshort"));
+    EXPECT_EQ(zolget({"--parts", folder.path(), urlOf(server)}).status, 7);
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre());
+}
+
+TEST(ZolgetMultipart, ExitsWith7WithoutTheClosingBoundary)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(HEAD + PARTS));
+    const Outcome run = zolget({"-o", folder.file("page"), urlOf(server)});
+    EXPECT_EQ(run.status, 7);
+    EXPECT_THAT(run.errors, HasSubstr("the body from"));
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre());
+}
+
+TEST(ZolgetMultipart, ExitsWith9ForAPartThatWasLeftOut)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(HEAD + PARTS + PICTURE + END));
+    for (const char* verbosity : {"--progress", "-v"})
+    {
+        const Outcome run = zolget({verbosity, "-o", folder.file("page"), urlOf(server)});
+        EXPECT_EQ(run.status, 9);
+        EXPECT_THAT(run.errors, HasSubstr("of a type that is not understood, and was left out"));
+        EXPECT_THAT(namesIn(folder.path()), ElementsAre());
+    }
+}
+
+TEST(ZolgetMultipart, ExitsWith9ForChunkedParts)
+{
+    const ScriptedServer server(
+        answering("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\nContent-Type: multipart/mixed; boundary=edge\r\n"
+                  "\r\n" +
+                  PARTS + END));
+    const Outcome run = zolget({urlOf(server)});
+    EXPECT_EQ(run.status, 9);
+    EXPECT_EQ(run.output, "");
+    EXPECT_THAT(run.errors, HasSubstr("sends a multipart body in the transfer coding \"chunked\""));
+}
+
+TEST(ZolgetMultipart, ExitsWith9ForATypeWithoutBoundary)
+{
+    const ScriptedServer server(answering("HTTP/1.1 200 OK\r\nContent-Type: multipart/mixed\r\n\r\n"));
+    EXPECT_EQ(zolget({urlOf(server)}).status, 9);
+}
+
+TEST(ZolgetMultipart, ExitsWith8ForAFolderThatCannotBeMade)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(answerWith("")));
+    for (const std::string& path : {folder.write("file", ""), folder.file("none/parts")})
+    {
+        const Outcome run = zolget({"--parts", path, urlOf(server)});
+        EXPECT_EQ(run.status, 8);
+        EXPECT_THAT(run.errors, HasSubstr("cannot write into the folder " + path));
+    }
+    EXPECT_EQ(server.connections(), 0U);
+}
+
+TEST(ZolgetMultipart, SendsPartsInTheOrderGiven)
+{
+    const TemporaryDirectory folder;
+    const std::string big(200000, 'b');
+    const ScriptedServer server(echo);
+    const Outcome run =
+        zolget({"--part", "text/plain:one", "--part-file", "application/x-thing:" + folder.write("f", big), "--part",
+                "text/html:", "--part-file", "text/plain:" + folder.write("g", "four"), "--parts", folder.file("parts"),
+                urlOf(server)});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_THAT(namesIn(folder.file("parts")), ElementsAre("part-1", "part-2", "part-3", "part-4"));
+    EXPECT_EQ(readFile(folder.file("parts/part-1")), "one");
+    EXPECT_EQ(readFile(folder.file("parts/part-2")), big);
+    EXPECT_EQ(readFile(folder.file("parts/part-3")), "");
+    EXPECT_EQ(readFile(folder.file("parts/part-4")), "four");
+    EXPECT_THAT(server.requests().front(), HasSubstr("\r\nContent-Type: multipart/mixed; boundary=zolget-"));
+    EXPECT_THAT(server.requests().front(), HasSubstr("\r\ncontent-type: application/x-thing\r\n\r\nbbb"));
+}
+
+TEST(ZolgetMultipart, SendsNothingWhenAPartsFileIsMissing)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(answerWith("")));
+    const Outcome run = zolget({"--part-file", "text/plain:" + folder.file("missing"), urlOf(server)});
+    EXPECT_EQ(run.status, 8);
+    EXPECT_EQ(server.connections(), 0U);
+}
