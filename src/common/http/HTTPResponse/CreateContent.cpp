@@ -2,6 +2,7 @@
 #include "HTTPResponse/SourceUnit.hpp"
 
 #include "blocxx/Array.hpp"
+#include "blocxx/BaseStreamBuffer.hpp"
 #include "blocxx/String.hpp"
 #include "openwbem/OW_HTTPUtils.hpp"
 #include "zol/mime/OctetStreamContent.hpp"
@@ -10,7 +11,6 @@
 
 #include <cstring>
 #include <istream>
-#include <streambuf>
 
 namespace ZOLNS2::HTTP::HTTPResponseUnit
 {
@@ -18,16 +18,19 @@ namespace ZOLNS2::HTTP::HTTPResponseUnit
 namespace
 {
 
-/// An input stream buffer over bytes that stay where they are.
-class MemoryViewBuffer : public std::streambuf
+/// An input stream buffer over bytes that stay where they are. One of blocxx, so that its lines are read in place.
+class MemoryViewBuffer : public blocxx::BaseStreamBuffer
 {
 public:
-    explicit MemoryViewBuffer(std::vector<char>& bytes)
+    explicit MemoryViewBuffer(std::vector<char>& bytes) : BaseStreamBuffer(E_IN)
     {
         setg(bytes.data(), bytes.data(), bytes.data() + bytes.size());
     }
 
     size_t remaining() const { return static_cast<size_t>(egptr() - gptr()); }
+
+protected:
+    int buffer_from_device(char*, int) override { return 0; }
 };
 
 void releaseStorage(std::vector<char>& data)
@@ -42,7 +45,7 @@ blocxx::String sectionTypeOf(const OpenWBEM::HTTPHeaderMap& headerMap)
     {
         if (name.equalsIgnoreCase("content-type"))
         {
-            return blocxx::Format("Content-type: %1", value);
+            return "Content-type: " + value;
         }
     }
     return "Content-type: application/octet-stream";

@@ -72,6 +72,7 @@ private:
     void precomputeCharacterTables();
     std::size_t shiftAfter(std::ptrdiff_t mismatch, std::size_t c) const;
     static std::ptrdiff_t lastMismatch(const CharT* left, const CharT* right, std::size_t size);
+    std::size_t skipToLastByte(const CharT* text, std::size_t size, std::size_t end) const;
     bool scan(const CharT* text, std::size_t size, std::size_t& candidate) const;
     bool search(std::istream& in, std::vector<CharT>& out, std::size_t& candidate) const;
     template <class Buffer>
@@ -197,6 +198,36 @@ std::ptrdiff_t boyer_moore_search<CharT, SizeT, IndexT>::lastMismatch(const Char
     return static_cast<std::ptrdiff_t>(size) - 1;
 }
 
+/// The first place at `end` or behind it that may be the last byte of an occurrence: the pattern's last byte stands
+/// there. At the end of the text, or behind it, where there is none.
+template <class CharT, class SizeT, class IndexT>
+std::size_t boyer_moore_search<CharT, SizeT, IndexT>::skipToLastByte(const CharT* text, std::size_t size,
+                                                                     std::size_t end) const
+{
+    if (end < size && m_endShift[asIndex(text[end])] == 0)
+    {
+        return end;
+    }
+    // Three shifts at a time, of which one tells for all: where the byte fits, they do not move any further.
+    const std::size_t reach = 3 * m_pattern.size();
+    for (const std::size_t limit = std::max(size, reach) - reach; end < limit;)
+    {
+        end += m_endShift[asIndex(text[end])];
+        end += m_endShift[asIndex(text[end])];
+        const std::size_t shift = m_endShift[asIndex(text[end])];
+        if (shift == 0)
+        {
+            return end;
+        }
+        end += shift;
+    }
+    while (end < size && m_endShift[asIndex(text[end])] != 0)
+    {
+        end += m_endShift[asIndex(text[end])];
+    }
+    return end;
+}
+
 /// Looks for the pattern in `text`, at `candidate` and behind it. When it is there, `candidate` becomes its place; else
 /// the first place where it could still begin, fewer bytes than the pattern has before the end of the text or behind
 /// that end.
@@ -204,15 +235,9 @@ template <class CharT, class SizeT, class IndexT>
 bool boyer_moore_search<CharT, SizeT, IndexT>::scan(const CharT* text, std::size_t size, std::size_t& candidate) const
 {
     const std::size_t last = m_pattern.size() - 1;
-    std::size_t end = candidate + last;
+    std::size_t end = skipToLastByte(text, size, candidate + last);
     while (end < size)
     {
-        const std::size_t shift = m_endShift[asIndex(text[end])];
-        if (shift != 0)
-        {
-            end += shift;
-            continue;
-        }
         const CharT* const begin = text + (end - last);
         const std::ptrdiff_t mismatch = lastMismatch(begin, m_pattern.data(), last);
         if (mismatch < 0)
@@ -220,7 +245,7 @@ bool boyer_moore_search<CharT, SizeT, IndexT>::scan(const CharT* text, std::size
             candidate = end - last;
             return true;
         }
-        end += shiftAfter(mismatch, asIndex(begin[mismatch]));
+        end = skipToLastByte(text, size, end + shiftAfter(mismatch, asIndex(begin[mismatch])));
     }
     candidate = end - last;
     return false;
