@@ -8,6 +8,7 @@
   paths               no installed file names the folders that it was built in
   cmake_consumer      a program builds through find_package(zol_http), and runs
   pkgconfig_consumer  a program builds through the pkg-config module zol_http, and runs
+  zolget              the installed zolget finds its libraries and fetches a page
 """
 
 import argparse
@@ -185,10 +186,17 @@ def pkgconfig_consumer(args):
     use_consumer(program, {"LD_LIBRARY_PATH": str(libraries)})
 
 
+def zolget(args):
+    page = OneAnswerServer(b"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 5\r\n\r\nhello")
+    environment = {name: value for name, value in os.environ.items() if name != "LD_LIBRARY_PATH"}
+    output = run([args.prefix / "bin/zolget", f"http://{page.address()}/page"], env=environment)
+    report([] if output == "hello" else [f"zolget wrote {output!r}"], [page])
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("command", choices=["headers", "versions", "symbols", "paths", "cmake_consumer",
-                                            "pkgconfig_consumer"])
+                                            "pkgconfig_consumer", "zolget"])
     parser.add_argument("--prefix", type=Path, required=True, help="where the library is installed")
     parser.add_argument("--libdir", default="lib", help="the folder of libraries below the prefix")
     parser.add_argument("--compiler", default="c++")
