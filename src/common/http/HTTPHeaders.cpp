@@ -1,7 +1,10 @@
+#include "WireText.hpp"
+
 #include "zol/http/Headers.hpp"
 
 #include <algorithm>
 #include <ostream>
+#include <string>
 
 namespace ZOLNS2::HTTP
 {
@@ -45,22 +48,35 @@ void Headers::addHeader(const blocxx::String& name, const blocxx::String& value)
     headers.push_back(std::move(header));
 }
 
-// Unformatted writes throughout: a width left on the stream must not pad a line on the wire.
+void appendWireText(std::string& text, const Header& header)
+{
+    text.append(header.name.c_str(), header.name.length());
+    text.append(": ", 2);
+    text.append(header.value.c_str(), header.value.length());
+}
+
+void appendWireText(std::string& text, const Headers& headers)
+{
+    for (const Header& header : headers)
+    {
+        appendWireText(text, header);
+        text.append("\r\n", 2);
+    }
+}
+
+// Unformatted writes: a width left on the stream must not pad a line on the wire.
 std::ostream& operator<<(std::ostream& out, const Header& header)
 {
-    out << header.name;
-    out.write(": ", 2);
-    return out << header.value;
+    std::string text;
+    appendWireText(text, header);
+    return out.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 std::ostream& operator<<(std::ostream& out, const Headers& headers)
 {
-    for (const Header& header : headers)
-    {
-        out << header;
-        out.write("\r\n", 2);
-    }
-    return out;
+    std::string text;
+    appendWireText(text, headers);
+    return out.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 } // namespace ZOLNS2::HTTP
