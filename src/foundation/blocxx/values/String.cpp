@@ -131,7 +131,7 @@ std::size_t String::lastIndexOf(const String& text, std::size_t from) const noex
 
 String String::substring(std::size_t begin, std::size_t length) const
 {
-    return begin >= m_text.size() ? String() : String(m_text.substr(begin, length));
+    return begin >= m_text.size() ? String() : String(m_text.data() + begin, std::min(length, m_text.size() - begin));
 }
 
 String& String::trim()
@@ -141,13 +141,19 @@ String& String::trim()
 
 String& String::ltrim()
 {
-    m_text.erase(m_text.begin(), std::find_if_not(m_text.begin(), m_text.end(), Ascii::isSpace));
+    if (!m_text.empty() && Ascii::isSpace(m_text.front()))
+    {
+        m_text.erase(m_text.begin(), std::find_if_not(m_text.begin(), m_text.end(), Ascii::isSpace));
+    }
     return *this;
 }
 
 String& String::rtrim()
 {
-    m_text.erase(std::find_if_not(m_text.rbegin(), m_text.rend(), Ascii::isSpace).base(), m_text.end());
+    if (!m_text.empty() && Ascii::isSpace(m_text.back()))
+    {
+        m_text.erase(std::find_if_not(m_text.rbegin(), m_text.rend(), Ascii::isSpace).base(), m_text.end());
+    }
     return *this;
 }
 
@@ -156,14 +162,9 @@ bool String::isSpaces() const noexcept
     return std::all_of(m_text.begin(), m_text.end(), Ascii::isSpace);
 }
 
-bool String::equalsIgnoreCase(const String& other) const noexcept
+bool String::equalsFolded(const char* other) const noexcept
 {
-    return equalFolded(m_text, other.m_text);
-}
-
-bool String::equalsIgnoreCase(const char* other) const noexcept
-{
-    return equalFolded(m_text, viewOf(other));
+    return equalFolded(m_text, std::string_view(other, m_text.size()));
 }
 
 int String::compareToIgnoreCase(const String& other) const noexcept

@@ -5,6 +5,7 @@
 #include "blocxx/Types.hpp"
 
 #include <cstddef>
+#include <cstring>
 #include <iosfwd>
 #include <string>
 #include <utility>
@@ -106,8 +107,14 @@ public:
     int compareTo(const char* other) const noexcept { return m_text.compare(orEmpty(other)); }
     bool equals(const String& other) const noexcept { return m_text == other.m_text; }
     bool equals(const char* other) const noexcept { return m_text == orEmpty(other); }
-    bool equalsIgnoreCase(const String& other) const noexcept;
-    bool equalsIgnoreCase(const char* other) const noexcept;
+    bool equalsIgnoreCase(const String& other) const noexcept
+    {
+        return length() == other.length() && equalsFolded(other.c_str());
+    }
+    bool equalsIgnoreCase(const char* other) const noexcept
+    {
+        return length() == std::strlen(orEmpty(other)) && equalsFolded(orEmpty(other));
+    }
     /// Zero exactly when equalsIgnoreCase. Otherwise the difference of the two bytes of the first mismatch as they
     /// stand, a missing one counting as 0: that is not an ordering.
     int compareToIgnoreCase(const String& other) const noexcept;
@@ -189,6 +196,9 @@ public:
 
 private:
     static const char* orEmpty(const char* text) noexcept { return text == nullptr ? "" : text; }
+
+    /// Whether `other`, which is as long as this string, differs from it in nothing but case.
+    bool equalsFolded(const char* other) const noexcept;
 
     std::string m_text;
 };
