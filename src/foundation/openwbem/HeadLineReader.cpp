@@ -35,9 +35,7 @@ HeadLineReader::EResult HeadLineReader::next()
     {
         return accept(E_LINE);
     }
-    const EGathered gathered = gather();
-    m_line = m_gathered;
-    switch (gathered)
+    switch (gather())
     {
     case E_WHOLE_LINE:
         return accept(E_LINE);
@@ -70,26 +68,25 @@ bool HeadLineReader::takeFromWindow()
     return true;
 }
 
-/// Reads the next line byte by byte. What the buffer throws goes no further; an exception that the stream's mask asks
-/// for cannot be thrown in here.
+/// Makes the buffer ask for more, and reads byte by byte what it then does not hold as a whole line. What the buffer
+/// throws goes no further; an exception that the stream's mask asks for cannot be thrown in here.
 HeadLineReader::EGathered HeadLineReader::gather()
 {
     m_gathered.clear();
     try
     {
-        for (Traits::int_type c = m_source.sbumpc(); c != LINE_END.back(); c = m_source.sbumpc())
+        m_line = std::string_view();
+        if (Traits::eq_int_type(m_source.sgetc(), Traits::eof()))
         {
-            if (Traits::eq_int_type(c, Traits::eof()))
-            {
-                return E_INPUT_OVER;
-            }
-            m_gathered += Traits::to_char_type(c);
-            if (m_gathered.size() == HTTPUtils::MAX_HEADER_LINE_LENGTH + LINE_END.size())
-            {
-                return E_TOO_LONG;
-            }
+            return E_INPUT_OVER;
         }
-        return E_WHOLE_LINE;
+        if (takeFromWindow())
+        {
+            return E_WHOLE_LINE;
+        }
+        const EGathered gathered = gatherBytes();
+        m_line = m_gathered;
+        return gathered;
     }
     catch (const abi::__forced_unwind&)
     {
@@ -99,6 +96,23 @@ HeadLineReader::EGathered HeadLineReader::gather()
     {
         return E_BUFFER_THREW;
     }
+}
+
+HeadLineReader::EGathered HeadLineReader::gatherBytes()
+{
+    for (Traits::int_type c = m_source.sbumpc(); c != LINE_END.back(); c = m_source.sbumpc())
+    {
+        if (Traits::eq_int_type(c, Traits::eof()))
+        {
+            return E_INPUT_OVER;
+        }
+        m_gathered += Traits::to_char_type(c);
+        if (m_gathered.size() == HTTPUtils::MAX_HEADER_LINE_LENGTH + LINE_END.size())
+        {
+            return E_TOO_LONG;
+        }
+    }
+    return E_WHOLE_LINE;
 }
 
 HeadLineReader::EResult HeadLineReader::accept(EResult result)

@@ -42,6 +42,7 @@ private:
 
     bool takeFromWindow();
     EGathered gather();
+    EGathered gatherBytes();
     EResult accept(EResult result);
     EResult endOfInput();
     EResult refuse(std::ios_base::iostate state);
