@@ -39,7 +39,7 @@ unsigned short toPort(const blocxx::String& text, const blocxx::Logger& logger)
 blocxx::SocketAddress resolve(const RequestLine& requestLine, const blocxx::Logger& logger)
 {
     const blocxx::String& url = requestLine.url;
-    const size_t colon = url.indexOf(":", 0);
+    const size_t colon = url.indexOf(':');
     if (colon == blocxx::String::npos)
     {
         return blocxx::SocketAddress::getByName(url, DEFAULT_PORT);

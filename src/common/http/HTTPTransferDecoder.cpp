@@ -16,6 +16,7 @@ namespace
 constexpr const char* SOURCE_UNIT = "HTTPTransferDecoder";
 constexpr const char* MESSAGE_PREFIX = "response: ";
 blocxx::GlobalString COMPONENT_NAME = BLOCXX_GLOBAL_STRING_INIT("zol.common.http");
+blocxx::GlobalString TRANSFER_ENCODING = BLOCXX_GLOBAL_STRING_INIT("transfer-encoding");
 
 } // namespace
 
@@ -59,7 +60,7 @@ std::istream& DefaultTransferDecoder::getInputStream()
 HTTPTransferDecoderRef getTransferDecoder(HTTPConnection& connection, const Headers& headers)
 {
     const blocxx::Logger logger(COMPONENT_NAME);
-    const blocxx::String encoding = headers.getHeaderValue("transfer-encoding");
+    const blocxx::String encoding = headers.getHeaderValue(TRANSFER_ENCODING);
     ZOL_LOG(logger, DEBUG2, blocxx::Format("Creating transfer decoder for transfer encoding \"%1\"", encoding));
     // Deliberately the whole value: a list, an unknown coding or surrounding blanks all mean identity.
     if (encoding.equalsIgnoreCase("chunked"))

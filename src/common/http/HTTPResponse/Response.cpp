@@ -7,9 +7,16 @@ namespace ZOLNS2::HTTP
 
 using namespace HTTPResponseUnit;
 
+namespace
+{
+
+blocxx::GlobalString DEFAULT_TYPE = BLOCXX_GLOBAL_STRING_INIT("Content-type: application/octet-stream");
+
+} // namespace
+
 Response::Response() : currentPart(0)
 {
-    contentType.setContentTypeString("Content-type: application/octet-stream");
+    contentType.setContentTypeString(DEFAULT_TYPE);
 }
 
 MIME::ContentRef Response::getNextPart()
