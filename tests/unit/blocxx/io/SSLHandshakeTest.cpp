@@ -398,14 +398,14 @@ TEST(SSLHandshake, TricklingServerTimesOutAsASilentOne)
         {
             // The start of a long handshake record.
             connection.sendSlowly(std::string("\x16\x03\x03\x3f\x00\x02", 6) + std::string(4000, '\0'),
-                                  std::chrono::microseconds(300));
+                                  milliseconds(10));
         });
     Socket socket(trustingClient());
     socket.setConnectTimeout(Timeout::relative(0.3F));
     const Clock::time_point start = Clock::now();
     EXPECT_EQ(connectFailure(socket, loopback(server.port())).code, ETIMEDOUT);
     EXPECT_GE(secondsSince(start), 0.3);
-    EXPECT_LT(secondsSince(start), 0.9);
+    EXPECT_LT(secondsSince(start), 5);
 }
 
 TEST(SSLHandshake, ConnectAndHandshakeShareOneDeadline)
@@ -418,11 +418,11 @@ TEST(SSLHandshake, ConnectAndHandshakeShareOneDeadline)
     ASSERT_EQ(::listen(listener.get(), 5), 0);
     const ScriptedResolver resolver("some.example", {"127.0.0.1", "127.0.0.9"});
     Socket socket(trustingClient());
-    socket.setConnectTimeout(Timeout::relative(0.8F));
+    socket.setConnectTimeout(Timeout::relative(1.6F));
     const Clock::time_point start = Clock::now();
     const ConnectFailure failure = connectFailure(socket, SocketAddress::getByName("some.example", silent.port()));
-    EXPECT_GE(secondsSince(start), 0.8);
-    EXPECT_LT(secondsSince(start), 1.2);
+    EXPECT_GE(secondsSince(start), 1.6);
+    EXPECT_LT(secondsSince(start), 2.3);
     EXPECT_THAT(failure.text, HasSubstr("TLS handshake timed out: 127.0.0.9:"));
 }
 

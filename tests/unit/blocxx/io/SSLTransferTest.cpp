@@ -275,7 +275,7 @@ TEST(SSLWrite, TimesOutWhenNothingLeaves)
     socket.setSendTimeout(Timeout::infinite);
     start = Clock::now();
     socket.disconnect();
-    EXPECT_LT(secondsSince(start), 1);
+    EXPECT_LT(secondsSince(start), 5);
 }
 
 TEST(SSLWrite, TimeoutIsRestartedByProgress)
@@ -283,19 +283,19 @@ TEST(SSLWrite, TimeoutIsRestartedByProgress)
     ScriptedServer server(smallBuffers(),
                           [](ServerConnection& connection)
                           {
-                              for (int i = 0; i < 4; ++i)
+                              for (int i = 0; i < 8; ++i)
                               {
-                                  connection.receive(LARGE.size() / 4);
-                                  connection.pause(milliseconds(250));
+                                  connection.receive(LARGE.size() / 8);
+                                  connection.pause(milliseconds(300));
                               }
                               connection.send("done");
                           });
     Socket socket(trustingClient());
     socket.connect(loopback(server.port()));
-    socket.setSendTimeout(Timeout::relative(0.7F));
+    socket.setSendTimeout(Timeout::relative(1.2F));
     const Clock::time_point start = Clock::now();
     EXPECT_EQ(socket.write(LARGE.data(), sizeOf(LARGE)), sizeOf(LARGE));
-    EXPECT_GT(secondsSince(start), 0.7);
+    EXPECT_GT(secondsSince(start), 1.2);
     EXPECT_EQ(readUpTo(socket, 4), "done");
 }
 

@@ -204,7 +204,7 @@ TEST_P(SocketConnectNoTime, FailsAtOnceUnlessReadyAtOnce)
     socket.setConnectTimeout(GetParam().timeout);
     const Clock::time_point start = Clock::now();
     EXPECT_EQ(connectFailure(socket, loopback(silent.port())).code, ETIMEDOUT);
-    EXPECT_LT(secondsSince(start), 0.5);
+    EXPECT_LT(secondsSince(start), 3);
 }
 
 INSTANTIATE_TEST_SUITE_P(Timeouts, SocketConnectNoTime,
@@ -279,12 +279,12 @@ TEST(SocketConnect, SilentAddressLeavesTimeForTheNext)
 
     const ScriptedResolver resolver("some.example", {"127.0.0.1", "127.0.0.9"});
     Socket socket;
-    socket.setConnectTimeout(Timeout::relative(1));
+    socket.setConnectTimeout(Timeout::relative(2));
     const Clock::time_point start = Clock::now();
     socket.connect(SocketAddress::getByName("some.example", silent.port()));
     EXPECT_EQ(socket.getPeerAddress().getAddress(), "127.0.0.9");
-    EXPECT_GE(secondsSince(start), 0.5);
-    EXPECT_LT(secondsSince(start), 1);
+    EXPECT_GE(secondsSince(start), 1);
+    EXPECT_LT(secondsSince(start), 2);
 }
 
 TEST(SocketConnect, OneDeadlineBoundsAllAddresses)
@@ -296,7 +296,7 @@ TEST(SocketConnect, OneDeadlineBoundsAllAddresses)
     const Clock::time_point start = Clock::now();
     const ConnectFailure failure = connectFailure(socket, SocketAddress::getByName("some.example", silent.port()));
     EXPECT_GE(secondsSince(start), 0.6);
-    EXPECT_LT(secondsSince(start), 1.2);
+    EXPECT_LT(secondsSince(start), 1.7);
     EXPECT_EQ(failure.code, ETIMEDOUT);
     EXPECT_THAT(failure.text, HasSubstr("limit: 0.6 seconds"));
 }

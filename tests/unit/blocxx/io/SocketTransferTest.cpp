@@ -165,13 +165,14 @@ TEST(SocketRead, TimeoutIsAnErrorThatErrnoTells)
 
 TEST(SocketRead, TimeoutIsOfEachReadNotOfAll)
 {
-    ScriptedServer server([](ServerConnection& connection) { connection.sendSlowly("0123456789", milliseconds(100)); });
+    ScriptedServer server([](ServerConnection& connection)
+                          { connection.sendSlowly("0123456789abcde", milliseconds(100)); });
     Socket socket;
     socket.connect(loopback(server.port()));
-    socket.setReceiveTimeout(Timeout::relative(0.6F));
+    socket.setReceiveTimeout(Timeout::relative(1));
     const Clock::time_point start = Clock::now();
-    EXPECT_EQ(readUpTo(socket, 10), "0123456789");
-    EXPECT_GT(secondsSince(start), 0.7);
+    EXPECT_EQ(readUpTo(socket, 15), "0123456789abcde");
+    EXPECT_GT(secondsSince(start), 1.1);
 }
 
 TEST(SocketRead, AfterATimeoutGoesOn)
@@ -210,7 +211,7 @@ TEST(SocketRead, ZeroTimeoutTakesWhatIsThereAndWaitsForNothing)
     const Clock::time_point start = Clock::now();
     EXPECT_EQ(socket.read(&first, 1), -1);
     EXPECT_EQ(errno, ETIMEDOUT);
-    EXPECT_LT(secondsSince(start), 0.5);
+    EXPECT_LT(secondsSince(start), 3);
 }
 
 TEST(SocketRead, InfiniteTimeoutWaits)
@@ -295,18 +296,18 @@ TEST(SocketWrite, TimeoutIsRestartedByProgress)
     ScriptedServer server(smallBuffers(),
                           [](ServerConnection& connection)
                           {
-                              for (int i = 0; i < 4; ++i)
+                              for (int i = 0; i < 8; ++i)
                               {
-                                  connection.receive(LARGE.size() / 4);
-                                  connection.pause(milliseconds(250));
+                                  connection.receive(LARGE.size() / 8);
+                                  connection.pause(milliseconds(300));
                               }
                           });
     Socket socket;
     socket.connect(loopback(server.port()));
-    socket.setSendTimeout(Timeout::relative(0.7F));
+    socket.setSendTimeout(Timeout::relative(1.2F));
     const Clock::time_point start = Clock::now();
     EXPECT_EQ(socket.write(LARGE.data(), sizeOf(LARGE)), sizeOf(LARGE));
-    EXPECT_GT(secondsSince(start), 0.7);
+    EXPECT_GT(secondsSince(start), 1.2);
 }
 
 TEST(SocketWrite, ToAResetPeerIsAnErrorAndNoSignal)
@@ -359,7 +360,7 @@ TEST(SocketClose, DoesNotWaitForAPeerThatDoesNotRead)
         socket.setSendTimeout(Timeout::infinite);
         start = Clock::now();
     }
-    EXPECT_LT(secondsSince(start), 1);
+    EXPECT_LT(secondsSince(start), 5);
 }
 
 // What a stream over a socket shows.
