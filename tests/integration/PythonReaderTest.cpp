@@ -109,15 +109,4 @@ TEST_F(PythonReader, ALargeBody)
     EXPECT_TRUE(reading(ask.with("Content-Length", "1234567")) == expected);
 }
 
-TEST_F(PythonReader, NothingIsAddedToABody)
-{
-    // The server takes the announced 4 bytes for the body; a byte too many would be taken for another request.
-    Ask ask;
-    ask.method = "POST";
-    ask.content = MIME::ContentRef(new MIME::TextPlainContent("body"));
-    ask = ask.with("Content-Length", "4").with("Connection", "close");
-    EXPECT_EQ(reading(ask), "POST / HTTP/1.1\n[Host]=[localhost]\n[Content-Length]=[4]\n[Connection]=[close]\n\nbody");
-    EXPECT_EQ(m_server.errorOutput().find("Bad request"), std::string::npos) << m_server.errorOutput();
-}
-
 } // namespace

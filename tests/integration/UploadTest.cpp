@@ -44,7 +44,7 @@ TEST(Upload, ToAServerThatAnswersAndClosesEarlyFailsWithoutSignal)
     EXPECT_EQ(refusalOf([&] { fetch(server.port(), upload(std::string(32 << 20, 'u'))); }).type, "HTTPException");
 }
 
-TEST(Upload, OfContentReachesTheServerByteForByte)
+TEST(Upload, OfContentReachesTheServerByteForByteAndNothingFollows)
 {
     const std::string text = pattern(3000);
     ScriptedServer server(
@@ -53,12 +53,15 @@ TEST(Upload, OfContentReachesTheServerByteForByte)
             c.receiveHead();
             c.receive(text.size());
             c.send(std::string(OK) + "Content-Length: 0\r\n\r\n");
+            c.receiveUntilEnd();
         });
-    HTTP::Response response = fetch(server.port(), upload(text));
-    EXPECT_EQ(bodyOf(response), "");
-    EXPECT_EQ(server.requests(), std::vector<std::string>{"POST / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 3000"
-                                                          "\r\n\r\n" +
-                                                          text});
+    {
+        const HTTP::Response response = fetch(server.port(), upload(text));
+        EXPECT_EQ(bodyOf(response), "");
+    }
+    ASSERT_TRUE(server.waitUntilIdle());
+    const std::string head = "POST / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 3000\r\n\r\n";
+    EXPECT_EQ(server.requests(), std::vector<std::string>{head + text});
 }
 
 TEST(Upload, OfNoBytesAtAllFailsTheFetch)
