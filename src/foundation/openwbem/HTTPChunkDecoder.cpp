@@ -105,8 +105,9 @@ const char* HTTPChunkDecoder::parse(const char* from, const char* end)
 {
     if (m_state == E_DATA_END)
     {
-        if (const char* const behind = parseUsualStart(from, end, m_dataLeft))
+        if (const char* const behind = parseUsualStart(from, end, m_size))
         {
+            m_dataLeft = m_size;
             m_state = E_DATA;
             return behind;
         }

@@ -14,8 +14,12 @@ namespace
 
 using Traits = std::streambuf::traits_type;
 
-// Reads of at least this much go past the wrapped buffer: it is the size of a connection's buffer.
-constexpr std::size_t STRAIGHT_READ_SIZE = 64 * 1024;
+// The data of chunks of at least this size goes past the wrapped buffer, if the reader has asked for as much.
+constexpr std::size_t LARGE_CHUNK_SIZE = 8 * 1024;
+
+// What is read for the framing between two of them, a line end and a size line without an extension: more would take
+// data into the buffer that could go past it.
+constexpr std::size_t FRAMING_READ_SIZE = 32;
 
 } // namespace
 
@@ -66,6 +70,7 @@ int HTTPChunkedIStreamBuffer::buffer_from_device(char* c, int n)
 
 std::size_t HTTPChunkedIStreamBuffer::decode(char* to, std::size_t room, EWait wait)
 {
+    const bool straight = wait == E_FOR_ALL && room >= LARGE_CHUNK_SIZE;
     std::size_t got = 0;
     try
     {
@@ -75,7 +80,7 @@ std::size_t HTTPChunkedIStreamBuffer::decode(char* to, std::size_t room, EWait w
         }
         while (!m_decoder.isOver() && got < room && (got == 0 || wait == E_FOR_ALL))
         {
-            got += m_windowSource != nullptr ? decodeBuffered(to + got, room - got, wait)
+            got += m_windowSource != nullptr ? decodeBuffered(to + got, room - got, straight)
                                              : decodeForeign(to + got, room - got);
         }
     }
@@ -106,26 +111,46 @@ void HTTPChunkedIStreamBuffer::begin()
     }
 }
 
-/// Decodes what the wrapped buffer holds. If it holds nothing, waits for one read of its device, or lets a large piece
-/// of data go past it.
-std::size_t HTTPChunkedIStreamBuffer::decodeBuffered(char* to, std::size_t room, EWait wait)
+/// Decodes what the wrapped buffer holds. If it holds nothing, waits for one read of its device, which the data of a
+/// large chunk does past the buffer.
+std::size_t HTTPChunkedIStreamBuffer::decodeBuffered(char* to, std::size_t room, bool straight)
 {
+    std::size_t got = 0;
     if (m_windowSource->window().size == 0)
     {
-        if (wait == E_FOR_ALL && std::min<std::uint64_t>(m_decoder.dataLeft(), room) >= STRAIGHT_READ_SIZE)
+        // Behind one large chunk, another is likely.
+        const bool large = straight && m_decoder.chunkSize() >= LARGE_CHUNK_SIZE;
+        if (large && m_decoder.dataLeft() > 0)
         {
-            return readData(to, std::min<std::uint64_t>(m_decoder.dataLeft(), room));
+            got = readPast(to, room);
         }
-        if (Traits::eq_int_type(m_source->sgetc(), Traits::eof()))
+        else if (!m_windowSource->fillWindow(large ? FRAMING_READ_SIZE : std::size_t(-1)))
         {
             noteEndOfInput();
-            return 0;
         }
     }
     const Window window = m_windowSource->window();
-    const HTTPChunkDecoder::Progress progress = m_decoder.decode(window.data, window.data + window.size, to, to + room);
+    if (window.size == 0)
+    {
+        return got;
+    }
+    const HTTPChunkDecoder::Progress progress =
+        m_decoder.decode(window.data, window.data + window.size, to + got, to + room);
     m_windowSource->consume(static_cast<std::size_t>(progress.from - window.data));
     return static_cast<std::size_t>(progress.to - to);
+}
+
+/// Reads data straight into the reader's memory. If that has room, the framing behind the data comes along.
+std::size_t HTTPChunkedIStreamBuffer::readPast(char* to, std::size_t room)
+{
+    const std::size_t run = std::min<std::uint64_t>(m_decoder.dataLeft(), room);
+    const std::size_t got = m_windowSource->readPast(to, run, std::min(room - run, FRAMING_READ_SIZE));
+    m_decoder.takeData(got);
+    if (got == 0)
+    {
+        noteEndOfInput();
+    }
+    return got;
 }
 
 /// Decodes from a buffer of unknown kind: waits for one byte, then takes what came with it.

@@ -42,6 +42,28 @@ void BaseStreamBuffer::consume(std::size_t count)
     setg(eback(), gptr() + std::min(count, unread), egptr());
 }
 
+bool BaseStreamBuffer::fillWindow(std::size_t atMost)
+{
+    return gptr() != egptr() ||
+           refill(static_cast<std::streamsize>(std::min(atMost, static_cast<std::size_t>(m_size))), false);
+}
+
+std::size_t BaseStreamBuffer::readPast(char* to, std::size_t count, std::size_t ahead)
+{
+    setg(nullptr, nullptr, nullptr);
+    const auto size = static_cast<std::size_t>(m_size);
+    const auto got = static_cast<std::size_t>(
+        readFromDevice(to, static_cast<std::streamsize>(std::min(count + ahead, size)), false));
+    if (got <= count)
+    {
+        return got;
+    }
+    char* const start = getBuffer();
+    std::memcpy(start, to + count, got - count);
+    setg(start, start, start + (got - count));
+    return count;
+}
+
 void BaseStreamBuffer::initBuffers()
 {
     initGetBuffer();
@@ -72,7 +94,7 @@ int BaseStreamBuffer::buffer_from_device(char*, int)
 
 BaseStreamBuffer::int_type BaseStreamBuffer::underflow()
 {
-    if (gptr() == egptr() && !refill(false))
+    if (gptr() == egptr() && !refill(m_size, false))
     {
         return traits_type::eof();
     }
@@ -97,7 +119,7 @@ std::streamsize BaseStreamBuffer::xsgetn(char* to, std::streamsize count)
         }
         return got;
     }
-    while (got < count && refill(got > 0))
+    while (got < count && refill(m_size, got > 0))
     {
         got += takeBuffered(to + got, count - got);
     }
@@ -116,15 +138,20 @@ std::streamsize BaseStreamBuffer::takeBuffered(char* to, std::streamsize count)
     return run;
 }
 
-bool BaseStreamBuffer::refill(bool dataBefore)
+char* BaseStreamBuffer::getBuffer()
 {
     if (!m_getBuffer)
     {
         m_getBuffer.reset(new char[static_cast<std::size_t>(m_size)]);
     }
-    char* const start = m_getBuffer.get();
+    return m_getBuffer.get();
+}
+
+bool BaseStreamBuffer::refill(std::streamsize atMost, bool dataBefore)
+{
+    char* const start = getBuffer();
     setg(start, start, start);
-    const std::streamsize count = readFromDevice(start, m_size, dataBefore);
+    const std::streamsize count = readFromDevice(start, atMost, dataBefore);
     setg(start, start, start + count);
     return count > 0;
 }

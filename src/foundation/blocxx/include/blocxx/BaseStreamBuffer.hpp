@@ -73,6 +73,16 @@ public:
     /// Takes that many bytes of the window as read; more than the window holds takes them all.
     void consume(std::size_t count);
 
+    /// Fills an empty window with what one device read of at most `atMost` bytes delivers; leaves one that holds bytes.
+    /// @return whether the window holds any
+    bool fillWindow(std::size_t atMost);
+
+    /// Reads straight from the device into the caller's memory, past an empty window, as much as one read delivers. Up
+    /// to `ahead` bytes behind them may come along; those become the window.
+    /// @param to room for `count` + `ahead` bytes, all of which may be written to
+    /// @return the bytes of the `count`; 0 at the end of the input
+    std::size_t readPast(char* to, std::size_t count, std::size_t ahead);
+
 protected:
     /// What a negative answer of `buffer_from_device` means.
     enum ENegativeAnswer
@@ -107,7 +117,8 @@ private:
     void noteEndOfInput(int answer, int error);
     void noteFailure(int error);
     void reportFailure();
-    bool refill(bool dataBefore);
+    char* getBuffer();
+    bool refill(std::streamsize atMost, bool dataBefore);
     std::streamsize takeBuffered(char* to, std::streamsize count);
     bool makePutRoom(std::streamsize wanted);
     void growPutBuffer(std::streamsize wanted);

@@ -43,6 +43,9 @@ public:
     /// The bytes of data that come next; 0 while there is framing to parse.
     std::uint64_t dataLeft() const { return m_dataLeft; }
 
+    /// The size of the chunk that was begun last; of no meaning while a size is being read.
+    std::uint64_t chunkSize() const { return m_size; }
+
     /// Takes so many bytes of data, at most dataLeft(), as read.
     void takeData(std::uint64_t count)
     {

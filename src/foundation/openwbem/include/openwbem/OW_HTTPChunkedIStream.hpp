@@ -50,10 +50,11 @@ private:
 
     std::size_t decode(char* to, std::size_t room, EWait wait);
     void begin();
-    std::size_t decodeBuffered(char* to, std::size_t room, EWait wait);
+    std::size_t decodeBuffered(char* to, std::size_t room, bool straight);
     std::size_t decodeForeign(char* to, std::size_t room);
     void decodeFramingByte(char* room);
     std::size_t readData(char* to, std::uint64_t count);
+    std::size_t readPast(char* to, std::size_t room);
     void noteEndOfInput();
     void endInput(std::ios_base::iostate state, int error);
     void markWrapped(std::ios_base::iostate state);

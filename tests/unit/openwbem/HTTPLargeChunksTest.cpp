@@ -1,0 +1,129 @@
+#include "PiecewiseInput.hpp"
+
+#include "openwbem/OW_HTTPChunkedIStream.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <istream>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using OpenWBEM::HTTPChunkedIStream;
+using zol_test::PiecewiseInput;
+using zol_test::stateOf;
+
+std::string randomText(std::mt19937& random, std::size_t size)
+{
+    std::string text(size, '\0');
+    for (char& c : text)
+    {
+        c = static_cast<char>(random());
+    }
+    return text;
+}
+
+std::string chunkOf(const std::string& data)
+{
+    char size[24];
+    std::snprintf(size, sizeof size, "%zx\r\n", data.size());
+    return size + data + "\r\n";
+}
+
+/// Reads in blocks of that size up to the end.
+std::string readAll(std::istream& stream, std::size_t blockSize)
+{
+    std::string all;
+    std::vector<char> block(blockSize);
+    do
+    {
+        stream.read(block.data(), static_cast<std::streamsize>(block.size()));
+        all.append(block.data(), static_cast<std::size_t>(stream.gcount()));
+    } while (stream);
+    return all;
+}
+
+TEST(HTTPLargeChunks, ArriveWholeHoweverTheyAreCutAndRead)
+{
+    std::mt19937 random(7);
+    for (int round = 0; round < 60; ++round)
+    {
+        std::string data;
+        std::string wire;
+        for (const std::size_t size :
+             {8191U, 8192U, 8193U, 20000U, 3U, 70000U, 65536U, 16384U, 16384U, 1U, 9000U, 100U})
+        {
+            const std::string chunk = randomText(random, size + random() % 3);
+            data += chunk;
+            wire += chunkOf(chunk);
+        }
+        wire += "0\r\n\r\nNEXT";
+        PiecewiseInput buffer(wire, 1 + random() % 70000);
+        std::istream wrapped(&buffer);
+        HTTPChunkedIStream body(wrapped);
+        EXPECT_EQ(readAll(body, 1 + random() % 150000), data);
+        EXPECT_EQ(stateOf(body), "EF");
+        EXPECT_EQ(buffer.left(), "NEXT");
+    }
+}
+
+TEST(HTTPLargeChunks, GoPastTheWrappedBufferInOneReadEach)
+{
+    const std::string data(16384, 'x');
+    std::string wire;
+    for (int chunk = 0; chunk < 100; ++chunk)
+    {
+        wire += chunkOf(data);
+    }
+    wire += "0\r\n\r\n";
+    PiecewiseInput buffer(wire);
+    std::istream wrapped(&buffer);
+    HTTPChunkedIStream body(wrapped);
+    EXPECT_EQ(readAll(body, 100 * data.size() + 1).size(), 100 * data.size());
+    EXPECT_LE(buffer.reads(), 102);
+    EXPECT_GE(buffer.reads(), 96);
+}
+
+TEST(HTTPLargeChunks, SmallOnesBehindThemFillTheBufferAgain)
+{
+    std::string wire = chunkOf(std::string(200000, 'x'));
+    for (int chunk = 0; chunk < 1000; ++chunk)
+    {
+        wire += chunkOf(std::string(100, 'y'));
+    }
+    wire += "0\r\n\r\n";
+    PiecewiseInput buffer(wire);
+    std::istream wrapped(&buffer);
+    HTTPChunkedIStream body(wrapped);
+    EXPECT_EQ(readAll(body, 400000).size(), 300000U);
+    EXPECT_LE(buffer.reads(), 12);
+}
+
+TEST(HTTPLargeChunks, WhatArrivedBeforeAnErrorIsDeliveredAndTheBodyIsBad)
+{
+    const std::string sent(150000, 'x');
+    for (const PiecewiseInput::EEnd end : {PiecewiseInput::E_ERROR, PiecewiseInput::E_THROW, PiecewiseInput::E_ORDERLY})
+    {
+        PiecewiseInput buffer("186a00\r\n" + sent, 10000, end);
+        std::istream wrapped(&buffer);
+        HTTPChunkedIStream body(wrapped);
+        EXPECT_EQ(readAll(body, 400000), sent);
+        EXPECT_EQ(stateOf(body), "EFB");
+    }
+}
+
+TEST(HTTPLargeChunks, AMissingLineEndBehindTheDataIsAnErrorBehindTheData)
+{
+    const std::string data(100000, 'x');
+    PiecewiseInput buffer("186a0\r\n" + data + "xx5\r\nhello\r\n0\r\n\r\n");
+    std::istream wrapped(&buffer);
+    HTTPChunkedIStream body(wrapped);
+    EXPECT_EQ(readAll(body, 400000), data);
+    EXPECT_EQ(stateOf(body), "EFB");
+}
+
+} // namespace
