@@ -81,8 +81,9 @@ std::optional<std::uint64_t> announcedLength(const http::Response& response, mim
     return content.getContentLength();
 }
 
-void copyArriving(Exchange& exchange, const http::Response& response, mime::UnbufferedContent& content, Output& out,
-                  Progress& progress)
+/// The bytes copied.
+std::uint64_t copyArriving(Exchange& exchange, const http::Response& response, mime::UnbufferedContent& content,
+                           Output& out, Progress& progress)
 {
     const auto length = announcedLength(response, content);
     progress.setTotal(length);
@@ -104,9 +105,11 @@ void copyArriving(Exchange& exchange, const http::Response& response, mime::Unbu
     {
         exchange.failForCut("the body");
     }
+    return length.value_or(NO_LIMIT) - remaining;
 }
 
-void copyStored(const mime::ContentRef& content, Output& out, Progress& progress)
+/// The bytes copied.
+std::uint64_t copyStored(const mime::ContentRef& content, Output& out, Progress& progress)
 {
     const mime::ContentStreamStateRef state = content->createInitialStreamState();
     Block block;
@@ -116,6 +119,7 @@ void copyStored(const mime::ContentRef& content, Output& out, Progress& progress
         out.write(std::string_view(block.data(), count));
         progress.add(count);
     }
+    return content->getContentLength();
 }
 
 } // namespace
@@ -130,17 +134,18 @@ void copyBody(Exchange& exchange, http::Response& response, Destination& destina
     bool isStored = true;
     while (const mime::ContentRef part = response.getNextPart())
     {
-        Output& out = destination.beginPart();
+        Output& out = destination.beginPart(part->getContentType());
+        std::uint64_t length = 0;
         if (const auto arriving = part.cast_to<mime::UnbufferedContent>())
         {
             isStored = false;
-            copyArriving(exchange, response, *arriving, out, progress);
+            length = copyArriving(exchange, response, *arriving, out, progress);
         }
         else
         {
-            copyStored(part, out, progress);
+            length = copyStored(part, out, progress);
         }
-        destination.endPart();
+        destination.endPart(length);
     }
     if (isStored && !response.bodyIsComplete())
     {

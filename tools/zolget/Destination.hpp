@@ -3,7 +3,10 @@
 #include "Options.hpp"
 #include "Output.hpp"
 
+#include "zol/mime/ContentTypeHeader.hpp"
+
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,11 +20,11 @@ class Destination
 public:
     virtual ~Destination() = default;
 
-    /// Where the next part is to be written; valid until endPart. Throws Failure (LOCAL_FILE).
-    virtual Output& beginPart() = 0;
+    /// Where the next part, of that type, is to be written; valid until endPart. Throws Failure (LOCAL_FILE).
+    virtual Output& beginPart(const ZOLNS2::MIME::ContentTypeHeader& type) = 0;
 
-    /// The part has been written whole. Throws Failure (LOCAL_FILE).
-    virtual void endPart() = 0;
+    /// The part has been written whole, all of its `length` bytes. Throws Failure (LOCAL_FILE).
+    virtual void endPart(std::uint64_t length) = 0;
 
     /// All parts have been written. Throws Failure (LOCAL_FILE).
     virtual void complete() = 0;
@@ -35,8 +38,8 @@ class OneOutput : public Destination
 public:
     explicit OneOutput(const std::string& path) : m_output(path) {}
 
-    Output& beginPart() override { return m_output; }
-    void endPart() override {}
+    Output& beginPart(const ZOLNS2::MIME::ContentTypeHeader&) override { return m_output; }
+    void endPart(std::uint64_t) override {}
     void complete() override { m_output.complete(); }
     bool isTerminal() const override { return m_output.isTerminal(); }
 
@@ -44,22 +47,25 @@ private:
     Output m_output;
 };
 
-/// Each part in a file of its own: part-1, part-2, ... in a folder, which is made if it is not there.
+/// Each part in a file of its own: part-001.txt, part-002.bin, ... in a folder, which is made if it is not there. A
+/// table of the parts goes to standard output, line by line as they are complete.
 class PartsFolder : public Destination
 {
 public:
     /// Throws Failure (LOCAL_FILE).
     explicit PartsFolder(const std::string& folder);
 
-    Output& beginPart() override;
-    void endPart() override;
+    Output& beginPart(const ZOLNS2::MIME::ContentTypeHeader& type) override;
+    void endPart(std::uint64_t length) override;
     void complete() override {}
     bool isTerminal() const override { return false; }
 
 private:
     std::string m_folder;
     std::size_t m_count = 0;
+    std::string m_type;
     std::optional<Output> m_part;
+    Output m_table{""};
 };
 
 /// The destination that the options ask for. Throws Failure (LOCAL_FILE).

@@ -105,7 +105,7 @@ void declareOutput(CLI::App& app, Options& options)
                                        "write the body into this file, which appears when it is complete")
                             ->type_name("FILE");
     app.add_option("--parts", options.partsFolder,
-                   "write each part of a multipart body into a file of this folder: part-1, part-2, ...")
+                   "write each part of a multipart body into a file of this folder, part-001.txt, ..., and list them")
         ->type_name("FOLDER")
         ->excludes(output);
     app.add_flag("-i,--include", options.showHead, "show the head of the answer on standard output");

@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -60,18 +61,51 @@ TEST(ZolgetMultipart, WritesEachPartIntoAFileOfItsOwn)
     const ScriptedServer server(answering(HEAD + PARTS + END));
     const Outcome run = zolget({"--parts", folder.file("parts"), urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
-    EXPECT_THAT(namesIn(folder.file("parts")), ElementsAre("part-1", "part-2"));
-    EXPECT_EQ(readFile(folder.file("parts/part-1")), "first ");
-    EXPECT_EQ(readFile(folder.file("parts/part-2")), "second");
+    EXPECT_THAT(namesIn(folder.file("parts")), ElementsAre("part-001.txt", "part-002.bin"));
+    EXPECT_EQ(readFile(folder.file("parts/part-001.txt")), "first ");
+    EXPECT_EQ(readFile(folder.file("parts/part-002.bin")), "second");
+    EXPECT_EQ(run.output, "part        length  type\n"
+                          "   1             6  text/plain; charset=UTF-8\n"
+                          "   2             6  application/octet-stream\n");
 }
 
 TEST(ZolgetMultipart, TakesABodyWithoutPartsForOnePart)
 {
     const TemporaryDirectory folder;
     const ScriptedServer server(answering(answerWith("whole")));
-    EXPECT_EQ(zolget({"--parts", folder.path(), urlOf(server)}).status, 0);
-    EXPECT_THAT(namesIn(folder.path()), ElementsAre("part-1"));
-    EXPECT_EQ(readFile(folder.file("part-1")), "whole");
+    const Outcome run = zolget({"--parts", folder.path(), urlOf(server)});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_THAT(run.output, HasSubstr("\n   1             5  "));
+    ASSERT_THAT(namesIn(folder.path()), ElementsAre(HasSubstr("part-001.")));
+    EXPECT_EQ(readFile(folder.file(namesIn(folder.path()).front())), "whole");
+}
+
+TEST(ZolgetMultipart, NamesThePartsAfterTheirTypes)
+{
+    for (const auto& [type, name] :
+         {std::pair("text/html; charset=x", "part-001.html"), std::pair("Application/XML", "part-001.xml"),
+          std::pair("text/xml", "part-001.xml"), std::pair("text/csv", "part-001.txt"),
+          std::pair("image/png", "part-001.bin")})
+    {
+        const TemporaryDirectory folder;
+        const ScriptedServer server(
+            answering("HTTP/1.1 200 OK\r\nContent-Type: " + std::string(type) + "\r\n\r\nsome bytes"));
+        const Outcome run = zolget({"--parts", folder.path(), urlOf(server)});
+        EXPECT_EQ(run.status, 0) << run.errors;
+        EXPECT_THAT(namesIn(folder.path()), ElementsAre(name));
+        EXPECT_EQ(run.output, "part        length  type\n   1            10  " + std::string(type) + "\n");
+    }
+}
+
+TEST(ZolgetMultipart, KeepsThePartsOfACutBodyAndExitsWith7)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(answering(HEAD + PARTS));
+    const Outcome run = zolget({"--parts", folder.path(), urlOf(server)});
+    EXPECT_EQ(run.status, 7);
+    EXPECT_THAT(run.errors, HasSubstr("the body from"));
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("part-001.txt", "part-002.bin"));
+    EXPECT_EQ(readFile(folder.file("part-002.bin")), "second");
 }
 
 TEST(ZolgetMultipart, PutsACutBodyWithoutPartsNowhere)
@@ -146,11 +180,12 @@ TEST(ZolgetMultipart, SendsPartsInTheOrderGiven)
                 "text/html:", "--part-file", "text/plain:" + folder.write("g", "four"), "--parts", folder.file("parts"),
                 urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
-    EXPECT_THAT(namesIn(folder.file("parts")), ElementsAre("part-1", "part-2", "part-3", "part-4"));
-    EXPECT_EQ(readFile(folder.file("parts/part-1")), "one");
-    EXPECT_EQ(readFile(folder.file("parts/part-2")), big);
-    EXPECT_EQ(readFile(folder.file("parts/part-3")), "");
-    EXPECT_EQ(readFile(folder.file("parts/part-4")), "four");
+    EXPECT_THAT(namesIn(folder.file("parts")),
+                ElementsAre("part-001.txt", "part-002.bin", "part-003.txt", "part-004.txt"));
+    EXPECT_EQ(readFile(folder.file("parts/part-001.txt")), "one");
+    EXPECT_EQ(readFile(folder.file("parts/part-002.bin")), big);
+    EXPECT_EQ(readFile(folder.file("parts/part-003.txt")), "");
+    EXPECT_EQ(readFile(folder.file("parts/part-004.txt")), "four");
     EXPECT_THAT(server.requests().front(), HasSubstr("\r\nContent-Type: multipart/mixed; boundary=zolget-"));
     EXPECT_THAT(server.requests().front(), HasSubstr("\r\ncontent-type: application/x-thing\r\n\r\nbbb"));
 }
