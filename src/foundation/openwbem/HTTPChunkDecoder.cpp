@@ -147,9 +147,8 @@ HTTPChunkDecoder::EState HTTPChunkDecoder::next(char c)
         m_digits = 0;
         return c == '\n' ? E_SIZE : E_BROKEN;
     case E_TRAILER:
-        return trailerByte(c);
     case E_TRAILER_LF:
-        return ++m_trailerSize <= MAX_TRAILER_SIZE && c == '\n' ? trailerLineEnd() : E_BROKEN;
+        return ++m_trailerSize <= MAX_TRAILER_SIZE ? trailerByte(c) : E_BROKEN;
     default:
         return m_state;
     }
@@ -197,17 +196,17 @@ HTTPChunkDecoder::EState HTTPChunkDecoder::sizeLineEnd()
 
 HTTPChunkDecoder::EState HTTPChunkDecoder::trailerByte(char c)
 {
-    if (++m_trailerSize > MAX_TRAILER_SIZE || c == '\0')
+    if (c == '\n')
+    {
+        return trailerLineEnd();
+    }
+    if (c == '\0' || m_state == E_TRAILER_LF)
     {
         return E_BROKEN;
     }
     if (c == '\r')
     {
         return E_TRAILER_LF;
-    }
-    if (c == '\n')
-    {
-        return trailerLineEnd();
     }
     if (m_lineLength++ == 0)
     {

@@ -387,9 +387,11 @@ TEST(HTTPChunkedIStream, BytesAndBlocksMayBeMixed)
 
 TEST(HTTPChunkedIStream, BytesThatWentPastTheBufferCannotBePutBackWrongly)
 {
-    std::istringstream wrapped("5\r\nhello\r\n0\r\n\r\n");
+    PiecewiseInput buffer("5\r\nhello\r\n6\r\n world\r\n0\r\n\r\n", 10);
+    std::istream wrapped(&buffer);
     HTTPChunkedIStream body(wrapped);
-    EXPECT_EQ(readBlock(body, 4), "hell");
+    EXPECT_EQ(body.get(), 'h');
+    EXPECT_EQ(readBlock(body, 7), "ello wo");
     EXPECT_FALSE(body.unget());
 }
 

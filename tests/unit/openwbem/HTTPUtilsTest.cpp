@@ -191,7 +191,13 @@ const HeadCase NAMES_AND_VALUES[] = {
     {"WhiteSpaceAroundAName", "Name \t: v\r\n\r\n", true, "", "name=v", "good", ""},
     {"BlanksInsideAName", "GET / HTTP/1.1: x\r\n\r\n", true, "", "get / http/1.1=x", "good", ""},
     {"LettersBeyondAsciiStay", "\xC3\x84\xC3\x96: 1\r\n\r\n", true, "", "\xC3\x84\xC3\x96=1", "good", ""},
-    {"BytesThatAreNoTextStay", "\xFF\xC4" "Ab: \xE9\r\n\r\n", true, "", "\xFF\xC4" "ab=\xE9", "good", ""},
+    {"BytesThatAreNoTextStay",
+     "\xFF\xC4"
+     "Ab: \xE9\r\n\r\n",
+     true, "",
+     "\xFF\xC4"
+     "ab=\xE9",
+     "good", ""},
     {"EmptyValue", "A:\r\n\r\n", true, "", "a=", "good", ""},
     {"ValueOfBlanks", "A:   \r\n\r\n", true, "", "a=", "good", ""},
     {"ColonsInsideAValue", "A: x:y:z \t\r\n\r\n", true, "", "a=x:y:z", "good", ""},
