@@ -138,6 +138,7 @@ TEST_F(ZolgetTls, ExitsWith5WithoutTheAuthority)
     EXPECT_EQ(run.output, "");
     EXPECT_THAT(run.errors, HasSubstr("no secure connection to localhost:"));
     EXPECT_THAT(run.errors, HasSubstr("--ca PATH"));
+    EXPECT_TRUE(m_server->waitUntilIdle());
     EXPECT_THAT(m_server->errors(), testing::Not(testing::IsEmpty()));
 }
 
@@ -147,7 +148,8 @@ TEST_F(ZolgetTls, ExitsWith5ForAnotherName)
     fields.dnsNames = {"elsewhere.example"};
     start(fields, answering(answerWith("secure")));
     EXPECT_EQ(zolget({"--ca", m_trust, url()}).status, 5);
-    m_server->errors();
+    EXPECT_TRUE(m_server->waitUntilIdle());
+    EXPECT_THAT(m_server->errors(), testing::Not(testing::IsEmpty()));
 }
 
 TEST_F(ZolgetTls, FetchesFromAnybodyWithoutVerification)
