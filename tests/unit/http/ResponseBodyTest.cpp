@@ -229,6 +229,14 @@ TEST(ResponseBody, MultipartOnAConnectionIsLoggedAndReadAtOnce)
                             HasSubstr("ERROR response: Error retrieving http response: ")));
 }
 
+TEST(ResponseBody, MultipartIsReadFromTheRawConnection)
+{
+    const Response response = receive("Content-Type: multipart/mixed; boundary=B\r\nTransfer-Encoding: chunked\r\n"
+                                      "Content-Length: 12x\r\n",
+                                      "20\r\n--B\r\nContent-Type: text/plain\r\n\r\n5\r\nhello\r\n--B--\r\n0\r\n\r\n");
+    EXPECT_EQ(onlyContentAs<TextPlainContent>(response), "5\r\nhello") << "no chunk is decoded and no length read";
+}
+
 TEST(ResponseBody, MultipartOfAnySubtypeOnAPlainStreamGoesToTheMultipartReader)
 {
     for (const char* const type : {"multipart/mixed", "MULTIPART/related", "multipart/x"})

@@ -49,7 +49,7 @@ ContentTypeHeader typeFrom(const char* line)
 }
 
 /// A content over the connection of a server that has sent a body and closed, or stays silent behind it.
-class UnbufferedContentTest : public testing::Test
+class UnbufferedContentReading : public testing::Test
 {
 protected:
     void serve(const std::string& wire, const char* transferEncoding = "", unsigned long length = UNKNOWN_LENGTH)
@@ -128,20 +128,20 @@ TEST(UnbufferedContent, SecondStreamStateIsRefusedEvenIfTheFirstWasNeverUsed)
     }
 }
 
-TEST_F(UnbufferedContentTest, ContentTypeIsThatOfTheConstructor)
+TEST_F(UnbufferedContentReading, ContentTypeIsThatOfTheConstructor)
 {
     serve("");
     EXPECT_EQ(toString(m_content->getContentType()), "text/x; a=\"b c\"");
     EXPECT_EQ(m_content->getContentType().getContentTypeString(), "Content-Type: text/x; a=b c");
 }
 
-TEST_F(UnbufferedContentTest, DecoderIsThatOfTheConstructor)
+TEST_F(UnbufferedContentReading, DecoderIsThatOfTheConstructor)
 {
     serve("");
     EXPECT_EQ(m_content->getTransferDecoder(), m_decoder);
 }
 
-TEST_F(UnbufferedContentTest, ShortBodyIsOneShortReadAndThenTheEnd)
+TEST_F(UnbufferedContentReading, ShortBodyIsOneShortReadAndThenTheEnd)
 {
     serve("0123456789");
     m_state = m_content->createInitialStreamState();
@@ -159,7 +159,7 @@ TEST_F(UnbufferedContentTest, ShortBodyIsOneShortReadAndThenTheEnd)
                             "DEBUG3 HTTP Content: Cannot read: Stream is no longer good."));
 }
 
-TEST_F(UnbufferedContentTest, BodyOfExactlyTheAskedSizeEndsWithZeroThenEnd)
+TEST_F(UnbufferedContentReading, BodyOfExactlyTheAskedSizeEndsWithZeroThenEnd)
 {
     serve("01234567");
     const zol_test::LogCapture log(blocxx::E_DEBUG3_LEVEL);
@@ -176,7 +176,7 @@ TEST_F(UnbufferedContentTest, BodyOfExactlyTheAskedSizeEndsWithZeroThenEnd)
                             "DEBUG3 HTTP Content: Cannot read: Stream is no longer good."));
 }
 
-TEST_F(UnbufferedContentTest, ReadsOfNothingDeliverNothingAndEndNothing)
+TEST_F(UnbufferedContentReading, ReadsOfNothingDeliverNothingAndEndNothing)
 {
     serve("ab");
     EXPECT_EQ(read(0), 0U);
@@ -185,7 +185,7 @@ TEST_F(UnbufferedContentTest, ReadsOfNothingDeliverNothingAndEndNothing)
     EXPECT_EQ(read(0), 0U);
 }
 
-TEST_F(UnbufferedContentTest, ReadOfTheLargestSizeTakesAllThereIs)
+TEST_F(UnbufferedContentReading, ReadOfTheLargestSizeTakesAllThereIs)
 {
     serve("ab");
     m_buffer.assign(16, '\0');
@@ -193,20 +193,20 @@ TEST_F(UnbufferedContentTest, ReadOfTheLargestSizeTakesAllThereIs)
     EXPECT_EQ(m_buffer.substr(0, 2), "ab");
 }
 
-TEST_F(UnbufferedContentTest, ReadsPastTheAnnouncedLength)
+TEST_F(UnbufferedContentReading, ReadsPastTheAnnouncedLength)
 {
     serve("0123456789", "", 4);
     EXPECT_EQ(read(100), 10U);
 }
 
-TEST_F(UnbufferedContentTest, ReadsWithoutAStreamState)
+TEST_F(UnbufferedContentReading, ReadsWithoutAStreamState)
 {
     serve("ab");
     EXPECT_FALSE(m_state);
     EXPECT_EQ(read(2), 2U);
 }
 
-TEST_F(UnbufferedContentTest, ReadsThroughTheChunkedDecoder)
+TEST_F(UnbufferedContentReading, ReadsThroughTheChunkedDecoder)
 {
     serve("5\r\nhello\r\n0\r\n\r\n", "chunked");
     EXPECT_EQ(read(100), 5U);
@@ -215,7 +215,7 @@ TEST_F(UnbufferedContentTest, ReadsThroughTheChunkedDecoder)
     EXPECT_TRUE(m_content->getTransferDecoder()->bodyIsComplete());
 }
 
-TEST_F(UnbufferedContentTest, MalformedChunkIsAShortReadAndThenTheEnd)
+TEST_F(UnbufferedContentReading, MalformedChunkIsAShortReadAndThenTheEnd)
 {
     serve("5\r\nhello\r\nzz\r\n", "chunked");
     EXPECT_EQ(read(100), 5U);
@@ -223,7 +223,7 @@ TEST_F(UnbufferedContentTest, MalformedChunkIsAShortReadAndThenTheEnd)
     EXPECT_FALSE(m_content->getTransferDecoder()->bodyIsComplete());
 }
 
-TEST_F(UnbufferedContentTest, EndOfFileAloneIsReadAgain)
+TEST_F(UnbufferedContentReading, EndOfFileAloneIsReadAgain)
 {
     serve("ab");
     m_decoder->istream().setstate(std::ios::eofbit);
@@ -231,14 +231,14 @@ TEST_F(UnbufferedContentTest, EndOfFileAloneIsReadAgain)
     EXPECT_EQ(read(2), END_OF_DATA);
 }
 
-TEST_F(UnbufferedContentTest, ExceptionsOfTheStreamPassThrough)
+TEST_F(UnbufferedContentReading, ExceptionsOfTheStreamPassThrough)
 {
     serve("ab");
     m_decoder->istream().exceptions(std::ios::eofbit);
     EXPECT_THROW(read(100), std::ios::failure);
 }
 
-TEST_F(UnbufferedContentTest, CreatingTheStreamStateLogsTheType)
+TEST_F(UnbufferedContentReading, CreatingTheStreamStateLogsTheType)
 {
     serve("");
     const zol_test::LogCapture log(blocxx::E_DEBUG2_LEVEL);
@@ -248,7 +248,7 @@ TEST_F(UnbufferedContentTest, CreatingTheStreamStateLogsTheType)
                 ElementsAre("DEBUG2 HTTP Content: Creating initial stream state for content: text/x; a=\"b c\""));
 }
 
-TEST_F(UnbufferedContentTest, BelowDebug2NothingIsLogged)
+TEST_F(UnbufferedContentReading, BelowDebug2NothingIsLogged)
 {
     serve("ab");
     const zol_test::LogCapture log(blocxx::E_DEBUG_LEVEL);
@@ -258,7 +258,7 @@ TEST_F(UnbufferedContentTest, BelowDebug2NothingIsLogged)
     EXPECT_THAT(logLines(log, CONTENT), IsEmpty());
 }
 
-TEST_F(UnbufferedContentTest, LoggingLeavesErrnoAlone)
+TEST_F(UnbufferedContentReading, LoggingLeavesErrnoAlone)
 {
     serve("");
     const zol_test::LogCapture log(blocxx::E_DEBUG3_LEVEL);
@@ -267,7 +267,7 @@ TEST_F(UnbufferedContentTest, LoggingLeavesErrnoAlone)
     EXPECT_EQ(errno, EXDEV);
 }
 
-TEST_F(UnbufferedContentTest, ContentKeepsTheConnectionOpen)
+TEST_F(UnbufferedContentReading, ContentKeepsTheConnectionOpen)
 {
     m_server =
         std::make_unique<ScriptedServer>([](ServerConnection& peer) { EXPECT_TRUE(peer.waitUntilPeerCloses()); });
