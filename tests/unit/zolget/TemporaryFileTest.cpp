@@ -45,7 +45,7 @@ class TemporaryFileSignal : public testing::TestWithParam<int>
 
 TEST_P(TemporaryFileSignal, RemovesTheFileAndEndsTheProcess)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    GTEST_FLAG_SET(death_test_style, "fast"); // so that both processes see the same folder
     const TemporaryDirectory folder;
     const std::string target = folder.file("target");
     EXPECT_EXIT(
@@ -59,7 +59,7 @@ TEST_P(TemporaryFileSignal, RemovesTheFileAndEndsTheProcess)
 
 TEST_P(TemporaryFileSignal, StaysIgnoredIfItWas)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    GTEST_FLAG_SET(death_test_style, "fast"); // so that both processes see the same folder
     const TemporaryDirectory folder;
     const std::string target = folder.file("target");
     EXPECT_EXIT(
@@ -74,7 +74,7 @@ TEST_P(TemporaryFileSignal, StaysIgnoredIfItWas)
 
 TEST_P(TemporaryFileSignal, LeavesTheTargetAloneOnceItIsComplete)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    GTEST_FLAG_SET(death_test_style, "fast"); // so that both processes see the same folder
     const TemporaryDirectory folder;
     const std::string target = folder.file("target");
     EXPECT_EXIT(
