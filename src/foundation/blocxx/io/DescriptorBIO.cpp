@@ -104,6 +104,7 @@ BIO* newDescriptorBIO(int descriptor)
     BIO* const bio = method != nullptr ? BIO_new(method) : nullptr;
     if (bio != nullptr)
     {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the number travels in the BIO's data pointer
         BIO_set_data(bio, reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)));
         BIO_set_init(bio, 1);
     }

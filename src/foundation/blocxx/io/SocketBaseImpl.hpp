@@ -15,6 +15,8 @@ namespace blocxx
 class SocketBaseImpl : public IntrusiveCountableBase
 {
 public:
+    ~SocketBaseImpl() override = default;
+
     void connect(const SocketAddress& address);
     void disconnect();
     bool isConnected() const { return m_descriptor.isOpen(); }
@@ -34,7 +36,6 @@ public:
 
 protected:
     SocketBaseImpl();
-    ~SocketBaseImpl() override = default;
 
     /// Follows the connect, under the same deadline. Throws to give the connection up.
     virtual void startSession(const Deadline& deadline) = 0;

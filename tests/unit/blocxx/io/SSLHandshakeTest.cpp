@@ -497,7 +497,7 @@ TEST(SSLHandshake, FailuresLeaveNoDescriptorAndNoErrorBehind)
     ScriptedServer silent([](ServerConnection& connection) { connection.waitUntilPeerCloses(); });
     ScriptedServer unverified(tlsServer(), greet);
     const SSLClientCtxRef distrusting = zol_test::clientTrusting(zol_test::makeAuthority("stranger"));
-    const auto failAll = [&]
+    const auto failAll = [&](std::size_t connections)
     {
         Socket socket(distrusting);
         socket.setConnectTimeout(Timeout::relative(0.05F));
@@ -506,12 +506,14 @@ TEST(SSLHandshake, FailuresLeaveNoDescriptorAndNoErrorBehind)
         socket.setConnectTimeout(Timeout::infinite);
         connectFailure(socket, loopback(unverified.port()));
         EXPECT_EQ(ERR_peek_error(), 0U);
+        EXPECT_TRUE(silent.waitForConnections(connections));
         EXPECT_TRUE(silent.waitUntilIdle());
+        EXPECT_TRUE(unverified.waitForConnections(connections));
         EXPECT_TRUE(unverified.waitUntilIdle());
     };
-    failAll();
+    failAll(1);
     const std::size_t before = zol_test::openDescriptors();
-    failAll();
+    failAll(2);
     EXPECT_EQ(zol_test::openDescriptors(), before);
     unverified.errors();
 }

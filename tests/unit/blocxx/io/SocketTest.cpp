@@ -403,6 +403,7 @@ TEST(Socket, LastCopyClosesTheConnection)
         socket.connect(loopback(server.port()));
         const Socket copy(socket);
     }
+    EXPECT_TRUE(server.waitForConnections(1));
     EXPECT_TRUE(server.waitUntilIdle());
     EXPECT_EQ(zol_test::openDescriptors(), before);
 }

@@ -317,6 +317,7 @@ TEST(SocketWrite, ToAResetPeerIsAnErrorAndNoSignal)
     ScriptedServer server([](ServerConnection& connection) { connection.reset(); });
     Socket socket;
     socket.connect(loopback(server.port()));
+    EXPECT_TRUE(server.waitForConnections(1));
     EXPECT_TRUE(server.waitUntilIdle());
     EXPECT_THAT(writeUntilFailure(socket), testing::AnyOf(EPIPE, ECONNRESET));
     EXPECT_EQ(socket.write("x", 1), -1);
