@@ -89,6 +89,7 @@ public:
 
     /// The value of `key`, default-constructed first if there was none.
     T& operator[](const Key& key) { return (*m_map)[key]; }
+    T& operator[](Key&& key) { return (*m_map)[std::move(key)]; }
 
     /// Never overwrites: the second of the answer is false when the key is there already.
     std::pair<iterator, bool> insert(const value_type& entry) { return m_map->insert(entry); }
