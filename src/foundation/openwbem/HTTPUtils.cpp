@@ -39,7 +39,7 @@ std::string_view trimmed(std::string_view text)
 
 bool isBlank(std::string_view line)
 {
-    return std::all_of(line.begin(), line.end(), isSpace);
+    return std::all_of(line.begin(), line.end(), [](char c) { return isSpace(c); });
 }
 
 String lowerCase(std::string_view text)
@@ -83,16 +83,18 @@ private:
             return false;
         }
         // The line does not begin with white space, so there is something in front of the colon.
-        const String name = lowerCase(trimmed(line.substr(0, colon)));
+        String name = lowerCase(trimmed(line.substr(0, colon)));
         const std::string_view value = trimmed(line.substr(colon + 1));
+        const bool isLength = name == CONTENT_LENGTH;
         const std::size_t entriesBefore = m_map.size();
-        m_current = &m_map[name];
+        m_current = &m_map[std::move(name)];
         m_currentIsEmpty = value.empty();
         if (m_map.size() != entriesBefore)
         {
             *m_current = stringOf(value);
         }
-        else if (!isRepeatedLength(name, value))
+        // RFC 9110 section 8.6: a length given several times with one value may be taken as that value.
+        else if (!isLength || !isCurrentValue(value))
         {
             *m_current += ", ";
             *m_current += stringOf(value);
@@ -100,10 +102,9 @@ private:
         return true;
     }
 
-    /// RFC 9110 section 8.6: a length given several times with one value may be taken as that value.
-    bool isRepeatedLength(const String& name, std::string_view value) const
+    bool isCurrentValue(std::string_view value) const
     {
-        return name == CONTENT_LENGTH && std::string_view(m_current->c_str(), m_current->length()) == value;
+        return std::string_view(m_current->c_str(), m_current->length()) == value;
     }
 
     bool addContinuation(std::string_view text)
@@ -164,21 +165,17 @@ bool readFields(HTTPHeaderMap& map, HeadLineReader& reader, std::istream& input,
     }
 }
 
-/// Deliberate: a form feed does not separate words, although it is white space everywhere else in a head.
-bool separatesWords(char c)
-{
-    return c == ' ' || c == '\t' || c == '\v';
-}
-
 void splitWords(blocxx::Array<String>& words, std::string_view line)
 {
+    // Deliberate: a form feed does not separate words, although it is white space everywhere else in a head.
+    const auto separates = [](char c) { return c == ' ' || c == '\t' || c == '\v'; };
     constexpr std::size_t USUAL_NUMBER = 4;
     blocxx::Array<String> found;
     found.reserve(USUAL_NUMBER);
     for (const char *at = line.data(), *const end = at + line.size(); at != end;)
     {
-        const char* const word = std::find_if_not(at, end, separatesWords);
-        at = std::find_if(word, end, separatesWords);
+        const char* const word = std::find_if_not(at, end, separates);
+        at = std::find_if(word, end, separates);
         if (at != word)
         {
             found.push_back(stringOf({word, static_cast<std::size_t>(at - word)}));
