@@ -5,4 +5,9 @@ namespace blocxx
 
 IntrusiveCountableBase::~IntrusiveCountableBase() noexcept(false) = default;
 
+void IntrusiveCountableBase::destroy(IntrusiveCountableBase* object)
+{
+    delete object;
+}
+
 } // namespace blocxx

@@ -126,7 +126,7 @@ TEST(ErroneousException, OfAnAssignmentIsLoggedToo)
 {
     const zol_test::LogCapture log;
     IntrusiveReference<Exploding> reference(new Exploding(&throwStandard));
-    EXPECT_NO_THROW(reference = 0);
+    EXPECT_NO_THROW(reference = nullptr);
     EXPECT_TRUE(log.contains("Unable to handle std::exception: " + IN_REFERENCE + ": std boom"));
 }
 
@@ -141,7 +141,7 @@ TEST(ErroneousException, LeavesErrnoAlone)
 {
     const zol_test::LogCapture log;
     errno = 77;
-    IntrusiveReference<Exploding>(new Exploding(&throwBlocxx)) = 0;
+    IntrusiveReference<Exploding>(new Exploding(&throwBlocxx)) = nullptr;
     EXPECT_EQ(77, errno);
 }
 

@@ -105,7 +105,7 @@ TEST(Exception, CopiesAreDeep)
 {
     const IOException inner("in.cpp", 3, "inner", 7);
     const HTTPException original("out.cpp", 4, "outer", 5, &inner, 6);
-    const HTTPException copy(original);
+    const HTTPException copy(original); // NOLINT(performance-unnecessary-copy-initialization)
     EXPECT_EQ(textOf(original), textOf(copy));
     EXPECT_EQ(6, copy.getSubClassId());
     EXPECT_NE(original.getSubException(), copy.getSubException());
@@ -130,7 +130,7 @@ TEST(Exception, WhatMemoryDoesNotSufficeForIsAbsent)
     const IOException inner("in.cpp", 3, "inner");
     const HTTPException original("f", 1, "m", 5, &inner);
     const zol_test::FailingNothrowNew exhausted;
-    const HTTPException copy(original);
+    const HTTPException copy(original); // NOLINT(performance-unnecessary-copy-initialization)
     EXPECT_STREQ("", copy.getFile());
     EXPECT_STREQ("", copy.getMessage());
     EXPECT_EQ(nullptr, copy.getSubException());

@@ -12,6 +12,9 @@
 #include <utility>
 #include <vector>
 
+// A plain 0 is a null reference too.
+// NOLINTBEGIN(modernize-use-nullptr)
+
 using blocxx::IntrusiveCountableBase;
 using blocxx::IntrusiveReference;
 using blocxx::NULLReferenceException;
@@ -110,7 +113,7 @@ TEST_F(IntrusiveReferenceTest, TheLastShareDeletesTheObject)
 {
     BaseRef first(new Base(1));
     {
-        const BaseRef second(first);
+        const BaseRef second(first); // NOLINT(performance-unnecessary-copy-initialization)
         EXPECT_EQ(first.getPtr(), second.getPtr());
         EXPECT_EQ(1, second->value);
         EXPECT_EQ(1, (*second).value);
@@ -278,3 +281,5 @@ TEST_F(IntrusiveReferenceTest, ForwardDeclaredTypesHaveTheirReferences)
     EXPECT_EQ(sizeof(void*), sizeof(blocxx::LogAppenderRef));
     EXPECT_EQ(sizeof(void*), sizeof(blocxx::SSLClientCtxRef));
 }
+
+// NOLINTEND(modernize-use-nullptr)

@@ -101,6 +101,7 @@ TEST(LazyGlobal, IsCreatedOnceByManyThreads)
         SlowFactory::calls = 0;
         LazyGlobal<Object, int, SlowFactory> global = BLOCXX_LAZY_GLOBAL_INIT(7);
         std::vector<std::thread> threads;
+        threads.reserve(4);
         std::atomic<int> sum{0};
         for (int i = 0; i < 4; ++i)
         {

@@ -171,7 +171,7 @@ TEST(Map, SwapsAndMoves)
     left = std::move(right);
     EXPECT_EQ(3U, left.size());
     EXPECT_TRUE(right.empty()); // NOLINT: that it is empty is the point
-    right["x"] = "y";
+    right["x"] = "y";           // NOLINT: and that it can be used again
     EXPECT_EQ(1U, right.size());
 }
 

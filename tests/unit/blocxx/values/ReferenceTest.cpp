@@ -36,7 +36,7 @@ TEST(Reference, IsNullFromTheStart)
     const Reference<Base> reference;
     EXPECT_FALSE(reference);
     EXPECT_TRUE(!reference);
-    EXPECT_TRUE(reference == 0);
+    EXPECT_TRUE(reference == 0); // NOLINT(modernize-use-nullptr): it is one
     EXPECT_EQ(nullptr, reference.getPtr());
     EXPECT_FALSE(Reference<Base>(nullptr));
 }

@@ -33,6 +33,8 @@ private:
     friend void IntrusiveReferenceAddRef(IntrusiveCountableBase* object) noexcept;
     friend void IntrusiveReferenceRelease(IntrusiveCountableBase* object);
 
+    static void destroy(IntrusiveCountableBase* object);
+
     std::atomic<int> m_count{0};
 };
 
@@ -48,7 +50,7 @@ inline void IntrusiveReferenceRelease(IntrusiveCountableBase* object)
 {
     if (object->m_count.fetch_sub(1, std::memory_order_acq_rel) == 1)
     {
-        delete object;
+        IntrusiveCountableBase::destroy(object);
     }
 }
 

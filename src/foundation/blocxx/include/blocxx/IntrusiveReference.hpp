@@ -64,6 +64,7 @@ public:
         }
     }
 
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the copy holds the object while the old share goes.
     IntrusiveReference& operator=(const IntrusiveReference& other)
     {
         IntrusiveReference(other).swap(*this);
