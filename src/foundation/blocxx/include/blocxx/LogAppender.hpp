@@ -33,6 +33,8 @@ using LoggerConfigMap = Map<String, String>;
 class BLOCXX_COMMON_API LogAppender : public IntrusiveCountableBase
 {
 public:
+    ~LogAppender() override;
+
     /// The calling thread's appender if it has one, else the default one; never null.
     static LogAppenderRef getCurrentLogAppender();
 
@@ -86,7 +88,6 @@ protected:
     /// @throws LogMessagePatternFormatterException
     explicit LogAppender(const StringArray& components = ALL_COMPONENTS, const StringArray& categories = ALL_CATEGORIES,
                          const String& pattern = STR_TTCC_MESSAGE_FORMAT);
-    ~LogAppender() override;
 
 private:
     virtual void doProcessLogMessage(const String& formattedMessage, const LogMessage& message) const = 0;
