@@ -16,8 +16,8 @@
 
 extern "C"
 {
-    typedef struct ssl_st SSL;
-    typedef struct ssl_ctx_st SSL_CTX;
+    using SSL = struct ssl_st;
+    using SSL_CTX = struct ssl_ctx_st;
 }
 
 namespace zol_test

@@ -46,7 +46,7 @@ public:
         return [text](char* to, int room)
         {
             EXPECT_LE(text.size(), static_cast<std::size_t>(room));
-            std::memcpy(to, text.data(), text.size());
+            text.copy(to, text.size());
             return static_cast<int>(text.size());
         };
     }

@@ -35,7 +35,7 @@ SilentPort::SilentPort() : m_listener(LoopbackSocket::E_LISTENING, false, 0)
     {
         m_waiting.emplace_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
         const int fd = m_waiting.back().get();
-        ::connect(fd, address.getNativeForm(), static_cast<socklen_t>(address.getNativeFormSize()));
+        (void)::connect(fd, address.getNativeForm(), static_cast<socklen_t>(address.getNativeFormSize()));
         pollfd connected{fd, POLLOUT, 0};
         if (::poll(&connected, 1, 100) == 0)
         {

@@ -124,6 +124,7 @@ TEST(SSLHandshake, ContextServesManyThreads)
     ScriptedServer server(tlsServer(), greet);
     const SSLClientCtxRef context = trustingClient();
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int i = 0; i < 8; ++i)
     {
         threads.emplace_back(

@@ -13,7 +13,6 @@
 using blocxx::SocketAddress;
 using blocxx::String;
 using blocxx::UnknownHostException;
-using testing::HasSubstr;
 using testing::StartsWith;
 using zol_test::ScriptedResolver;
 
@@ -174,6 +173,7 @@ TEST(SocketAddress, IPv6OnlyNameResolves)
 TEST(SocketAddress, NameWithMoreAddressesThanOneAnswerHoldsKeepsThemAll)
 {
     std::vector<std::string> addresses;
+    addresses.reserve(200);
     for (int i = 0; i < 200; ++i)
     {
         addresses.push_back("127.0.1." + std::to_string(i));

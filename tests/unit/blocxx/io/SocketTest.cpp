@@ -20,10 +20,8 @@
 #include <cstring>
 
 using blocxx::DateTime;
-using blocxx::IOIFC;
 using blocxx::Socket;
 using blocxx::SocketAddress;
-using blocxx::SocketException;
 using blocxx::Timeout;
 using testing::HasSubstr;
 using zol_test::ConnectFailure;

@@ -19,8 +19,6 @@ using blocxx::IOIFCStreamBuffer;
 using blocxx::Socket;
 using blocxx::SocketException;
 using blocxx::Timeout;
-using testing::HasSubstr;
-using testing::StartsWith;
 using zol_test::loopback;
 using zol_test::readUpTo;
 using zol_test::ScriptedServer;
