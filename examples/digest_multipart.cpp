@@ -23,15 +23,15 @@ struct FreeChain
 ZOLNS2::MIME::ContentRef bodyOf(char** begin, char** end)
 {
     using namespace ZOLNS2::MIME;
-    auto* const multipart = new MultipartMixedContent("=_boundary_of_digest_multipart");
-    const ContentRef body(multipart);
+    const blocxx::IntrusiveReference<MultipartMixedContent> body(
+        new MultipartMixedContent("=_boundary_of_digest_multipart"));
     for (; begin != end; ++begin)
     {
         if (!std::ifstream(*begin))
         {
             throw std::runtime_error(std::string("cannot open ") + *begin);
         }
-        multipart->addPart(ContentRef(new FileApplicationOctetStreamContent(blocxx::String(*begin))));
+        body->addPart(ContentRef(new FileApplicationOctetStreamContent(blocxx::String(*begin))));
     }
     return body;
 }

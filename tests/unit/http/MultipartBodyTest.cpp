@@ -26,7 +26,6 @@ namespace
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 using zol_test::logLines;
 using namespace ZOLNS2;
 using HTTP::Response;
@@ -463,7 +462,9 @@ TEST(MultipartBody, AHeaderOfTenMegabytesMakesAnOctetStreamAndNothingElseIsLost)
 
 TEST(MultipartBody, APreambleOfSixteenMegabytesIsPassedOver)
 {
-    PieceBuffer buffer(std::string(16 << 20, '-') + TWO_PARTS, 1 << 20);
+    std::string body;
+    body.resize(16 << 20, '-');
+    PieceBuffer buffer(body + TWO_PARTS, 1 << 20);
     std::istream in(&buffer);
     Response response = multipartResponse();
     response.parseResponseData(in);

@@ -318,7 +318,6 @@ TEST(ContentBIO, WhatTheContentThrowsComesOutOfFilters)
     const std::string line = "QUJDREVGR0hJSktMTU5PUFFSU1RVVldYWVphYmNkZWZnaGlqa2xtbm9wcXJzdHV2\n";
     for (const BIO_METHOD* const filter : {BIO_f_base64(), BIO_f_md(), BIO_f_buffer()})
     {
-        std::atomic<int> alive{0};
         std::string text;
         for (int i = 0; i < 100; ++i)
         {

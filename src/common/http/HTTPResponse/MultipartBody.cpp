@@ -23,7 +23,7 @@ Search searchFor(const blocxx::String& pattern)
 
 blocxx::String boundaryOf(const MIME::ContentTypeHeader& contentType)
 {
-    const blocxx::String boundary = contentType.getParameterValue("boundary");
+    blocxx::String boundary = contentType.getParameterValue("boundary");
     if (boundary.empty())
     {
         const blocxx::String message = blocxx::Format("Content-Type says multipart, but no boundary supplied.  %1,",

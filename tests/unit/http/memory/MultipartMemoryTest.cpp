@@ -103,7 +103,7 @@ private:
 };
 
 /// Tables, logger, contents' own objects, the buffer: all that does not grow with a part.
-const size_t SMALL_THINGS = 128 * 1024;
+const size_t SMALL_THINGS = size_t{128} * 1024;
 
 void checkPeaks(const std::vector<PartPlan>& plans)
 {
