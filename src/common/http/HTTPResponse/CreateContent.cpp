@@ -128,7 +128,7 @@ MIME::ContentRef createContent(std::vector<char>& data, const MIME::ContentTypeH
     if (mainType.equalsIgnoreCase("application"))
     {
         ZOL_LOG(logger, DEBUG2, "Creating an ApplicationOctetStreamContent type for the given data.");
-        const MIME::ContentRef content(new MIME::ApplicationOctetStreamContent(data.data(), data.size()));
+        MIME::ContentRef content(new MIME::ApplicationOctetStreamContent(data.data(), data.size()));
         releaseStorage(data);
         return content;
     }
