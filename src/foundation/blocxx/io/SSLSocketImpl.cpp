@@ -40,11 +40,6 @@ short awaitedEvent(int sslError)
     }
 }
 
-bool isCut(unsigned long error)
-{
-    return ERR_GET_LIB(error) == ERR_LIB_SSL && ERR_GET_REASON(error) == SSL_R_UNEXPECTED_EOF_WHILE_READING;
-}
-
 const char* adviceFor(long verdict)
 {
     switch (verdict)
@@ -175,7 +170,6 @@ void SSLSocketImpl::startSession(const Deadline& deadline)
 
 void SSLSocketImpl::throwHandshakeFailed(int sslError, int error) const
 {
-    const bool cut = isCut(ERR_peek_error());
     const String reasons = takeOpenSSLErrors();
     const long verdict = SSL_get_verify_result(m_ssl.get());
     if (verifies() && verdict != X509_V_OK)
@@ -187,9 +181,8 @@ void SSLSocketImpl::throwHandshakeFailed(int sslError, int error) const
     {
         BLOCXX_THROW_ERRNO_MSG1(SSLException, Format("SSL connect error: %1", peerText()), error);
     }
-    const bool closed = cut || reasons.empty();
     throwSSL(Format("SSL connect error: %1: %2", peerText(),
-                    closed ? String("the peer closed the connection during the handshake") : reasons));
+                    reasons.empty() ? String("the peer closed the connection during the handshake") : reasons));
 }
 
 int SSLSocketImpl::receive(void* data, int length)
@@ -244,15 +237,15 @@ bool SSLSocketImpl::awaitProgress(int sslError, const Timeout& timeout)
     }
     // OpenSSL forbids the shut-down of a connection that has failed.
     m_mayShutDown = false;
-    const bool cut = isCut(ERR_peek_error());
     ERR_clear_error();
-    if (sslError == SSL_ERROR_SYSCALL && error != 0)
+    if (sslError == SSL_ERROR_SYSCALL)
     {
-        errno = error;
+        // Without errno the connection was cut: it ended, but not with close-notify.
+        errno = error != 0 ? error : ECONNRESET;
     }
     else
     {
-        errno = cut || sslError == SSL_ERROR_SYSCALL ? ECONNRESET : EPROTO;
+        errno = EPROTO;
     }
     return false;
 }
