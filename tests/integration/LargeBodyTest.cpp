@@ -33,6 +33,7 @@ constexpr std::uint64_t VERY_LARGE = std::uint64_t(1) << 30; // instrumented cop
 constexpr std::uint64_t VERY_LARGE = std::uint64_t(10) << 30;
 #endif
 constexpr std::size_t MEBIBYTE = 1 << 20;
+constexpr double MEBIBYTES = static_cast<double>(VERY_LARGE) / MEBIBYTE;
 constexpr std::size_t ALLOWED_GROWTH = 16 * MEBIBYTE;
 
 // Looks at the resident set now and then.
@@ -82,7 +83,7 @@ TEST(LargeBody, StreamsWithoutGrowing)
     EXPECT_EQ(pullWatching(fetch(server.port(), Ask()), memory), VERY_LARGE);
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
     EXPECT_LT(memory.growth(), ALLOWED_GROWTH);
-    RecordProperty("MiBPerSecond", static_cast<int>(static_cast<double>(VERY_LARGE / MEBIBYTE) / seconds.count()));
+    RecordProperty("MiBPerSecond", static_cast<int>(MEBIBYTES / seconds.count()));
 }
 
 TEST(LargeBody, StreamsOutOfChunksWithoutGrowing)

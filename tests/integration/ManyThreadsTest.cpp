@@ -28,6 +28,7 @@ std::vector<std::string> inAllThreads(Action action)
     std::mutex mutex;
     std::vector<std::string> problems;
     std::vector<std::thread> threads;
+    threads.reserve(THREADS);
     for (int thread = 0; thread < THREADS; ++thread)
     {
         threads.emplace_back(

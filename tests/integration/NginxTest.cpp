@@ -13,7 +13,6 @@ namespace
 
 using namespace ZOLNS2;
 using namespace zol_integration;
-using testing::HasSubstr;
 using zol_test::NginxServer;
 
 NginxServer::Options configuration()
@@ -52,7 +51,7 @@ protected:
 // In all tests that do not ask to close, the server leaves the connection open: reading one byte too many would wait.
 TEST_F(Nginx, FilesOfEverySizeArriveWhole)
 {
-    for (const std::size_t size : {0, 1, 2, 1000, 65535, 65536, 65537, 1 << 20})
+    for (const std::size_t size : {0U, 1U, 2U, 1000U, 65535U, 65536U, 65537U, 1U << 20})
     {
         SCOPED_TRACE(size);
         const std::string content = pattern(size);

@@ -54,7 +54,7 @@ protected:
 TEST_F(NginxTls, FilesOfEverySizeArriveWhole)
 {
     const NginxServer server(options(forLoopback()));
-    for (const std::size_t size : {0, 1, 16384, 16385, 1 << 20})
+    for (const std::size_t size : {0U, 1U, 16384U, 16385U, 1U << 20})
     {
         SCOPED_TRACE(size);
         const std::string content = pattern(size);

@@ -34,7 +34,7 @@ std::string alongPath(const std::string& program)
     std::istringstream folders(std::string(path != nullptr ? path : "/usr/bin:/bin") + ":/usr/sbin:/sbin");
     for (std::string folder; std::getline(folders, folder, ':');)
     {
-        std::string candidate = folder + "/" + program;
+        std::string candidate = folder.append("/").append(program);
         if (::access(candidate.c_str(), X_OK) == 0)
         {
             return candidate;
@@ -61,6 +61,7 @@ std::vector<std::string> environmentWith(const std::vector<std::pair<std::string
         values[change.first] = change.second;
     }
     std::vector<std::string> result;
+    result.reserve(values.size());
     for (const auto& value : values)
     {
         result.push_back(value.first + "=" + value.second);
@@ -71,6 +72,7 @@ std::vector<std::string> environmentWith(const std::vector<std::pair<std::string
 std::vector<char*> pointersTo(std::vector<std::string>& texts)
 {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts)
     {
         pointers.push_back(text.data());

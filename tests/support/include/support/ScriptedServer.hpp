@@ -2,6 +2,8 @@
 
 #include "support/Descriptor.hpp"
 
+#include <openssl/types.h>
+
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -13,12 +15,6 @@
 #include <string_view>
 #include <thread>
 #include <vector>
-
-extern "C"
-{
-    using SSL = struct ssl_st;
-    using SSL_CTX = struct ssl_ctx_st;
-}
 
 namespace zol_test
 {
