@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""Counts the user-space instructions of a program, as a processor counts them.
+"""usage: scripts/instruction_count.py COMMAND...
 
-callgrind takes every round of a repeated string instruction (rep movs, rep stos) for an instruction of its own, so that
-copying a byte would cost one; to the processor the whole copy is one. usage: scripts/instruction_count.py COMMAND...
+Counts the user-space instructions of a program with callgrind, and prints two figures: what callgrind counts, and that
+count with each repeated string instruction (rep movs, rep stos) taken once. callgrind takes every round of such an
+instruction for one of its own, so that a large copy costs one a byte; to the processor the whole copy is one.
 """
 import re
 import subprocess
@@ -62,6 +63,7 @@ def surplus(costs):
 
 
 def count(command):
+    """What callgrind counts, and the same with repeated string instructions taken once."""
     with tempfile.TemporaryDirectory(prefix="instructions-") as folder:
         profile = Path(folder) / "profile"
         run = subprocess.run(["valgrind", "--tool=callgrind", f"--callgrind-out-file={profile}", "--dump-instr=yes",
@@ -70,8 +72,9 @@ def count(command):
         found = re.search(r"Collected : (\d+)", run.stderr)
         if run.returncode != 0 or not found:
             sys.exit(f"{' '.join(map(str, command))} failed:\n{run.stderr}")
-        return int(found.group(1)) - surplus(costs_by_address(profile.read_text(errors="replace").splitlines()))
+        counted = int(found.group(1))
+        return counted, counted - surplus(costs_by_address(profile.read_text(errors="replace").splitlines()))
 
 
 if __name__ == "__main__":
-    print(count(sys.argv[1:]))
+    print(*count(sys.argv[1:]))
