@@ -66,6 +66,13 @@ int writeUntilFailure(Socket& socket)
 
 } // namespace
 
+/// Not before the client has connected: a reset that comes sooner is a failed connect.
+void resetAfterOneByte(ServerConnection& connection)
+{
+    connection.receive(1);
+    connection.reset();
+}
+
 TEST(SocketRead, HandsOverWhatHasArrived)
 {
     std::promise<void> more;
@@ -97,12 +104,7 @@ TEST(SocketRead, OrderlyEndIsZeroAndStaysSo)
 
 TEST(SocketRead, ResetIsAnError)
 {
-    ScriptedServer server(
-        [](ServerConnection& connection)
-        {
-            connection.receive(1);
-            connection.reset();
-        });
+    ScriptedServer server(resetAfterOneByte);
     Socket socket;
     socket.connect(loopback(server.port()));
     socket.write("x", 1);
@@ -113,12 +115,7 @@ TEST(SocketRead, ResetIsAnError)
 
 TEST(SocketRead, ThrowsWhenAskedTo)
 {
-    ScriptedServer server(
-        [](ServerConnection& connection)
-        {
-            connection.receive(1);
-            connection.reset();
-        });
+    ScriptedServer server(resetAfterOneByte);
     Socket socket;
     socket.connect(loopback(server.port()));
     socket.write("x", 1);
@@ -312,10 +309,10 @@ TEST(SocketWrite, ToAResetPeerIsAnErrorAndNoSignal)
 {
     // A signal would end the test program.
     ::signal(SIGPIPE, SIG_DFL);
-    ScriptedServer server([](ServerConnection& connection) { connection.reset(); });
+    ScriptedServer server(resetAfterOneByte);
     Socket socket;
     socket.connect(loopback(server.port()));
-    EXPECT_TRUE(server.waitForConnections(1));
+    socket.write("x", 1);
     EXPECT_TRUE(server.waitUntilIdle());
     EXPECT_THAT(writeUntilFailure(socket), testing::AnyOf(EPIPE, ECONNRESET));
     EXPECT_EQ(socket.write("x", 1), -1);
@@ -327,9 +324,10 @@ TEST(SocketWrite, ToAResetPeerIsAnErrorAndNoSignal)
 
 TEST(SocketWrite, ThrowsWhenAskedTo)
 {
-    ScriptedServer server([](ServerConnection& connection) { connection.reset(); });
+    ScriptedServer server(resetAfterOneByte);
     Socket socket;
     socket.connect(loopback(server.port()));
+    socket.write("x", 1);
     EXPECT_TRUE(server.waitUntilIdle());
     writeUntilFailure(socket);
     try
@@ -440,8 +438,9 @@ TEST_F(SocketStream, LocalDisconnectGivesBad)
 
 TEST_F(SocketStream, WriteToAResetPeerGivesBad)
 {
-    ScriptedServer server([](ServerConnection& connection) { connection.reset(); });
+    ScriptedServer server(resetAfterOneByte);
     connect(server);
+    m_socket.write("x", 1);
     EXPECT_TRUE(server.waitUntilIdle());
     writeUntilFailure(m_socket);
     m_stream << "x" << std::flush;
