@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <random>
 #include <string>
@@ -189,6 +190,41 @@ TEST(BoyerMooreSearchCases, RandomBytesWithRefillsOfEverySize)
     }
     RecordProperty("cases", device.cases() + plain.cases() + unbuffered.cases());
     EXPECT_EQ(device.cases(), 300 * 64);
+}
+
+/// A stream buffer of the size that a connection has.
+class LargeBuffer : public DeviceBuffer
+{
+public:
+    explicit LargeBuffer(Script script) : DeviceBuffer(std::move(script), 65536) {}
+};
+
+TEST(BoyerMooreSearchCases, OccurrencesAndNearMissesAcrossTheEndsOfPagesOfALargeBuffer)
+{
+    std::mt19937 random(99);
+    Checker<LargeBuffer> checker;
+    for (const std::size_t length : {1U, 2U, 3U, 34U, 75U, 5000U})
+    {
+        const std::string pattern = randomBytes(random, length, length > 1 ? 4 : 2);
+        const Search search(pattern.data(), pattern.size());
+        for (std::size_t into = 0; into <= std::min<std::size_t>(length, 80) && !HasFailure(); ++into)
+        {
+            // The pattern, and what nearly is one, end `into` bytes behind the end of each page in turn.
+            std::string text = randomBytes(random, 5 * 4096 + into, 2);
+            for (std::size_t page = 1; page <= 5; ++page)
+            {
+                const std::size_t begin = page * 4096 + into - std::min(page * 4096 + into, length);
+                text.replace(begin, pattern.size(), pattern);
+                text[begin + random() % length] ^= static_cast<char>(page % 2);
+            }
+            for (const std::size_t step : {100000U, 65536U, 20000U, 4097U, 4096U, 4095U, 1000U})
+            {
+                checker.check(search, pattern, text, step);
+            }
+        }
+    }
+    RecordProperty("cases", checker.cases());
+    EXPECT_EQ(checker.cases(), 7 * (2 + 3 + 4 + 35 + 76 + 81));
 }
 
 TEST(BoyerMooreSearchCases, RandomSearchesLeaveWhatSingleCharacterReadsLeave)

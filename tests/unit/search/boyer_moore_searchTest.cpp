@@ -263,6 +263,45 @@ TEST(BoyerMooreSearch, FindsItThroughABufferOfOursThatHasNoWindow)
     EXPECT_EQ(searchIn(searchFor("--b"), in), (Found{false, "rest--"}));
 }
 
+/// Keeps the runs that it was given.
+struct Runs
+{
+    void append(const char* bytes, std::size_t count) { text.append(bytes, count); }
+
+    std::string text{};
+};
+
+TEST(BoyerMooreSearch, GivesASinkWhatStoodBeforeThePatternInOrder)
+{
+    const std::string text(10000, 'x');
+    for (const std::size_t step : {1U, 3U, 100U, 20000U})
+    {
+        DeviceBuffer device(Script{text + "--" + text + "--brest", step}, 20000);
+        PlainBuffer plain(Script{text + "--" + text + "--brest", step});
+        for (std::streambuf* const buffer :
+             {static_cast<std::streambuf*>(&device), static_cast<std::streambuf*>(&plain)})
+        {
+            std::istream in(buffer);
+            Runs runs;
+            EXPECT_TRUE(searchFor("--b").searchStreamInto(in, runs));
+            EXPECT_TRUE(runs.text == text + "--" + text) << step;
+            EXPECT_FALSE(searchFor("--b").searchStreamInto(in, runs));
+            EXPECT_TRUE(runs.text == text + "--" + text + "rest") << "what the sink holds is left to it";
+        }
+    }
+}
+
+TEST(BoyerMooreSearch, PassesOnWhatASinkThrows)
+{
+    struct FullSink
+    {
+        void append(const char*, std::size_t) { throw std::length_error("full"); }
+    } sink;
+    DeviceBuffer buffer(Script{"some text--b", 64});
+    std::istream in(&buffer);
+    EXPECT_THROW(searchFor("--b").searchStreamInto(in, sink), std::length_error);
+}
+
 TEST(BoyerMooreSearch, ACopyAndAnAssignedSearchFindWhatTheOriginalFinds)
 {
     Search search = searchFor("--first");

@@ -55,7 +55,19 @@ public:
     /// occurrence. How many bytes the stream reports in gcount() is unspecified.
     bool searchStream(std::istream& in, std::vector<CharT>& out) const;
 
+    /// The same, with the bytes in front of the occurrence given to `out.append(const CharT* bytes, std::size_t count)`
+    /// in the order of the stream, a run at a time. A run is valid during the call only. What `append` throws passes
+    /// through; which bytes of the stream have been read is unspecified then.
+    template <class Sink>
+    bool searchStreamInto(std::istream& in, Sink& out) const;
+
 private:
+    struct VectorSink
+    {
+        void append(const CharT* bytes, std::size_t count) { m_bytes.insert(m_bytes.end(), bytes, bytes + count); }
+        std::vector<CharT>& m_bytes;
+    };
+
     template <class Buffer, class = void>
     struct OffersWindows : std::false_type
     {
@@ -68,22 +80,38 @@ private:
     };
 
     static std::size_t asIndex(CharT c) { return static_cast<unsigned char>(c); }
+    static std::size_t pairIndex(const CharT* pair)
+    {
+        std::uint16_t both = 0;
+        std::memcpy(&both, pair, sizeof(both));
+        return both * 0x9E3779B1U >> 22U; // multiplicative hashing: the upper 10 bits depend on all of the pair
+    }
 
     void precomputeCharacterTables();
     std::size_t shiftAfter(std::ptrdiff_t mismatch, std::size_t c) const;
+    std::size_t shiftAt(const CharT* text) const;
     static std::ptrdiff_t lastMismatch(const CharT* left, const CharT* right, std::size_t size);
     std::size_t skipToLastByte(const CharT* text, std::size_t size, std::size_t end) const;
     bool scan(const CharT* text, std::size_t size, std::size_t& candidate) const;
-    bool search(std::istream& in, std::vector<CharT>& out, std::size_t& candidate) const;
-    template <class Buffer>
-    bool searchWindows(std::istream& in, Buffer& buffer, std::vector<CharT>& out, std::size_t& candidate) const;
-    bool searchBlocks(std::istream& in, std::vector<CharT>& out, std::size_t& candidate) const;
+    template <class Sink>
+    bool scanInto(Sink& out, const CharT* text, std::size_t size, std::size_t& candidate) const;
+    std::size_t shiftsThrough(const std::vector<CharT>& text) const;
+    template <class Sink>
+    bool search(std::istream& in, Sink& out, std::vector<CharT>& pending) const;
+    template <class Buffer, class Sink>
+    bool searchWindows(std::istream& in, Buffer& buffer, Sink& out, std::vector<CharT>& pending) const;
+    template <class Sink>
+    bool searchBlocks(std::istream& in, Sink& out, std::vector<CharT>& pending) const;
+    template <class Sink>
+    static void settle(std::vector<CharT>& pending, std::size_t count, Sink& out);
     static bool readBlock(std::istream& in, std::vector<CharT>& out, std::size_t size);
     static bool refill(std::istream& in);
     static void setBad(std::istream& in);
 
     std::vector<CharT> m_pattern;
     std::array<IndexT, 256> m_lastOccurrence{};
+    /// By pairIndex(): whether the pattern may hold such a pair.
+    std::array<bool, 1024> m_pairs{};
     /// Shift by the byte under the pattern's last one, both rules applied; 0 for the byte that matches there.
     std::array<std::size_t, 256> m_endShift{};
     /// Entry i is the good-suffix shift when everything from i on matched and the byte in front of it did not.
@@ -150,6 +178,10 @@ void boyer_moore_search<CharT, SizeT, IndexT>::precomputeCharacterTables()
     {
         m_lastOccurrence[asIndex(m_pattern[i])] = static_cast<IndexT>(i);
     }
+    for (std::size_t i = 1; i < m_pattern.size(); ++i)
+    {
+        m_pairs[pairIndex(&m_pattern[i - 1])] = true;
+    }
     const std::ptrdiff_t last = static_cast<std::ptrdiff_t>(m_pattern.size()) - 1;
     for (std::size_t c = 0; c < m_endShift.size(); ++c)
     {
@@ -163,6 +195,14 @@ std::size_t boyer_moore_search<CharT, SizeT, IndexT>::shiftAfter(std::ptrdiff_t 
 {
     return static_cast<std::size_t>(std::max<std::ptrdiff_t>(m_suffixShift[static_cast<std::size_t>(mismatch + 1)],
                                                              mismatch - m_lastOccurrence[c]));
+}
+
+/// How far the pattern moves from `text`, where as many bytes stand as it has; 0 where it is found.
+template <class CharT, class SizeT, class IndexT>
+std::size_t boyer_moore_search<CharT, SizeT, IndexT>::shiftAt(const CharT* text) const
+{
+    const std::ptrdiff_t mismatch = lastMismatch(text, m_pattern.data(), m_pattern.size());
+    return mismatch < 0 ? 0 : shiftAfter(mismatch, asIndex(text[mismatch]));
 }
 
 /// The index of the last byte in which the two differ, -1 when they are equal.
@@ -208,22 +248,23 @@ std::size_t boyer_moore_search<CharT, SizeT, IndexT>::skipToLastByte(const CharT
     {
         return end;
     }
-    // Three shifts at a time, of which one tells for all: where the byte fits, they do not move any further.
-    const std::size_t reach = 3 * m_pattern.size();
-    for (const std::size_t limit = std::max(size, reach) - reach; end < limit;)
+    const std::size_t last = m_pattern.size() - 1;
+    while (end < size)
     {
-        end += m_endShift[asIndex(text[end])];
-        end += m_endShift[asIndex(text[end])];
+        // Two bytes that the pattern does not hold side by side are in no occurrence. Few of a text's pairs are in a
+        // pattern, so the processor guesses right and looks at the next places before it knows; the shift that a byte
+        // tells has to be waited for.
+        if (last > 0 && !m_pairs[pairIndex(text + end - 1)])
+        {
+            end += last;
+            continue;
+        }
         const std::size_t shift = m_endShift[asIndex(text[end])];
         if (shift == 0)
         {
             return end;
         }
         end += shift;
-    }
-    while (end < size && m_endShift[asIndex(text[end])] != 0)
-    {
-        end += m_endShift[asIndex(text[end])];
     }
     return end;
 }
@@ -255,6 +296,33 @@ template <class CharT, class SizeT, class IndexT>
 bool boyer_moore_search<CharT, SizeT, IndexT>::searchStream(std::istream& in, std::vector<CharT>& out) const
 {
     out.clear();
+    VectorSink sink{out};
+    std::vector<CharT> pending;
+    try
+    {
+        return search(in, sink, pending);
+    }
+    catch (...)
+    {
+        sink.append(pending.data(), pending.size());
+        out.resize(std::min(shiftsThrough(out), out.size()));
+        throw;
+    }
+}
+
+template <class CharT, class SizeT, class IndexT>
+template <class Sink>
+bool boyer_moore_search<CharT, SizeT, IndexT>::searchStreamInto(std::istream& in, Sink& out) const
+{
+    std::vector<CharT> pending;
+    return search(in, out, pending);
+}
+
+/// `pending` holds, while a search runs, the bytes that have been read and may begin an occurrence.
+template <class CharT, class SizeT, class IndexT>
+template <class Sink>
+bool boyer_moore_search<CharT, SizeT, IndexT>::search(std::istream& in, Sink& out, std::vector<CharT>& pending) const
+{
     if (in.fail())
     {
         return false;
@@ -268,98 +336,131 @@ bool boyer_moore_search<CharT, SizeT, IndexT>::searchStream(std::istream& in, st
     {
         return false;
     }
-    std::size_t candidate = 0;
-    try
-    {
-        return search(in, out, candidate);
-    }
-    catch (...)
-    {
-        out.resize(std::min(candidate, out.size()));
-        throw;
-    }
-}
-
-// While a search runs, `out` also holds the bytes that may still begin an occurrence: those from `candidate` on.
-template <class CharT, class SizeT, class IndexT>
-bool boyer_moore_search<CharT, SizeT, IndexT>::search(std::istream& in, std::vector<CharT>& out,
-                                                      std::size_t& candidate) const
-{
     if constexpr (OffersWindows<blocxx::BaseStreamBuffer>::value)
     {
         if (auto* const buffer = dynamic_cast<blocxx::BaseStreamBuffer*>(in.rdbuf()))
         {
-            return searchWindows(in, *buffer, out, candidate);
+            return searchWindows(in, *buffer, out, pending);
         }
     }
-    return searchBlocks(in, out, candidate);
+    return searchBlocks(in, out, pending);
 }
 
-/// Scans what the stream's buffer holds in place, and moves whole windows to `out`.
+/// Where the shifts of the two rules alone lead in a text, up to an occurrence or the end; skipToLastByte() may have
+/// gone further.
 template <class CharT, class SizeT, class IndexT>
-template <class Buffer>
-bool boyer_moore_search<CharT, SizeT, IndexT>::searchWindows(std::istream& in, Buffer& buffer, std::vector<CharT>& out,
-                                                             std::size_t& candidate) const
+std::size_t boyer_moore_search<CharT, SizeT, IndexT>::shiftsThrough(const std::vector<CharT>& text) const
+{
+    std::size_t candidate = 0;
+    std::size_t shift = 1;
+    while (shift > 0 && candidate + m_pattern.size() <= text.size())
+    {
+        shift = shiftAt(text.data() + candidate);
+        candidate += shift;
+    }
+    return candidate;
+}
+
+/// As scan(), and gives `out` every byte in front of what `candidate` becomes.
+template <class CharT, class SizeT, class IndexT>
+template <class Sink>
+bool boyer_moore_search<CharT, SizeT, IndexT>::scanInto(Sink& out, const CharT* text, std::size_t size,
+                                                        std::size_t& candidate) const
+{
+    // A page at a time: its bytes are still in the first-level cache when they are copied.
+    const std::size_t page = 4096;
+    bool found = false;
+    std::size_t given = 0;
+    for (std::size_t end = 0; end < size && !found;)
+    {
+        end = std::min(size, end + page);
+        found = scan(text, end, candidate);
+        const std::size_t settled = std::min(candidate, end);
+        out.append(text + given, settled - given);
+        given = settled;
+    }
+    return found;
+}
+
+/// Scans what the stream's buffer holds in place. What may still begin an occurrence when a window ends is kept beside.
+template <class CharT, class SizeT, class IndexT>
+template <class Buffer, class Sink>
+bool boyer_moore_search<CharT, SizeT, IndexT>::searchWindows(std::istream& in, Buffer& buffer, Sink& out,
+                                                             std::vector<CharT>& pending) const
 {
     while (true)
     {
         if (buffer.window().size == 0 && !refill(in))
         {
+            settle(pending, pending.size(), out);
             return false;
         }
         const auto window = buffer.window();
         if (window.size == 0)
         {
-            return searchBlocks(in, out, candidate); // a subclass that keeps nothing in the buffer
+            return searchBlocks(in, out, pending); // a subclass that keeps nothing in the buffer
         }
-        std::size_t inWindow = 0;
-        if (candidate < out.size())
+        std::size_t candidate = 0;
+        if (!pending.empty())
         {
-            // An occurrence may begin in front of the window: look at the seam, with as much of the window as that
-            // takes.
-            const std::size_t held = out.size();
+            // Look at the seam, with as much of the window as that takes.
+            const std::size_t held = pending.size();
             const std::size_t borrowed = std::min(window.size, m_pattern.size() - 1);
-            out.insert(out.end(), window.data, window.data + borrowed);
-            if (scan(out.data(), out.size(), candidate))
+            pending.insert(pending.end(), window.data, window.data + borrowed);
+            const bool found = scan(pending.data(), pending.size(), candidate);
+            if (found || candidate < held)
             {
-                buffer.consume(candidate + m_pattern.size() - held);
-                out.resize(candidate);
-                return true;
-            }
-            if (candidate < held)
-            {
-                buffer.consume(borrowed);
+                settle(pending, candidate, out);
+                buffer.consume(found ? candidate + m_pattern.size() - held : borrowed);
+                if (found)
+                {
+                    return true;
+                }
                 continue;
             }
-            inWindow = candidate - held;
-            out.resize(held);
+            out.append(pending.data(), held);
+            pending.clear();
+            candidate -= held;
         }
-        const std::size_t base = out.size();
-        const bool found = scan(window.data, window.size, inWindow);
-        candidate = base + inWindow;
-        out.insert(out.end(), window.data, window.data + (found ? inWindow : window.size));
-        buffer.consume(found ? inWindow + m_pattern.size() : window.size);
-        if (found)
+        if (scanInto(out, window.data, window.size, candidate))
         {
+            buffer.consume(candidate + m_pattern.size());
             return true;
         }
+        pending.assign(window.data + candidate, window.data + window.size);
+        buffer.consume(window.size);
     }
 }
 
 /// Reads just what is missing for the next comparison, which makes it right for any stream.
 template <class CharT, class SizeT, class IndexT>
-bool boyer_moore_search<CharT, SizeT, IndexT>::searchBlocks(std::istream& in, std::vector<CharT>& out,
-                                                            std::size_t& candidate) const
+template <class Sink>
+bool boyer_moore_search<CharT, SizeT, IndexT>::searchBlocks(std::istream& in, Sink& out,
+                                                            std::vector<CharT>& pending) const
 {
-    do
+    while (true)
     {
-        if (!readBlock(in, out, candidate + m_pattern.size() - out.size()))
+        if (!readBlock(in, pending, m_pattern.size() - pending.size()))
         {
+            settle(pending, pending.size(), out);
             return false;
         }
-    } while (!scan(out.data(), out.size(), candidate));
-    out.resize(candidate);
-    return true;
+        const std::size_t shift = shiftAt(pending.data());
+        if (shift == 0)
+        {
+            return true;
+        }
+        settle(pending, shift, out);
+    }
+}
+
+/// Moves bytes that cannot be part of an occurrence from the front of `pending` to `out`.
+template <class CharT, class SizeT, class IndexT>
+template <class Sink>
+void boyer_moore_search<CharT, SizeT, IndexT>::settle(std::vector<CharT>& pending, std::size_t count, Sink& out)
+{
+    out.append(pending.data(), count);
+    pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(count));
 }
 
 /// Appends exactly `size` bytes of the stream to `out`; false when it ended or failed first, with those that came
@@ -382,7 +483,15 @@ bool boyer_moore_search<CharT, SizeT, IndexT>::readBlock(std::istream& in, std::
         const std::size_t wanted = ready > 0 ? std::min(static_cast<std::size_t>(ready), size) : size;
         const std::size_t held = out.size();
         out.resize(held + wanted);
-        in.read(out.data() + held, static_cast<std::streamsize>(wanted));
+        try
+        {
+            in.read(out.data() + held, static_cast<std::streamsize>(wanted));
+        }
+        catch (...)
+        {
+            out.resize(held + static_cast<std::size_t>(in.gcount()));
+            throw;
+        }
         const auto got = static_cast<std::size_t>(in.gcount());
         out.resize(held + got);
         size -= got;
