@@ -1,6 +1,7 @@
 #include "support/LogLines.hpp"
 
 #include "blocxx/BaseStreamBuffer.hpp"
+#include "blocxx/NULLReferenceException.hpp"
 #include "zol/http/Response.hpp"
 #include "zol/mime/ContentException.hpp"
 #include "zol/mime/MultipartMixedContent.hpp"
@@ -31,6 +32,7 @@ using namespace ZOLNS2;
 using HTTP::Response;
 
 const char* const RESPONSE = "zol.common.http.response";
+const size_t END_OF_DATA = std::numeric_limits<size_t>::max();
 
 Response multipartResponse(const char* parameters = "; boundary=B")
 {
@@ -42,7 +44,7 @@ Response multipartResponse(const char* parameters = "; boundary=B")
 /// What became of a part: its kind, a colon, its bytes.
 std::string described(const MIME::ContentRef& content)
 {
-    const blocxx::Array<char> bytes = getContentData(content, std::numeric_limits<size_t>::max());
+    const blocxx::Array<char> bytes = getContentData(content, END_OF_DATA);
     const std::string text(bytes.begin(), bytes.end());
     return (content.cast_to<MIME::TextPlainContent>()                ? "text:"
             : content.cast_to<MIME::ApplicationOctetStreamContent>() ? "octets:"
@@ -339,6 +341,45 @@ TEST(MultipartBody, IsReadAlikeInPiecesOfEverySize)
         response.parseResponseData(in);
         ASSERT_THAT(described(response.contents), ElementsAre("text:one", "octets:two")) << piece;
     }
+}
+
+TEST(MultipartBody, ALargeOctetStreamIsReadByTwoCursorsInReadsOfAnySize)
+{
+    std::string bytes;
+    for (int i = 0; bytes.size() < 70000; ++i)
+    {
+        bytes += std::to_string(i);
+    }
+    PieceBuffer buffer("--B\r\nContent-Type: application/x\r\n\r\n" + bytes + "\r\n--B--", 1000);
+    std::istream in(&buffer);
+    Response response = multipartResponse();
+    response.parseResponseData(in);
+    ASSERT_EQ(response.contents.size(), 1U);
+    const MIME::ContentRef content = response.contents[0];
+    EXPECT_EQ(toString(content->getContentType()), "application/octet-stream");
+    EXPECT_TRUE(content->hasContentLength());
+    EXPECT_EQ(content->getContentLength(), bytes.size());
+    for (const size_t size : {1000U, 16383U, 16384U, 16385U, 50000U, 70000U, 100000U})
+    {
+        const MIME::ContentStreamStateRef one = content->createInitialStreamState();
+        const MIME::ContentStreamStateRef other = content->createInitialStreamState();
+        std::string fromOne;
+        std::string fromOther;
+        std::vector<char> read(size);
+        EXPECT_EQ(content->getData(read.data(), 0, one), 0U);
+        for (size_t count = 0; (count = content->getData(read.data(), size, one)) != END_OF_DATA;)
+        {
+            fromOne.append(read.data(), count);
+            if (content->getData(read.data(), 7, other) == 7)
+            {
+                fromOther.append(read.data(), 7);
+            }
+        }
+        EXPECT_TRUE(fromOne == bytes) << size;
+        EXPECT_TRUE(fromOther == bytes.substr(0, fromOther.size())) << size;
+        EXPECT_EQ(content->getData(read.data(), size, one), END_OF_DATA) << "the end stays the end";
+    }
+    EXPECT_THROW(content->getData(nullptr, 0, MIME::ContentStreamStateRef()), blocxx::NULLReferenceException);
 }
 
 TEST(MultipartBody, AStreamThatThrowsLeavesThePartsBeforeIt)

@@ -90,7 +90,7 @@ void HTTPResponseUnit::parseSinglePartContent(std::istream& istr, MIME::Contents
     const blocxx::Logger logger(COMPONENT_NAME);
     ZOL_LOG(logger, DEBUG2, "Reading data (not multi-part)");
     std::array<char, READ_SIZE> block{};
-    std::vector<char> body;
+    ReceivedBytes body;
     while (!istr.fail())
     {
         const std::streamsize count = istr.read(block.data(), block.size()).gcount();
@@ -99,7 +99,7 @@ void HTTPResponseUnit::parseSinglePartContent(std::istream& istr, MIME::Contents
             ZOL_LOG(logger, DEBUG, blocxx::Format("Didn't read a positive number of bytes: %1", count));
             break;
         }
-        body.insert(body.end(), block.begin(), block.begin() + count);
+        body.append(block.data(), static_cast<size_t>(count));
     }
     ZOL_LOG(logger, DEBUG3, "Creating content...");
     const MIME::ContentRef content = createContent(body, contentType);

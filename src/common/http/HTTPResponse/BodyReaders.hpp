@@ -1,10 +1,11 @@
 #pragma once
 
+#include "HTTPResponse/ReceivedBytes.hpp"
+
 #include "zol/mime/Content.hpp"
 #include "zol/mime/ContentTypeHeader.hpp"
 
 #include <iosfwd>
-#include <vector>
 
 namespace ZOLNS2::HTTP::HTTPResponseUnit
 {
@@ -18,9 +19,9 @@ void parseSinglePartContent(std::istream& istr, MIME::Contents& contents, const 
 bool parseMultipartContent(std::istream& istr, MIME::Contents& contents, const MIME::ContentTypeHeader& contentType);
 
 /// Makes a text or an octet stream of `data`. Where the type is a multipart one, `data` is one of its parts and begins
-/// with header lines of its own, which then tell the type. What `data` holds afterwards is unspecified: its storage is
+/// with header lines of its own, which then tell the type. What `data` holds afterwards is unspecified: its memory is
 /// given back as soon as the bytes stand elsewhere, so that a large part is not held longer than needed.
 /// @return a null reference where the main type is neither text nor application
-MIME::ContentRef createContent(std::vector<char>& data, const MIME::ContentTypeHeader& contentType);
+MIME::ContentRef createContent(ReceivedBytes& data, const MIME::ContentTypeHeader& contentType);
 
 } // namespace ZOLNS2::HTTP::HTTPResponseUnit

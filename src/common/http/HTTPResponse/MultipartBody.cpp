@@ -4,7 +4,6 @@
 #include "zol/mime/ContentException.hpp"
 #include "zol/search/boyer_moore_search.hpp"
 
-#include <algorithm>
 #include <istream>
 
 namespace ZOLNS2::HTTP::HTTPResponseUnit
@@ -14,7 +13,7 @@ namespace
 {
 
 using Search = boyer_moore_search<char, unsigned long, int>;
-using Part = std::vector<char>;
+using Part = ReceivedBytes;
 
 Search searchFor(const blocxx::String& pattern)
 {
@@ -43,14 +42,17 @@ bool beginsWithDashes(const Part& part)
 /// Takes what is left of the boundary's line off the front of a part.
 void stripBoundaryLine(Part& part, const blocxx::Logger& logger)
 {
-    const auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
-    auto lineEnd = std::find_if_not(part.begin(), part.end(), isBlank);
-    if (lineEnd == part.end())
+    size_t lineEnd = 0;
+    while (lineEnd < part.size() && (part[lineEnd] == ' ' || part[lineEnd] == '\t'))
+    {
+        ++lineEnd;
+    }
+    if (lineEnd == part.size())
     {
         // Deliberate: this text differs from the next one, its lone parenthesis included.
         ZOL_LOG(logger, ERROR, "No trailing \\r\\n located after boundary (.");
     }
-    else if (*lineEnd == '\r' && lineEnd + 1 != part.end() && lineEnd[1] == '\n')
+    else if (part[lineEnd] == '\r' && lineEnd + 1 < part.size() && part[lineEnd + 1] == '\n')
     {
         lineEnd += 2;
     }
@@ -58,9 +60,8 @@ void stripBoundaryLine(Part& part, const blocxx::Logger& logger)
     {
         ZOL_LOG(logger, ERROR, "No trailing \\r\\n located after boundary.");
     }
-    ZOL_LOG(logger, DEBUG3,
-            blocxx::Format("Discarding %1 bytes (whitespace) attached to the boundary line.", lineEnd - part.begin()));
-    part.erase(part.begin(), lineEnd);
+    ZOL_LOG(logger, DEBUG3, blocxx::Format("Discarding %1 bytes (whitespace) attached to the boundary line.", lineEnd));
+    part.dropFront(lineEnd);
 }
 
 void logPart(const blocxx::Logger& logger, const Part& part, const blocxx::String& remark, bool moreFollow)
@@ -98,10 +99,11 @@ bool parseMultipartContent(std::istream& istr, MIME::Contents& contents, const M
     ZOL_LOG(logger, DEBUG3, "Getting parts for multi-part content");
     bool seenFirstBoundary = false;
     bool closed = false;
+    Part part;
     while (!istr.fail() && !closed)
     {
-        Part part; // a new one each time: a large part's storage is not kept for the small ones behind it
-        const bool found = search.searchStream(istr, part);
+        part.clear();
+        const bool found = search.searchStreamInto(istr, part);
         blocxx::String remark;
         if (!seenFirstBoundary)
         {

@@ -105,7 +105,7 @@ private:
 /// Tables, logger, contents' own objects, the buffer: all that does not grow with a part.
 const size_t SMALL_THINGS = size_t{128} * 1024;
 
-void checkPeaks(const std::vector<PartPlan>& plans)
+void checkPeaks(const std::vector<PartPlan>& plans, size_t timesTheCurrentPart = 4)
 {
     HTTP::Response response;
     response.contentType.setContentTypeString("Content-Type: multipart/mixed; boundary=B");
@@ -118,7 +118,7 @@ void checkPeaks(const std::vector<PartPlan>& plans)
     size_t made = 0;
     for (size_t i = 0; i < plans.size(); ++i)
     {
-        const size_t limit = made + 4 * plans[i].bytes + SMALL_THINGS;
+        const size_t limit = made + timesTheCurrentPart * plans[i].bytes + SMALL_THINGS;
         EXPECT_LE(buffer.peaks()[i] - before, limit) << "part " << i << " of " << plans[i].bytes << " bytes";
         made += plans[i].bytes;
     }
@@ -135,6 +135,15 @@ TEST(MultipartMemory, ALargePartTakesAtMostFourTimesItsSize)
         {
             checkPeaks({{type, bytes}});
         }
+    }
+}
+
+TEST(MultipartMemory, AnOctetStreamIsHeldOnceAndATextAtMostTwice)
+{
+    for (const size_t bytes : {8 * MIB, 8 * MIB + 1, 15 * MIB, 17 * MIB - 300})
+    {
+        checkPeaks({{"application/octet-stream", bytes}, {"application/octet-stream", bytes / 2}}, 1);
+        checkPeaks({{"text/plain", bytes}, {"text/plain; charset=UTF-16", bytes}}, 2);
     }
 }
 
