@@ -1,9 +1,10 @@
-// usage: multipart_read_gmime FILE
+// usage: multipart_read_gmime FILE [ROUNDS]
 // The same work as multipart_read_zol, done with GMime: FILE is a message, every part's content in a byte array.
 #include <fcntl.h>
 #include <gmime/gmime.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <vector>
 
 namespace
@@ -11,7 +12,7 @@ namespace
 
 struct Sum
 {
-    std::vector<GByteArray*> parts;
+    size_t parts = 0;
     size_t bytes = 0;
 };
 
@@ -21,42 +22,60 @@ void keepContent(GMimeObject*, GMimeObject* object, gpointer data)
     {
         return;
     }
-    auto& sum = *static_cast<Sum*>(data);
     GMimeStream* const memory = g_mime_stream_mem_new();
     g_mime_stream_mem_set_owner(GMIME_STREAM_MEM(memory), FALSE);
     g_mime_data_wrapper_write_to_stream(g_mime_part_get_content(GMIME_PART(object)), memory);
-    sum.parts.push_back(g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(memory)));
-    sum.bytes += sum.parts.back()->len;
+    static_cast<std::vector<GByteArray*>*>(data)->push_back(g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(memory)));
     g_object_unref(memory);
+}
+
+bool parse(const char* path, Sum& sum)
+{
+    const int descriptor = ::open(path, O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
+    {
+        return false;
+    }
+    GMimeStream* const stream = g_mime_stream_fs_new(descriptor);
+    GMimeParser* const parser = g_mime_parser_new_with_stream(stream);
+    g_mime_parser_set_persist_stream(parser, TRUE);
+    GMimeObject* const root = g_mime_parser_construct_part(parser, nullptr);
+    std::vector<GByteArray*> parts;
+    if (GMIME_IS_MULTIPART(root))
+    {
+        g_mime_multipart_foreach(GMIME_MULTIPART(root), keepContent, &parts);
+    }
+    sum.parts += parts.size();
+    for (GByteArray* const part : parts)
+    {
+        sum.bytes += part->len;
+        g_byte_array_free(part, TRUE);
+    }
+    g_object_unref(root);
+    g_object_unref(parser);
+    g_object_unref(stream);
+    return true;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const int descriptor = argc == 2 ? ::open(argv[1], O_RDONLY | O_CLOEXEC) : -1;
-    if (descriptor < 0)
+    if (argc < 2 || argc > 3)
     {
-        std::fprintf(stderr, "usage: %s FILE\n", argv[0]);
+        std::fprintf(stderr, "usage: %s FILE [ROUNDS]\n", argv[0]);
         return 2;
     }
     g_mime_init();
-    GMimeStream* const stream = g_mime_stream_fs_new(descriptor);
-    GMimeParser* const parser = g_mime_parser_new_with_stream(stream);
-    g_mime_parser_set_persist_stream(parser, TRUE);
-    GMimeObject* const root = g_mime_parser_construct_part(parser, nullptr);
     Sum sum;
-    if (GMIME_IS_MULTIPART(root))
+    for (int round = argc == 3 ? std::atoi(argv[2]) : 1; round > 0; --round)
     {
-        g_mime_multipart_foreach(GMIME_MULTIPART(root), keepContent, &sum);
+        if (!parse(argv[1], sum))
+        {
+            std::fprintf(stderr, "multipart_read_gmime: cannot open %s\n", argv[1]);
+            return 1;
+        }
     }
-    std::printf("%zu parts, %zu bytes\n", sum.parts.size(), sum.bytes);
-    for (GByteArray* const part : sum.parts)
-    {
-        g_byte_array_free(part, TRUE);
-    }
-    g_object_unref(root);
-    g_object_unref(parser);
-    g_object_unref(stream);
     g_mime_shutdown();
+    std::printf("%zu parts, %zu bytes\n", sum.parts, sum.bytes);
 }

@@ -1,34 +1,55 @@
-// usage: multipart_read_poco FILE BOUNDARY
+// usage: multipart_read_poco FILE BOUNDARY [ROUNDS]
 // The same work as multipart_read_zol, done with Poco's MultipartReader: every part's body in a string.
 #include <Poco/Net/MessageHeader.h>
 #include <Poco/Net/MultipartReader.h>
 #include <Poco/StreamCopier.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <vector>
 
-int main(int argc, char** argv)
-try
+namespace
 {
-    if (argc != 3)
-    {
-        std::fprintf(stderr, "usage: %s FILE BOUNDARY\n", argv[0]);
-        return 2;
-    }
-    std::ifstream file(argv[1], std::ios::binary);
-    Poco::Net::MultipartReader reader(file, argv[2]);
-    std::vector<std::string> parts;
+
+struct Sum
+{
+    size_t parts = 0;
     size_t bytes = 0;
+};
+
+void parse(const char* path, const char* boundary, Sum& sum)
+{
+    std::ifstream file(path, std::ios::binary);
+    Poco::Net::MultipartReader reader(file, boundary);
+    std::vector<std::string> parts;
     while (reader.hasNextPart())
     {
         Poco::Net::MessageHeader header;
         reader.nextPart(header);
         Poco::StreamCopier::copyToString(reader.stream(), parts.emplace_back());
-        bytes += parts.back().size();
+        sum.bytes += parts.back().size();
     }
-    std::printf("%zu parts, %zu bytes\n", parts.size(), bytes);
+    sum.parts += parts.size();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+try
+{
+    if (argc < 3 || argc > 4)
+    {
+        std::fprintf(stderr, "usage: %s FILE BOUNDARY [ROUNDS]\n", argv[0]);
+        return 2;
+    }
+    Sum sum;
+    for (int round = argc == 4 ? std::atoi(argv[3]) : 1; round > 0; --round)
+    {
+        parse(argv[1], argv[2], sum);
+    }
+    std::printf("%zu parts, %zu bytes\n", sum.parts, sum.bytes);
 }
 catch (const std::exception& e)
 {

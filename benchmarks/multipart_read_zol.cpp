@@ -1,37 +1,57 @@
-// usage: multipart_read_zol FILE BOUNDARY
-// Parses the multipart body in FILE, as it comes from a connection, into contents; prints their number and bytes.
+// usage: multipart_read_zol FILE BOUNDARY [ROUNDS]
+// Parses the multipart body in FILE, as it comes from a connection, into contents, and drops them again, ROUNDS times
+// (1); prints the number and bytes of all.
 #include "FileDevice.hpp"
 
 #include "blocxx/IOIFCStreamBuffer.hpp"
 #include "zol/http.hpp"
 
 #include <cstdio>
+#include <cstdlib>
 #include <istream>
 
 using namespace ZOLNS2;
 
-int main(int argc, char** argv)
-try
+namespace
 {
-    if (argc != 3)
-    {
-        std::fprintf(stderr, "usage: %s FILE BOUNDARY\n", argv[0]);
-        return 2;
-    }
-    FileDevice device(argv[1]);
+
+struct Sum
+{
+    size_t parts = 0;
+    size_t bytes = 0;
+};
+
+void parse(const char* path, const char* boundary, Sum& sum)
+{
+    FileDevice device(path);
     blocxx::IOIFCStreamBuffer buffer(&device, blocxx::BaseStreamBuffer::E_IN);
     std::istream stream(&buffer);
     HTTP::Response response;
-    response.contentType.setContentTypeString(blocxx::String("Content-Type: multipart/mixed; boundary=") + argv[2]);
+    response.contentType.setContentTypeString(blocxx::String("Content-Type: multipart/mixed; boundary=") + boundary);
     response.parseResponseData(stream);
-    size_t parts = 0;
-    size_t bytes = 0;
     while (const MIME::ContentRef content = response.getNextPart())
     {
-        ++parts;
-        bytes += content->getContentLength();
+        ++sum.parts;
+        sum.bytes += content->getContentLength();
     }
-    std::printf("%zu parts, %zu bytes\n", parts, bytes);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+try
+{
+    if (argc < 3 || argc > 4)
+    {
+        std::fprintf(stderr, "usage: %s FILE BOUNDARY [ROUNDS]\n", argv[0]);
+        return 2;
+    }
+    Sum sum;
+    for (int round = argc == 4 ? std::atoi(argv[3]) : 1; round > 0; --round)
+    {
+        parse(argv[1], argv[2], sum);
+    }
+    std::printf("%zu parts, %zu bytes\n", sum.parts, sum.bytes);
 }
 catch (const std::exception& e)
 {
