@@ -2,8 +2,7 @@
 
 #include "blocxx/BaseStreamBuffer.hpp"
 #include "zol/Export.hpp"
-
-#include <cxxabi.h>
+#include "zol/search/SearchReads.hpp"
 
 #include <algorithm>
 #include <array>
@@ -104,9 +103,6 @@ private:
     bool searchBlocks(std::istream& in, Sink& out, std::vector<CharT>& pending) const;
     template <class Sink>
     static void settle(std::vector<CharT>& pending, std::size_t count, Sink& out);
-    static bool readBlock(std::istream& in, std::vector<CharT>& out, std::size_t size);
-    static bool refill(std::istream& in);
-    static void setBad(std::istream& in);
 
     std::vector<CharT> m_pattern;
     std::array<IndexT, 256> m_lastOccurrence{};
@@ -390,7 +386,7 @@ bool boyer_moore_search<CharT, SizeT, IndexT>::searchWindows(std::istream& in, B
 {
     while (true)
     {
-        if (buffer.window().size == 0 && !refill(in))
+        if (buffer.window().size == 0 && !SearchDetail::refill(in))
         {
             settle(pending, pending.size(), out);
             return false;
@@ -438,20 +434,30 @@ template <class Sink>
 bool boyer_moore_search<CharT, SizeT, IndexT>::searchBlocks(std::istream& in, Sink& out,
                                                             std::vector<CharT>& pending) const
 {
-    while (true)
+    std::size_t filled = pending.size();
+    pending.resize(m_pattern.size());
+    try
     {
-        if (!readBlock(in, pending, m_pattern.size() - pending.size()))
+        while (SearchDetail::fill(in, pending.data(), pending.size(), filled))
         {
-            settle(pending, pending.size(), out);
-            return false;
+            const std::size_t shift = shiftAt(pending.data());
+            if (shift == 0)
+            {
+                return true;
+            }
+            out.append(pending.data(), shift);
+            filled -= shift;
+            std::memmove(pending.data(), pending.data() + shift, filled);
         }
-        const std::size_t shift = shiftAt(pending.data());
-        if (shift == 0)
-        {
-            return true;
-        }
-        settle(pending, shift, out);
     }
+    catch (...)
+    {
+        pending.resize(filled);
+        throw;
+    }
+    pending.resize(filled);
+    settle(pending, filled, out);
+    return false;
 }
 
 /// Moves bytes that cannot be part of an occurrence from the front of `pending` to `out`.
@@ -461,91 +467,6 @@ void boyer_moore_search<CharT, SizeT, IndexT>::settle(std::vector<CharT>& pendin
 {
     out.append(pending.data(), count);
     pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(count));
-}
-
-/// Appends exactly `size` bytes of the stream to `out`; false when it ended or failed first, with those that came
-/// appended.
-template <class CharT, class SizeT, class IndexT>
-bool boyer_moore_search<CharT, SizeT, IndexT>::readBlock(std::istream& in, std::vector<CharT>& out, std::size_t size)
-{
-    while (size > 0)
-    {
-        // What is buffered is taken first, so that it is not lost in a buffer that throws while it refills.
-        std::streamsize ready = in.rdbuf()->in_avail();
-        if (ready <= 0)
-        {
-            if (!refill(in))
-            {
-                return false;
-            }
-            ready = in.rdbuf()->in_avail();
-        }
-        const std::size_t wanted = ready > 0 ? std::min(static_cast<std::size_t>(ready), size) : size;
-        const std::size_t held = out.size();
-        out.resize(held + wanted);
-        try
-        {
-            in.read(out.data() + held, static_cast<std::streamsize>(wanted));
-        }
-        catch (...)
-        {
-            out.resize(held + static_cast<std::size_t>(in.gcount()));
-            throw;
-        }
-        const auto got = static_cast<std::size_t>(in.gcount());
-        out.resize(held + got);
-        size -= got;
-        if (in.fail())
-        {
-            in.setstate(std::ios_base::failbit); // a single-character read sets it beside badbit, a block read does not
-            return false;
-        }
-    }
-    return true;
-}
-
-/// Has the stream's buffer fetch more. Where nothing more comes, false, with the state and the exception that a
-/// single-character read would leave.
-template <class CharT, class SizeT, class IndexT>
-bool boyer_moore_search<CharT, SizeT, IndexT>::refill(std::istream& in)
-{
-    try
-    {
-        if (in.rdbuf()->sgetc() != std::istream::traits_type::eof())
-        {
-            return true;
-        }
-    }
-    catch (const abi::__forced_unwind&)
-    {
-        throw; // a thread that is being cancelled may not be stopped here
-    }
-    catch (...)
-    {
-        setBad(in);
-        if ((in.exceptions() & std::ios_base::badbit) != 0)
-        {
-            throw;
-        }
-        in.setstate(std::ios_base::failbit);
-        return false;
-    }
-    in.setstate(std::ios_base::eofbit | std::ios_base::failbit);
-    return false;
-}
-
-/// Sets badbit and throws nothing, whatever the stream's exception mask.
-template <class CharT, class SizeT, class IndexT>
-void boyer_moore_search<CharT, SizeT, IndexT>::setBad(std::istream& in)
-{
-    try
-    {
-        in.setstate(std::ios_base::badbit);
-    }
-    catch (const std::ios_base::failure&)
-    {
-        // The bit is set all the same; the caller passes on what really happened.
-    }
 }
 
 extern template class ZOL_API boyer_moore_search<char, unsigned long, int>;
