@@ -1,20 +1,16 @@
 // usage: multipart_read_gmime FILE [ROUNDS]
 // The same work as multipart_read_zol, done with GMime: FILE is a message, every part's content in a byte array.
+#include "ReadRounds.hpp"
+
 #include <fcntl.h>
 #include <gmime/gmime.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace
 {
-
-struct Sum
-{
-    size_t parts = 0;
-    size_t bytes = 0;
-};
 
 void keepContent(GMimeObject*, GMimeObject* object, gpointer data)
 {
@@ -29,12 +25,12 @@ void keepContent(GMimeObject*, GMimeObject* object, gpointer data)
     g_object_unref(memory);
 }
 
-bool parse(const char* path, Sum& sum)
+void parse(char** arguments, Sum& sum)
 {
-    const int descriptor = ::open(path, O_RDONLY | O_CLOEXEC);
+    const int descriptor = ::open(arguments[0], O_RDONLY | O_CLOEXEC);
     if (descriptor < 0)
     {
-        return false;
+        throw std::runtime_error(std::string("cannot open ") + arguments[0]);
     }
     GMimeStream* const stream = g_mime_stream_fs_new(descriptor);
     GMimeParser* const parser = g_mime_parser_new_with_stream(stream);
@@ -54,28 +50,14 @@ bool parse(const char* path, Sum& sum)
     g_object_unref(root);
     g_object_unref(parser);
     g_object_unref(stream);
-    return true;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc < 2 || argc > 3)
-    {
-        std::fprintf(stderr, "usage: %s FILE [ROUNDS]\n", argv[0]);
-        return 2;
-    }
     g_mime_init();
-    Sum sum;
-    for (int round = argc == 3 ? std::atoi(argv[2]) : 1; round > 0; --round)
-    {
-        if (!parse(argv[1], sum))
-        {
-            std::fprintf(stderr, "multipart_read_gmime: cannot open %s\n", argv[1]);
-            return 1;
-        }
-    }
+    const int result = readRounds(argc, argv, 1, "FILE", parse);
     g_mime_shutdown();
-    std::printf("%zu parts, %zu bytes\n", sum.parts, sum.bytes);
+    return result;
 }

@@ -1,11 +1,11 @@
 // usage: multipart_read_poco FILE BOUNDARY [ROUNDS]
 // The same work as multipart_read_zol, done with Poco's MultipartReader: every part's body in a string.
+#include "ReadRounds.hpp"
+
 #include <Poco/Net/MessageHeader.h>
 #include <Poco/Net/MultipartReader.h>
 #include <Poco/StreamCopier.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -13,16 +13,10 @@
 namespace
 {
 
-struct Sum
+void parse(char** arguments, Sum& sum)
 {
-    size_t parts = 0;
-    size_t bytes = 0;
-};
-
-void parse(const char* path, const char* boundary, Sum& sum)
-{
-    std::ifstream file(path, std::ios::binary);
-    Poco::Net::MultipartReader reader(file, boundary);
+    std::ifstream file(arguments[0], std::ios::binary);
+    Poco::Net::MultipartReader reader(file, arguments[1]);
     std::vector<std::string> parts;
     while (reader.hasNextPart())
     {
@@ -37,22 +31,6 @@ void parse(const char* path, const char* boundary, Sum& sum)
 } // namespace
 
 int main(int argc, char** argv)
-try
 {
-    if (argc < 3 || argc > 4)
-    {
-        std::fprintf(stderr, "usage: %s FILE BOUNDARY [ROUNDS]\n", argv[0]);
-        return 2;
-    }
-    Sum sum;
-    for (int round = argc == 4 ? std::atoi(argv[3]) : 1; round > 0; --round)
-    {
-        parse(argv[1], argv[2], sum);
-    }
-    std::printf("%zu parts, %zu bytes\n", sum.parts, sum.bytes);
-}
-catch (const std::exception& e)
-{
-    std::fprintf(stderr, "multipart_read_poco: %s\n", e.what());
-    return 1;
+    return readRounds(argc, argv, 2, "FILE BOUNDARY", parse);
 }

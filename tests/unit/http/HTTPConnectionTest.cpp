@@ -1,5 +1,6 @@
 #include "zol/http/HTTPConnection.hpp"
 
+#include "support/ConnectTo.hpp"
 #include "support/Descriptor.hpp"
 #include "support/ScriptedServer.hpp"
 
@@ -22,14 +23,10 @@ namespace
 using blocxx::SocketAddress;
 using blocxx::SSLClientCtxRef;
 using blocxx::Timeout;
+using zol_test::connectTo;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 using ZOLNS2::HTTP::HTTPConnection;
-
-HTTPConnection connectTo(const ScriptedServer& server, const Timeout& timeout = Timeout::relative(10))
-{
-    return HTTPConnection(SocketAddress::getByName("127.0.0.1", server.port()), SSLClientCtxRef(), timeout);
-}
 
 std::string readAll(std::istream& input)
 {

@@ -1,5 +1,6 @@
 #include "zol/http/HTTPTransferDecoder.hpp"
 
+#include "support/ConnectTo.hpp"
 #include "support/LogLines.hpp"
 #include "support/ScriptedServer.hpp"
 
@@ -14,11 +15,9 @@
 namespace
 {
 
-using blocxx::SocketAddress;
-using blocxx::SSLClientCtxRef;
-using blocxx::Timeout;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using zol_test::connectTo;
 using zol_test::logLines;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
@@ -28,12 +27,6 @@ using ZOLNS2::HTTP::getTransferDecoder;
 using ZOLNS2::HTTP::Headers;
 using ZOLNS2::HTTP::HTTPConnection;
 using ZOLNS2::HTTP::HTTPTransferDecoderRef;
-
-HTTPConnection connectTo(const ScriptedServer& server)
-{
-    return HTTPConnection(SocketAddress::getByName("127.0.0.1", server.port()), SSLClientCtxRef(),
-                          Timeout::relative(10));
-}
 
 Headers headersWith(const char* name, const char* value)
 {

@@ -1,7 +1,7 @@
+#include "support/ConnectTo.hpp"
 #include "support/LogLines.hpp"
 #include "support/ScriptedServer.hpp"
 
-#include "blocxx/SocketAddress.hpp"
 #include "zol/http/HTTPException.hpp"
 #include "zol/http/Response.hpp"
 #include "zol/mime/ContentException.hpp"
@@ -21,13 +21,11 @@ namespace
 {
 
 using blocxx::IntrusiveReference;
-using blocxx::SocketAddress;
-using blocxx::SSLClientCtxRef;
 using blocxx::StringConversionException;
-using blocxx::Timeout;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using zol_test::connectTo;
 using zol_test::logLines;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
@@ -50,12 +48,6 @@ std::string textOf(const ContentRef& content)
 {
     const blocxx::Array<char> bytes = getContentData(content, static_cast<size_t>(-1));
     return {bytes.begin(), bytes.end()};
-}
-
-HTTPConnection connectTo(const ScriptedServer& server)
-{
-    return HTTPConnection(SocketAddress::getByName("127.0.0.1", server.port()), SSLClientCtxRef(),
-                          Timeout::relative(10));
 }
 
 ScriptedServer::Script sending(const std::string& wire)

@@ -1,3 +1,4 @@
+#include "support/ConnectTo.hpp"
 #include "support/ScriptedServer.hpp"
 
 #include "blocxx/BaseStreamBuffer.hpp"
@@ -48,8 +49,7 @@ public:
 
     Response& response()
     {
-        HTTPConnection connection(blocxx::SocketAddress::getByName("127.0.0.1", m_server.port()),
-                                  blocxx::SSLClientCtxRef(), blocxx::Timeout::relative(10));
+        HTTPConnection connection = zol_test::connectTo(m_server);
         connection.ostream() << "GET / HTTP/1.1\r\n\r\n" << std::flush;
         m_response = getResponse(connection);
         return m_response;

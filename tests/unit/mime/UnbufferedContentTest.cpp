@@ -1,10 +1,10 @@
 #include "zol/mime/UnbufferedContent.hpp"
 
+#include "support/ConnectTo.hpp"
 #include "support/LogLines.hpp"
 #include "support/ScriptedServer.hpp"
 
 #include "blocxx/NULLReferenceException.hpp"
-#include "blocxx/SocketAddress.hpp"
 #include "zol/http/HTTPTransferDecoder.hpp"
 #include "zol/mime/ContentException.hpp"
 
@@ -19,11 +19,9 @@ namespace
 {
 
 using blocxx::IntrusiveReference;
-using blocxx::SocketAddress;
-using blocxx::SSLClientCtxRef;
-using blocxx::Timeout;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using zol_test::connectTo;
 using zol_test::logLines;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
@@ -55,8 +53,7 @@ protected:
     void serve(const std::string& wire, const char* transferEncoding = "", unsigned long length = UNKNOWN_LENGTH)
     {
         m_server = std::make_unique<ScriptedServer>([wire](ServerConnection& peer) { peer.send(wire); });
-        HTTPConnection connection(SocketAddress::getByName("127.0.0.1", m_server->port()), SSLClientCtxRef(),
-                                  Timeout::relative(10));
+        HTTPConnection connection = connectTo(*m_server);
         Headers headers;
         headers.addHeader("Transfer-Encoding", transferEncoding);
         m_decoder = getTransferDecoder(connection, headers);
@@ -271,10 +268,8 @@ TEST_F(UnbufferedContentReading, ContentKeepsTheConnectionOpen)
 {
     m_server =
         std::make_unique<ScriptedServer>([](ServerConnection& peer) { EXPECT_TRUE(peer.waitUntilPeerCloses()); });
-    m_content = new UnbufferedContent(
-        new ZOLNS2::HTTP::DefaultTransferDecoder(HTTPConnection(SocketAddress::getByName("127.0.0.1", m_server->port()),
-                                                                SSLClientCtxRef(), Timeout::relative(10))),
-        ContentTypeHeader(), 0);
+    m_content =
+        new UnbufferedContent(new ZOLNS2::HTTP::DefaultTransferDecoder(connectTo(*m_server)), ContentTypeHeader(), 0);
     ASSERT_TRUE(m_server->waitForConnections(1));
     EXPECT_FALSE(m_server->waitUntilIdle(std::chrono::milliseconds(100)));
     m_content = IntrusiveReference<UnbufferedContent>();

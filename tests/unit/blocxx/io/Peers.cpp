@@ -50,6 +50,11 @@ blocxx::SocketAddress loopback(std::uint16_t port)
     return blocxx::SocketAddress::getByName("127.0.0.1", port);
 }
 
+double secondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
 ConnectFailure connectFailure(blocxx::Socket& socket, const blocxx::SocketAddress& address)
 {
     try

@@ -5,6 +5,7 @@
 #include "blocxx/Socket.hpp"
 #include "blocxx/SocketAddress.hpp"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -29,6 +30,9 @@ private:
 };
 
 blocxx::SocketAddress loopback(std::uint16_t port);
+
+using Clock = std::chrono::steady_clock;
+double secondsSince(Clock::time_point start);
 
 /// What a failed connect told. Fails the test if it does not fail.
 struct ConnectFailure

@@ -30,12 +30,14 @@ using testing::AllOf;
 using testing::HasSubstr;
 using zol_test::Certificate;
 using zol_test::CertificateFields;
+using zol_test::Clock;
 using zol_test::ConnectFailure;
 using zol_test::connectFailure;
 using zol_test::loopback;
 using zol_test::readUpTo;
 using zol_test::ScriptedResolver;
 using zol_test::ScriptedServer;
+using zol_test::secondsSince;
 using zol_test::serverCertificate;
 using zol_test::ServerConnection;
 using zol_test::testAuthority;
@@ -46,13 +48,7 @@ using zol_test::uncheckedClient;
 namespace
 {
 
-using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
-
-double secondsSince(Clock::time_point start)
-{
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 void greet(ServerConnection& connection)
 {

@@ -1,5 +1,6 @@
 #include "Peers.hpp"
 #include "TLSPeers.hpp"
+#include "Transfers.hpp"
 #include "support/ScriptedServer.hpp"
 
 #include "blocxx/IOIFCStreamBuffer.hpp"
@@ -26,37 +27,22 @@ using blocxx::IOIFCStreamBuffer;
 using blocxx::Socket;
 using blocxx::SocketException;
 using blocxx::Timeout;
+using zol_test::Clock;
+using zol_test::LARGE;
 using zol_test::loopback;
 using zol_test::readUpTo;
 using zol_test::ScriptedServer;
+using zol_test::secondsSince;
 using zol_test::ServerConnection;
+using zol_test::sizeOf;
 using zol_test::tlsServer;
 using zol_test::trustingClient;
+using zol_test::withSmallBuffers;
 
 namespace
 {
 
-using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
-
-const std::string LARGE(16U << 20, 'x');
-
-double secondsSince(Clock::time_point start)
-{
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-int sizeOf(const std::string& text)
-{
-    return static_cast<int>(text.size());
-}
-
-ScriptedServer::Options smallBuffers()
-{
-    ScriptedServer::Options options = tlsServer();
-    options.receiveBufferSize = 128 * 1024;
-    return options;
-}
 
 ScriptedServer::Options renegotiatingServer()
 {
@@ -237,7 +223,7 @@ TEST(SSLRead, SignalsDoNotEndTheWait)
 
 TEST(SSLWrite, WritesAllHoweverMuchItIs)
 {
-    ScriptedServer server(smallBuffers(),
+    ScriptedServer server(withSmallBuffers(tlsServer()),
                           [](ServerConnection& connection)
                           {
                               EXPECT_EQ(connection.receive(LARGE.size()), LARGE);
@@ -251,7 +237,7 @@ TEST(SSLWrite, WritesAllHoweverMuchItIs)
 
 TEST(SSLWrite, TimesOutWhenNothingLeaves)
 {
-    ScriptedServer server(smallBuffers(),
+    ScriptedServer server(withSmallBuffers(tlsServer()),
                           [](ServerConnection& connection) { connection.pause(std::chrono::seconds(10)); });
     Socket socket(trustingClient());
     socket.connect(loopback(server.port()));
@@ -269,7 +255,7 @@ TEST(SSLWrite, TimesOutWhenNothingLeaves)
 
 TEST(SSLWrite, TimeoutIsRestartedByProgress)
 {
-    ScriptedServer server(smallBuffers(),
+    ScriptedServer server(withSmallBuffers(tlsServer()),
                           [](ServerConnection& connection)
                           {
                               for (int i = 0; i < 8; ++i)

@@ -24,6 +24,7 @@ using blocxx::Socket;
 using blocxx::SocketAddress;
 using blocxx::Timeout;
 using testing::HasSubstr;
+using zol_test::Clock;
 using zol_test::ConnectFailure;
 using zol_test::connectFailure;
 using zol_test::loopback;
@@ -31,18 +32,12 @@ using zol_test::LoopbackSocket;
 using zol_test::readUpTo;
 using zol_test::ScriptedResolver;
 using zol_test::ScriptedServer;
+using zol_test::secondsSince;
 using zol_test::ServerConnection;
 using zol_test::SilentPort;
 
 namespace
 {
-
-using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point start)
-{
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 void waitForThePeer(ServerConnection& connection)
 {

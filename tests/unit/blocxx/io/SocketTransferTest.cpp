@@ -1,4 +1,5 @@
 #include "Peers.hpp"
+#include "Transfers.hpp"
 #include "support/ScriptedServer.hpp"
 
 #include "blocxx/IOIFCStreamBuffer.hpp"
@@ -19,36 +20,20 @@ using blocxx::IOIFCStreamBuffer;
 using blocxx::Socket;
 using blocxx::SocketException;
 using blocxx::Timeout;
+using zol_test::Clock;
+using zol_test::LARGE;
 using zol_test::loopback;
 using zol_test::readUpTo;
 using zol_test::ScriptedServer;
+using zol_test::secondsSince;
 using zol_test::ServerConnection;
+using zol_test::sizeOf;
+using zol_test::withSmallBuffers;
 
 namespace
 {
 
-using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
-
-double secondsSince(Clock::time_point start)
-{
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-// Small kernel buffers, so that a peer that does not read soon stops a writer.
-ScriptedServer::Options smallBuffers()
-{
-    ScriptedServer::Options options;
-    options.receiveBufferSize = 128 * 1024;
-    return options;
-}
-
-const std::string LARGE(16U << 20, 'x');
-
-int sizeOf(const std::string& text)
-{
-    return static_cast<int>(text.size());
-}
 
 // Writes until the reset of the peer has arrived; answers errno then.
 int writeUntilFailure(Socket& socket)
@@ -248,7 +233,7 @@ TEST(SocketRead, SignalsDoNotEndTheWait)
 
 TEST(SocketWrite, WritesAllHoweverMuchItIs)
 {
-    ScriptedServer server(smallBuffers(), [](ServerConnection& connection)
+    ScriptedServer server(withSmallBuffers({}), [](ServerConnection& connection)
                           { EXPECT_EQ(connection.receiveUntilEnd().size(), LARGE.size()); });
     Socket socket;
     socket.connect(loopback(server.port()));
@@ -259,7 +244,7 @@ TEST(SocketWrite, WritesAllHoweverMuchItIs)
 
 TEST(SocketWrite, SignalsDoNotEndIt)
 {
-    ScriptedServer server(smallBuffers(), [](ServerConnection& connection)
+    ScriptedServer server(withSmallBuffers({}), [](ServerConnection& connection)
                           { EXPECT_EQ(connection.receiveUntilEnd().size(), LARGE.size()); });
     Socket socket;
     socket.connect(loopback(server.port()));
@@ -273,7 +258,7 @@ TEST(SocketWrite, SignalsDoNotEndIt)
 
 TEST(SocketWrite, TimesOutWhenNothingLeaves)
 {
-    ScriptedServer server(smallBuffers(),
+    ScriptedServer server(withSmallBuffers({}),
                           [](ServerConnection& connection) { connection.pause(std::chrono::seconds(10)); });
     Socket socket;
     socket.connect(loopback(server.port()));
@@ -288,7 +273,7 @@ TEST(SocketWrite, TimesOutWhenNothingLeaves)
 
 TEST(SocketWrite, TimeoutIsRestartedByProgress)
 {
-    ScriptedServer server(smallBuffers(),
+    ScriptedServer server(withSmallBuffers({}),
                           [](ServerConnection& connection)
                           {
                               for (int i = 0; i < 8; ++i)
@@ -344,7 +329,7 @@ TEST(SocketWrite, ThrowsWhenAskedTo)
 
 TEST(SocketClose, DoesNotWaitForAPeerThatDoesNotRead)
 {
-    ScriptedServer server(smallBuffers(),
+    ScriptedServer server(withSmallBuffers({}),
                           [](ServerConnection& connection) { connection.pause(std::chrono::seconds(10)); });
     Clock::time_point start;
     {
