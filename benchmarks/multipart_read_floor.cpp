@@ -1,6 +1,6 @@
 // usage: multipart_read_floor FILE
-// The least that a parser which hands out the parts can do: read FILE in blocks of 64 KiB and keep every byte in memory.
-// Prints the number of bytes.
+// The least that a parser which hands out the parts can do: read FILE in blocks of 64 KiB and keep every byte in
+// memory. Prints the number of bytes.
 #include <fcntl.h>
 #include <unistd.h>
 
