@@ -37,7 +37,7 @@ int main(int argc, char** argv)
             std::perror("fetch_floor");
             return 1;
         }
-        for (ssize_t count; (count = ::recv(connection, buffer.data(), buffer.size(), 0)) > 0;)
+        for (ssize_t count = 0; (count = ::recv(connection, buffer.data(), buffer.size(), 0)) > 0;)
         {
             total += static_cast<size_t>(count);
         }

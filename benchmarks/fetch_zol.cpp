@@ -20,7 +20,7 @@ size_t pull(const MIME::ContentRef& content, std::vector<char>& buffer)
 {
     const MIME::ContentStreamStateRef state = content->createInitialStreamState();
     size_t total = 0;
-    for (size_t count; (count = content->getData(buffer.data(), BLOCK, state)) != static_cast<size_t>(-1);)
+    for (size_t count = 0; (count = content->getData(buffer.data(), BLOCK, state)) != static_cast<size_t>(-1);)
     {
         total += count;
     }

@@ -19,7 +19,7 @@ void parseHead(benchmark::State& state)
         head += "X-Line-" + std::to_string(line) + ": the value of the line\r\n";
     }
     head += "\r\n";
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         std::istringstream input(head);
         OpenWBEM::HTTPHeaderMap map;
@@ -31,7 +31,7 @@ BENCHMARK(parseHead)->Arg(5)->Arg(50)->Arg(500);
 
 void parseContentType(benchmark::State& state)
 {
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         MIME::ContentTypeHeader header;
         header.setContentTypeString("Content-Type: multipart/mixed; boundary=\"a boundary\"; charset=UTF-8");
@@ -45,7 +45,7 @@ void readText(benchmark::State& state)
     const MIME::ContentRef content =
         new MIME::TextPlainContent(blocxx::String(std::string(static_cast<size_t>(state.range(0)), 'x')));
     char buffer[4096];
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         const MIME::ContentStreamStateRef cursor = content->createInitialStreamState();
         while (content->getData(buffer, sizeof buffer, cursor) != static_cast<size_t>(-1))
@@ -64,7 +64,7 @@ void writeRequest(benchmark::State& state)
     const HTTP::Request request(HTTP::RequestLine("GET", "/", "localhost", HTTP::HTTP_1_1), headers,
                                 blocxx::SSLClientCtxRef());
     std::ostringstream output;
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         output.str(std::string());
         output << request;

@@ -27,7 +27,7 @@ int main(int argc, char** argv)
     std::vector<char> buffer(65536);
     const MIME::ContentStreamStateRef state = content->createInitialStreamState();
     size_t total = 0;
-    for (size_t count; (count = content->getData(buffer.data(), buffer.size(), state)) != static_cast<size_t>(-1);)
+    for (size_t count = 0; (count = content->getData(buffer.data(), buffer.size(), state)) != static_cast<size_t>(-1);)
     {
         total += count;
     }

@@ -33,7 +33,7 @@ void DroppedParts::doProcessLogMessage(const blocxx::String& text, const blocxx:
 
 DroppedPartsRef startLog(int verbosity)
 {
-    const DroppedPartsRef dropped(new DroppedParts);
+    DroppedPartsRef dropped(new DroppedParts);
     if (verbosity == 0)
     {
         blocxx::LogAppender::setDefaultLogAppender(dropped);

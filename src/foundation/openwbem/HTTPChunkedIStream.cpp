@@ -15,7 +15,7 @@ namespace
 using Traits = std::streambuf::traits_type;
 
 // The data of chunks of at least this size goes past the wrapped buffer, if the reader has asked for as much.
-constexpr std::size_t LARGE_CHUNK_SIZE = 8 * 1024;
+constexpr std::size_t LARGE_CHUNK_SIZE = 8192;
 
 // What is read for the framing between two of them, a line end and a size line without an extension: more would take
 // data into the buffer that could go past it.
@@ -78,7 +78,7 @@ std::size_t HTTPChunkedIStreamBuffer::decode(char* to, std::size_t room, EWait w
         {
             begin();
         }
-        while (!m_decoder.isOver() && got < room && (got == 0 || wait == E_FOR_ALL))
+        while (m_source != nullptr && !m_decoder.isOver() && got < room && (got == 0 || wait == E_FOR_ALL))
         {
             got += m_windowSource != nullptr ? decodeBuffered(to + got, room - got, straight)
                                              : decodeForeign(to + got, room - got);

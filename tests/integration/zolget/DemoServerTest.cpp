@@ -17,7 +17,6 @@
 using testing::HasSubstr;
 using zol_test::ChildProcess;
 using zol_test::TemporaryDirectory;
-using zolget_test::Outcome;
 using zolget_test::zolget;
 
 namespace

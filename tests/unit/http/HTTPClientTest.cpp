@@ -24,11 +24,9 @@ namespace
 using blocxx::SSLClientCtxRef;
 using blocxx::String;
 using blocxx::Timeout;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 using testing::StartsWith;
 using zol_test::logLines;
 using zol_test::ScriptedServer;

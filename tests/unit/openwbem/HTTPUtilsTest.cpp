@@ -18,7 +18,6 @@ using namespace std::string_literals;
 using blocxx::Array;
 using blocxx::String;
 using OpenWBEM::HTTPHeaderMap;
-using testing::ElementsAre;
 using zol_test::PiecewiseInput;
 using zol_test::stateOf;
 namespace HTTPUtils = OpenWBEM::HTTPUtils;

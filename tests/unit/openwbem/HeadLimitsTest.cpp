@@ -121,7 +121,7 @@ TEST(HeadLimits, LengthOfALastLineWithoutEnd)
 
 TEST(HeadLimits, AnEndlessLineIsNotReadToItsEnd)
 {
-    const std::size_t endless = 10 * 1024 * 1024;
+    const std::size_t endless = std::size_t{10} * 1024 * 1024;
     const Head head = parseDevice(FIRST_LINE + lineOf(endless));
     EXPECT_FALSE(head.result);
     EXPECT_TRUE(head.map.empty());

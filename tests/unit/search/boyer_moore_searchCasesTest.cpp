@@ -201,6 +201,7 @@ public:
 
 TEST(BoyerMooreSearchCases, OccurrencesAndNearMissesAcrossTheEndsOfPagesOfALargeBuffer)
 {
+    const std::size_t page = 4096;
     std::mt19937 random(99);
     Checker<LargeBuffer> checker;
     for (const std::size_t length : {1U, 2U, 3U, 34U, 75U, 5000U})
@@ -210,12 +211,13 @@ TEST(BoyerMooreSearchCases, OccurrencesAndNearMissesAcrossTheEndsOfPagesOfALarge
         for (std::size_t into = 0; into <= std::min<std::size_t>(length, 80) && !HasFailure(); ++into)
         {
             // The pattern, and what nearly is one, end `into` bytes behind the end of each page in turn.
-            std::string text = randomBytes(random, 5 * 4096 + into, 2);
-            for (std::size_t page = 1; page <= 5; ++page)
+            std::string text = randomBytes(random, 5 * page + into, 2);
+            for (std::size_t pages = 1; pages <= 5; ++pages)
             {
-                const std::size_t begin = page * 4096 + into - std::min(page * 4096 + into, length);
+                const std::size_t begin = pages * page + into - std::min(pages * page + into, length);
                 text.replace(begin, pattern.size(), pattern);
-                text[begin + random() % length] ^= static_cast<char>(page % 2);
+                char& c = text[begin + random() % length];
+                c = static_cast<char>(pages % 2 == 0 ? c : c ^ 1);
             }
             for (const std::size_t step : {100000U, 65536U, 20000U, 4097U, 4096U, 4095U, 1000U})
             {

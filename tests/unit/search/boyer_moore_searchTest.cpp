@@ -249,7 +249,10 @@ protected:
         m_next = traits_type::eof();
         return c;
     }
-    std::streamsize xsgetn(char* to, std::streamsize count) override { return std::streambuf::xsgetn(to, count); }
+    std::streamsize xsgetn(char* to, std::streamsize count) override
+    {
+        return std::streambuf::xsgetn(to, count); // NOLINT(bugprone-parent-virtual-call): byte by byte
+    }
 
 private:
     int_type m_next = traits_type::eof();
@@ -377,7 +380,7 @@ class BoyerMooreSearchOver : public testing::Test
 {
 };
 using Buffers = testing::Types<PlainBuffer, UnbufferedBuffer, DeviceBuffer>;
-TYPED_TEST_SUITE(BoyerMooreSearchOver, Buffers);
+TYPED_TEST_SUITE(BoyerMooreSearchOver, Buffers, );
 
 TYPED_TEST(BoyerMooreSearchOver, LeavesWhatSingleCharacterReadsLeaveWithEveryExceptionMaskAndFailure)
 {

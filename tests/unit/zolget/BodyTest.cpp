@@ -104,7 +104,7 @@ TEST(Body, TellsWhenAPartsFileBecameShorter)
 TEST(Body, IsNotCutWhereAFileEndsWithABlock)
 {
     const TemporaryDirectory folder;
-    const std::string block(3 * 4096, 'x');
+    const std::string block(12288, 'x');
     EXPECT_EQ(contentOf(makeBody(withFiles({folder.write("a", block), folder.write("b", "y")}))), block + "y");
 }
 

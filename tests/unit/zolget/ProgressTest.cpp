@@ -13,7 +13,7 @@ using zolget::Progress;
 namespace
 {
 
-constexpr std::uint64_t MEBIBYTE = 1024 * 1024;
+constexpr std::uint64_t MEBIBYTE = std::uint64_t{1024} * 1024;
 
 std::string format(std::uint64_t done, std::optional<std::uint64_t> total, double elapsed)
 {

@@ -3,7 +3,6 @@
 #include "zol/mime/Content.hpp"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -50,7 +49,7 @@ public:
         }
         const std::string& piece = m_pieces[own.piece];
         const size_t count = std::min(len, piece.size() - own.offset);
-        std::memcpy(buf, piece.data() + own.offset, count);
+        std::copy_n(piece.data() + own.offset, count, buf);
         own.offset += count;
         if (own.offset == piece.size())
         {

@@ -21,7 +21,6 @@ using blocxx::LogAppender;
 using blocxx::LogAppenderRef;
 using blocxx::LogMessage;
 using blocxx::MultiAppender;
-using blocxx::String;
 using blocxx::StringArray;
 using zol_test::LogCapture;
 

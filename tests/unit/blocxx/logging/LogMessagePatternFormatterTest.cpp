@@ -190,7 +190,7 @@ std::string atOneTime(const std::string& pattern, const char* format, std::strin
     for (;;)
     {
         time = localTime(format);
-        const std::string output = ::format(pattern);
+        std::string output = ::format(pattern);
         if (time == localTime(format))
         {
             return output;

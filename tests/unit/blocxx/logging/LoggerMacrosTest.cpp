@@ -96,10 +96,12 @@ TEST(LoggerMacros, AreOneStatement)
 {
     const LogCapture capture;
     const Logger logger(COMPONENT);
+    // Without braces: that is what is tested. NOLINTBEGIN(readability-braces-around-statements)
     if (capture.records().empty())
         BLOCXX_LOG_ERROR(logger, "yes");
     else
         BLOCXX_LOG_ERROR(logger, "no");
+    // NOLINTEND(readability-braces-around-statements)
     EXPECT_EQ(capture.messages(), std::vector<std::string>{"yes"});
 }
 

@@ -57,6 +57,7 @@ extern "C"
         va_end(arguments);
     }
 
+    // What the C library calls in its place where it checks formats. NOLINTNEXTLINE(bugprone-reserved-identifier)
     void __syslog_chk(int priority, int, const char* format, ...)
     {
         std::va_list arguments;

@@ -85,7 +85,7 @@ TEST(String, DoesNotConvertFromNumbersAndCharactersByItself)
     EXPECT_TRUE((std::is_convertible_v<const char*, String>));
     EXPECT_TRUE((std::is_convertible_v<std::string, String>));
     String text("x");
-    text = 0; // a null pointer
+    text = 0; // NOLINT(modernize-use-nullptr): a null pointer, as old code writes it
     EXPECT_TRUE(text.empty());
 }
 

@@ -130,7 +130,8 @@ public:
     /// Appends all elements of `other`, which may be this array.
     void appendArray(const Array& other)
     {
-        const Array source(other);
+        // Of this array too, as it is before it grows.
+        const Array source(other); // NOLINT(performance-unnecessary-copy-initialization)
         m_vector->insert(m_vector->end(), source.begin(), source.end());
     }
     void pop_back() { m_vector->pop_back(); }

@@ -63,7 +63,7 @@ public:
         }
     }
 
-    COWReference& operator=(const COWReference& other) noexcept
+    COWReference& operator=(const COWReference& other) noexcept // NOLINT(bugprone-unhandled-self-assignment)
     {
         COWReference(other).swap(*this);
         return *this;

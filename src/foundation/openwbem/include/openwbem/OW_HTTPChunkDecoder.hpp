@@ -22,11 +22,11 @@ public:
     /// @{
     static constexpr unsigned MAX_SIZE_DIGITS = 16;
     /// Bytes of the line with a chunk's size, without its end.
-    static constexpr std::size_t MAX_SIZE_LINE_LENGTH = 4 * 1024;
+    static constexpr std::size_t MAX_SIZE_LINE_LENGTH = std::size_t{4} * 1024;
     /// Lines of the trailer, without the empty one.
     static constexpr std::size_t MAX_TRAILER_LINES = 64;
     /// Bytes of the trailer, with all line ends.
-    static constexpr std::size_t MAX_TRAILER_SIZE = 16 * 1024;
+    static constexpr std::size_t MAX_TRAILER_SIZE = std::size_t{16} * 1024;
     /// @}
 
     /// Where a step stopped, in what was to be decoded and in the room for data.

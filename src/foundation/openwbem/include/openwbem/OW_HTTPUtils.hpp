@@ -36,11 +36,11 @@ namespace HTTPUtils
 /// @name Limits; what is exactly as large is accepted
 /// @{
 /// Bytes of one line, without its end.
-constexpr std::size_t MAX_HEADER_LINE_LENGTH = 64 * 1024;
+constexpr std::size_t MAX_HEADER_LINE_LENGTH = std::size_t{64} * 1024;
 /// Header lines, continuations included.
 constexpr std::size_t MAX_HEADER_LINES = 1000;
 /// Bytes of a whole head, line ends included.
-constexpr std::size_t MAX_HEAD_SIZE = 256 * 1024;
+constexpr std::size_t MAX_HEAD_SIZE = std::size_t{256} * 1024;
 /// Lines of nothing but white space in front of the first line (RFC 9112 section 2.2).
 constexpr std::size_t MAX_LEADING_EMPTY_LINES = 16;
 /// @}
