@@ -13,12 +13,14 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -84,9 +86,13 @@ class Terminal
 public:
     Terminal() : m_master(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
     {
-        EXPECT_EQ(::grantpt(m_master.get()), 0);
-        EXPECT_EQ(::unlockpt(m_master.get()), 0);
-        m_path = ::ptsname(m_master.get());
+        const char* const path =
+            ::grantpt(m_master.get()) == 0 && ::unlockpt(m_master.get()) == 0 ? ::ptsname(m_master.get()) : nullptr;
+        if (path == nullptr)
+        {
+            throw std::system_error(errno, std::generic_category(), "no terminal to be had; is /dev/pts mounted?");
+        }
+        m_path = path;
         m_slave = Descriptor(::open(m_path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
     }
 

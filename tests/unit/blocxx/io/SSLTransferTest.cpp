@@ -364,12 +364,19 @@ TEST(SSLClose, SendsCloseNotify)
 TEST(SSLClose, OfAConnectionThatThePeerHasLeftRaisesNoSignal)
 {
     ::signal(SIGPIPE, SIG_DFL);
-    ScriptedServer server(tlsServer(), [](ServerConnection& connection) { connection.close(); });
+    std::promise<void> closed;
+    ScriptedServer server(tlsServer(),
+                          [&](ServerConnection& connection)
+                          {
+                              connection.close();
+                              closed.set_value();
+                          });
     Socket socket(trustingClient());
     socket.connect(loopback(server.port()));
     char byte = 0;
     EXPECT_EQ(socket.read(&byte, 1), 0);
-    // What is written now is answered with a reset.
+    // The end may be seen before the server's socket is gone; what is written after that is answered with a reset.
+    ASSERT_EQ(closed.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
     socket.write("x", 1);
     pollfd reset{socket.getfd(), 0, 0};
     ASSERT_EQ(::poll(&reset, 1, 5000), 1);
