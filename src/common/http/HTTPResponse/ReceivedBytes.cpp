@@ -62,10 +62,24 @@ void ReceivedBytes::clear()
 
 StoredBytes ReceivedBytes::take()
 {
+    const bool takesBlocks = m_begin / BLOCK_SIZE != m_end / BLOCK_SIZE;
+    if (takesBlocks && m_begin % BLOCK_SIZE > size() / 64)
+    {
+        // Too much of the first one was dropped.
+        ReceivedBytes packed;
+        for (std::size_t index = 0; index < size();)
+        {
+            const Run run = runAt(index);
+            packed.append(run.data, run.size);
+            index += run.size;
+        }
+        clear();
+        return packed.take();
+    }
     StoredBytes taken;
     const auto first = m_blocks.begin() + static_cast<std::ptrdiff_t>(m_begin / BLOCK_SIZE);
     const auto partial = m_blocks.begin() + static_cast<std::ptrdiff_t>(m_end / BLOCK_SIZE);
-    if (first != partial)
+    if (takesBlocks)
     {
         taken.m_blocks.reserve(static_cast<std::size_t>(partial - first) + 1);
         taken.m_blocks.assign(std::make_move_iterator(first), std::make_move_iterator(partial));
