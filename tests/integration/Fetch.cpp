@@ -17,8 +17,6 @@ using namespace ZOLNS2;
 namespace
 {
 
-constexpr std::size_t END_OF_DATA = static_cast<std::size_t>(-1);
-
 } // namespace
 
 Ask Ask::with(const std::string& name, const std::string& value) const
@@ -72,14 +70,14 @@ Refusal refusalOf(const std::function<void()>& action)
 Body readBody(const MIME::ContentRef& content)
 {
     Body body;
-    const std::size_t announced = content->hasContentLength() ? content->getContentLength() : END_OF_DATA;
+    const std::size_t announced = content->hasContentLength() ? content->getContentLength() : MIME::END_OF_DATA;
     const MIME::ContentStreamStateRef state = content->createInitialStreamState();
     std::array<char, 8192> block{};
     while (body.bytes.size() < announced)
     {
         const std::size_t wanted = std::min(block.size(), announced - body.bytes.size());
         const std::size_t count = content->getData(block.data(), wanted, state);
-        if (count == END_OF_DATA)
+        if (count == MIME::END_OF_DATA)
         {
             body.ended = true;
             break;
@@ -87,15 +85,15 @@ Body readBody(const MIME::ContentRef& content)
         body.bytes.append(block.data(), count);
     }
     const auto* unbuffered = dynamic_cast<MIME::UnbufferedContent*>(content.getPtr());
-    body.complete =
-        body.bytes.size() == announced ||
-        (announced == END_OF_DATA && (unbuffered == nullptr || unbuffered->getTransferDecoder()->bodyIsComplete()));
+    body.complete = body.bytes.size() == announced ||
+                    (announced == MIME::END_OF_DATA &&
+                     (unbuffered == nullptr || unbuffered->getTransferDecoder()->bodyIsComplete()));
     return body;
 }
 
 std::uint64_t pull(const MIME::ContentRef& content, const std::function<void(std::string_view)>& take)
 {
-    const std::uint64_t announced = content->hasContentLength() ? content->getContentLength() : END_OF_DATA;
+    const std::uint64_t announced = content->hasContentLength() ? content->getContentLength() : MIME::END_OF_DATA;
     const MIME::ContentStreamStateRef state = content->createInitialStreamState();
     std::vector<char> block(65536);
     std::uint64_t total = 0;
@@ -103,7 +101,7 @@ std::uint64_t pull(const MIME::ContentRef& content, const std::function<void(std
     {
         const std::size_t count =
             content->getData(block.data(), std::min<std::uint64_t>(block.size(), announced - total), state);
-        if (count == END_OF_DATA)
+        if (count == MIME::END_OF_DATA)
         {
             break;
         }

@@ -17,7 +17,6 @@ namespace
 {
 
 constexpr std::size_t BLOCK_SIZE = std::size_t{64} * 1024;
-constexpr std::size_t END_OF_DATA = static_cast<std::size_t>(-1);
 constexpr std::uint64_t NO_LIMIT = std::numeric_limits<std::uint64_t>::max();
 
 using Block = std::array<char, BLOCK_SIZE>;
@@ -41,7 +40,7 @@ public:
             static_cast<std::uint64_t>(std::max<std::streamsize>(m_stream.rdbuf()->in_avail(), 1));
         const std::uint64_t wanted = std::min({limit, arrived, std::uint64_t{BLOCK_SIZE}});
         const std::size_t count = m_content.getData(m_block.data(), static_cast<std::size_t>(wanted), m_state);
-        return count == END_OF_DATA ? std::string_view() : std::string_view(m_block.data(), count);
+        return count == ZOLNS2::MIME::END_OF_DATA ? std::string_view() : std::string_view(m_block.data(), count);
     }
 
 private:
@@ -114,7 +113,7 @@ std::uint64_t copyStored(const mime::ContentRef& content, Output& out, Progress&
     const mime::ContentStreamStateRef state = content->createInitialStreamState();
     Block block;
     std::size_t count = 0;
-    while ((count = content->getData(block.data(), block.size(), state)) != END_OF_DATA)
+    while ((count = content->getData(block.data(), block.size(), state)) != ZOLNS2::MIME::END_OF_DATA)
     {
         out.write(std::string_view(block.data(), count));
         progress.add(count);

@@ -21,8 +21,6 @@ namespace mime = ZOLNS2::MIME;
 namespace
 {
 
-constexpr std::size_t END_OF_DATA = static_cast<std::size_t>(-1);
-
 class BodyState : public mime::ContentStreamState
 {
 public:
@@ -150,7 +148,7 @@ std::size_t Body::getData(char* buffer, std::size_t size, const mime::ContentStr
     const auto cursor = state.cast_to<BodyState>();
     if (cursor->m_remaining == 0)
     {
-        return END_OF_DATA;
+        return ZOLNS2::MIME::END_OF_DATA;
     }
     const std::size_t wanted = std::min(size, cursor->m_remaining);
     std::size_t count = 0;
@@ -159,11 +157,11 @@ std::size_t Body::getData(char* buffer, std::size_t size, const mime::ContentStr
     {
         count = m_content->getData(buffer, wanted, cursor->m_inner);
     }
-    if (count == END_OF_DATA || (count == 0 && wanted > 0))
+    if (count == ZOLNS2::MIME::END_OF_DATA || (count == 0 && wanted > 0))
     {
         m_wasShort = true;
         cursor->m_remaining = 0;
-        return END_OF_DATA;
+        return ZOLNS2::MIME::END_OF_DATA;
     }
     cursor->m_remaining -= count;
     m_wasTaken = m_wasTaken || cursor->m_remaining == 0;

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "core/FileDescriptor.hpp"
 #include "io/Deadline.hpp"
-#include "io/FileDescriptor.hpp"
 
 #include "blocxx/IOIFC.hpp"
 #include "blocxx/IntrusiveCountableBase.hpp"

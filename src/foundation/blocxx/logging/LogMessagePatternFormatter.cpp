@@ -1,7 +1,7 @@
 #include "blocxx/LogMessagePatternFormatter.hpp"
 
-#include "LogMessagePatternParser.hpp"
-#include "LogMessagePatternPiece.hpp"
+#include "logging/LogMessagePatternParser.hpp"
+#include "logging/LogMessagePatternPiece.hpp"
 
 #include "blocxx/LogMessage.hpp"
 #include "blocxx/StringBuffer.hpp"

@@ -1,4 +1,4 @@
-#include "LogMessagePatternParser.hpp"
+#include "logging/LogMessagePatternParser.hpp"
 
 #include "blocxx/Format.hpp"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "LogMessagePatternPiece.hpp"
+#include "logging/LogMessagePatternPiece.hpp"
 
 #include "blocxx/String.hpp"
 

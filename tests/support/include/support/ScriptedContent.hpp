@@ -45,7 +45,7 @@ public:
         }
         if (own.piece == m_pieces.size())
         {
-            return std::numeric_limits<size_t>::max();
+            return ZOLNS2::MIME::END_OF_DATA;
         }
         const std::string& piece = m_pieces[own.piece];
         const size_t count = std::min(len, piece.size() - own.offset);

@@ -7,9 +7,13 @@
 #include "zol/mime/ContentTypeHeader.hpp"
 
 #include <cstddef>
+#include <limits>
 
 namespace ZOLNS2::MIME
 {
+
+/// What Content::getData() returns at the end of the data.
+inline constexpr size_t END_OF_DATA = std::numeric_limits<size_t>::max();
 
 /// The position of one reader in a content. Made by the content; used by one thread at a time, and only with the
 /// content that made it.

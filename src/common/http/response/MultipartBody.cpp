@@ -1,0 +1,138 @@
+#include "response/MultipartBody.hpp"
+
+#include "response/CreateContent.hpp"
+#include "response/HTTPResponseUnit.hpp"
+
+#include "zol/mime/ContentException.hpp"
+#include "zol/search/boyer_moore_search.hpp"
+
+#include <istream>
+
+namespace ZOLNS2::HTTP::HTTPResponseUnit
+{
+
+namespace
+{
+
+using Search = boyer_moore_search<char, unsigned long, int>;
+using Part = MIME::ReceivedBytes;
+
+Search searchFor(const blocxx::String& pattern)
+{
+    return Search(pattern.c_str(), pattern.length());
+}
+
+blocxx::String boundaryOf(const MIME::ContentTypeHeader& contentType)
+{
+    blocxx::String boundary = contentType.getParameterValue("boundary");
+    if (boundary.empty())
+    {
+        const blocxx::String message = blocxx::Format("Content-Type says multipart, but no boundary supplied.  %1,",
+                                                      contentType.getContentTypeString());
+        throw MIME::ContentException(SOURCE_UNIT, __LINE__, message.c_str(), -1, nullptr, -1);
+    }
+    return boundary;
+}
+
+/// Whether the boundary in front of these bytes was the closing one. Deliberate: the two bytes alone decide, not the
+/// line.
+bool beginsWithDashes(const Part& part)
+{
+    return part.size() >= 2 && part[0] == '-' && part[1] == '-';
+}
+
+/// Takes what is left of the boundary's line off the front of a part.
+void stripBoundaryLine(Part& part, const blocxx::Logger& logger)
+{
+    size_t lineEnd = 0;
+    while (lineEnd < part.size() && (part[lineEnd] == ' ' || part[lineEnd] == '\t'))
+    {
+        ++lineEnd;
+    }
+    if (lineEnd == part.size())
+    {
+        // Deliberate: this text differs from the next one, its lone parenthesis included.
+        ZOL_LOG(logger, ERROR, "No trailing \\r\\n located after boundary (.");
+    }
+    else if (part[lineEnd] == '\r' && lineEnd + 1 < part.size() && part[lineEnd + 1] == '\n')
+    {
+        lineEnd += 2;
+    }
+    else
+    {
+        ZOL_LOG(logger, ERROR, "No trailing \\r\\n located after boundary.");
+    }
+    ZOL_LOG(logger, DEBUG3, blocxx::Format("Discarding %1 bytes (whitespace) attached to the boundary line.", lineEnd));
+    part.dropFront(lineEnd);
+}
+
+void logPart(const blocxx::Logger& logger, const Part& part, const blocxx::String& remark, bool moreFollow)
+{
+    ZOL_LOG(logger, DEBUG3, blocxx::Format("Snagged a part: %1 bytes long", part.size()));
+    if (!remark.empty())
+    {
+        ZOL_LOG(logger, DEBUG3, blocxx::Format("This part will be ignored: %1", remark));
+    }
+    ZOL_LOG(logger, DEBUG3, moreFollow ? "More parts will follow." : "This is the last part.");
+}
+
+void appendContent(Part& part, MIME::Contents& contents, const MIME::ContentTypeHeader& contentType,
+                   const blocxx::Logger& logger)
+{
+    const MIME::ContentRef content = createContent(part, contentType);
+    if (!content)
+    {
+        // Deliberate: the type named is that of the whole body.
+        ZOL_LOG(logger, ERROR,
+                blocxx::Format("Failed to create content for part .. (FIXME: Bad error message).: %1",
+                               contentType.getType()));
+        return;
+    }
+    contents.push_back(content);
+}
+
+} // namespace
+
+bool parseMultipartContent(std::istream& istr, MIME::Contents& contents, const MIME::ContentTypeHeader& contentType)
+{
+    const blocxx::Logger logger(COMPONENT_NAME);
+    const blocxx::String boundary = boundaryOf(contentType);
+    Search search = searchFor("--" + boundary);
+    ZOL_LOG(logger, DEBUG3, "Getting parts for multi-part content");
+    bool seenFirstBoundary = false;
+    bool closed = false;
+    Part part;
+    while (!istr.fail() && !closed)
+    {
+        part.clear();
+        const bool found = search.searchStreamInto(istr, part);
+        blocxx::String remark;
+        if (!seenFirstBoundary)
+        {
+            remark = "No prior parts.";
+        }
+        else if (beginsWithDashes(part))
+        {
+            remark = "End of parts marker found.";
+            closed = true;
+        }
+        else if (part.size() >= 2)
+        {
+            stripBoundaryLine(part, logger);
+        }
+        logPart(logger, part, remark, found);
+        if (remark.empty())
+        {
+            appendContent(part, contents, contentType, logger);
+        }
+        if (!seenFirstBoundary && found)
+        {
+            // From here on the line end in front of a boundary belongs to it, not to the part.
+            search = searchFor("\r\n--" + boundary);
+            seenFirstBoundary = true;
+        }
+    }
+    return closed;
+}
+
+} // namespace ZOLNS2::HTTP::HTTPResponseUnit
