@@ -68,8 +68,7 @@ private:
 };
 
 /// Writes `<file>: <line> <type>: <code>: <message> <<sub-exception>>`. An error code of -1 is left out; absent parts
-/// read
-/// "[no file]", "[no line]" and "[no message]".
+/// read "[no file]", "[no line]" and "[no message]".
 BLOCXX_COMMON_API std::ostream& operator<<(std::ostream& out, const Exception& exception);
 
 /// Logs an exception that cannot be delivered, in the error category of component "blocxx.Exception".

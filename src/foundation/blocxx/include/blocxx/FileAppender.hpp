@@ -17,8 +17,7 @@ public:
     static const GlobalString STR_DEFAULT_MESSAGE_PATTERN;
 
     /// @param flushLog whether each record is written at once; otherwise they gather, and the last ones are written
-    /// when
-    ///                 the appender is destroyed
+    ///                 when the appender is destroyed
     /// @throws LoggerException if the file cannot be opened, LogMessagePatternFormatterException
     FileAppender(const StringArray& components, const StringArray& categories, const char* filename,
                  const String& pattern, bool flushLog = true);

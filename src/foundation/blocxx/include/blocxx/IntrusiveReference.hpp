@@ -29,8 +29,7 @@ public:
 
     /// Refers to `object`, which may be null.
     /// @param add_ref false adopts a reference that has already been counted; on an object that nobody has counted yet
-    /// it
-    ///                leaves the count short by one, and the object is never deleted
+    ///                it leaves the count short by one, and the object is never deleted
     IntrusiveReference(T* object, bool add_ref = true) : m_object(object)
     {
         if (m_object != nullptr && add_ref)

@@ -35,8 +35,7 @@ BLOCXX_DECLARE_APIEXCEPTION(LogMessagePatternFormatter, BLOCXX_COMMON_API)
 /// | `l` | file(line), nothing without a file |
 ///
 /// In the text around them `%%` is a percent sign and `%n` a line end, `\n`, `\r`, `\t`, `\\` are what they are in C,
-/// and
-/// `\x` takes all hexadecimal digits that follow, for a value of at most 127.
+/// and `\x` takes all hexadecimal digits that follow, for a value of at most 127.
 ///
 /// Threads: formatting is const and may happen on several threads at once.
 class BLOCXX_COMMON_API LogMessagePatternFormatter

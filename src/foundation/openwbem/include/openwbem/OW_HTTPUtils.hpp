@@ -50,8 +50,7 @@ constexpr std::size_t MAX_LEADING_EMPTY_LINES = 16;
 /// @param array gets the words of the first line, between blanks, tabs and vertical tabs; untouched if there is no such
 ///              line, or only one that is refused
 /// @return false also if the stream has failed already, and if the input ends before the empty line; of a first line
-/// that
-///         was cut so, the words are stored
+///         that was cut so, the words are stored
 OW_HTTP_API bool parseHeader(HTTPHeaderMap& map, blocxx::Array<blocxx::String>& array, std::istream& istr);
 
 /// The same as buildMap.

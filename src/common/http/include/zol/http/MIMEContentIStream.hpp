@@ -14,7 +14,7 @@ class ZOL_API MIMEContentIStreamBuf : public blocxx::BaseStreamBuffer
 {
 public:
     /// @throws blocxx::NULLReferenceException for a null content, and what the content's createInitialStreamState()
-    /// throws
+    ///         throws
     explicit MIMEContentIStreamBuf(const MIME::ContentRef& content);
     ~MIMEContentIStreamBuf() override;
 

@@ -50,8 +50,7 @@ public:
 
     /// Copies at most `len` bytes to `buf` and moves `state` on by as many.
     /// @return the bytes copied; the largest size_t at the end of the data, and on every call after it. 0 is not the
-    /// end:
-    ///         nothing came this time, and the reader asks again.
+    ///         end: nothing came this time, and the reader asks again.
     /// @throws blocxx::NULLReferenceException if `state` is null or belongs to another kind of content
     virtual size_t getData(char* buf, size_t len, const ContentStreamStateRef& state) = 0;
 

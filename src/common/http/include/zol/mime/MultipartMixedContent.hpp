@@ -54,8 +54,8 @@ public:
     /// Whether every part knows its length; true where there is no part.
     bool hasContentLength() override;
 
-    /// The bytes of the wire form. Deliberate: where there is no part, those of a closing delimiter that is never
-    /// written.
+    /// The bytes of the wire form. Deliberate: where there is no part, those of a closing delimiter that is
+    /// never written.
     /// @throws ContentException if a part does not know its length
     unsigned long getContentLength() override;
 
