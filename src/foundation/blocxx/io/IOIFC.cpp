@@ -5,4 +5,9 @@ namespace blocxx
 
 IOIFC::~IOIFC() = default;
 
+String IOIFC::lastErrorText() const
+{
+    return String();
+}
+
 } // namespace blocxx

@@ -1,13 +1,14 @@
 #pragma once
 
 #include "blocxx/BLOCXX_config.h"
+#include "blocxx/String.hpp"
 
 namespace blocxx
 {
 
 /// A device that bytes are read from and written to: a socket, or whatever stands in for one.
 ///
-/// Time-outs belong to the device: one that cannot proceed in time answers -1 with `errno` set to ETIMEDOUT. A device
+/// Time-outs belong to the device: one that cannot proceed in time returns -1 with `errno` set to ETIMEDOUT. A device
 /// is used by one thread at a time.
 class BLOCXX_COMMON_API IOIFC
 {
@@ -16,7 +17,7 @@ public:
     enum ErrorAction
     {
         E_THROW_ON_ERROR, ///< it throws the device's exception
-        E_RETURN_ON_ERROR ///< it answers -1; `errno` tells the reason
+        E_RETURN_ON_ERROR ///< it returns -1; `errno` tells the reason
     };
 
     virtual ~IOIFC();
@@ -29,6 +30,10 @@ public:
     /// Writes bytes.
     /// @return the bytes accepted, which may be fewer than given; -1 on error.
     virtual int write(const void* dataOut, int dataOutLen, ErrorAction errorAsException = E_RETURN_ON_ERROR) = 0;
+
+    /// What went wrong in the last read or write, where the device knows more than `errno` can tell: under TLS the
+    /// reason for a failed session. Empty if that operation succeeded, or if `errno` tells all there is. Keeps `errno`.
+    virtual String lastErrorText() const;
 
 protected:
     IOIFC() = default;
