@@ -2,37 +2,19 @@
 
 /// @file The logging statements; included through Logger.hpp.
 
-#include <cerrno>
-
-namespace blocxx::LoggerDetail
-{
-
-/// Puts errno back when the scope ends, also when it ends by an exception.
-class ErrnoKeeper
-{
-public:
-    ErrnoKeeper() : m_errno(errno) {}
-    ErrnoKeeper(const ErrnoKeeper&) = delete;
-    ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
-    ~ErrnoKeeper() { errno = m_errno; }
-
-private:
-    const int m_errno;
-};
-
-} // namespace blocxx::LoggerDetail
+#include "blocxx/ErrnoKeeper.hpp"
 
 /// @name Logging statements
 /// `logger` is a Logger or a LoggerRef and is evaluated twice. `message` is anything that converts to a String, usually
 /// a Format; it is evaluated only when the logger's level admits the category. errno stays what it was, also when
-/// `message` throws.
+/// nothing is logged and when `message` throws.
 /// @{
 #define BLOCXX_LOG_ADMITTED(logger, LEVEL, CATEGORY, message)                                                          \
     do                                                                                                                 \
     {                                                                                                                  \
+        const ::blocxx::ErrnoKeeper blocxxErrnoKeeper;                                                                 \
         if (::blocxx::Logger::asLogger(logger).getLogLevel() >= ::blocxx::LEVEL)                                       \
         {                                                                                                              \
-            const ::blocxx::LoggerDetail::ErrnoKeeper blocxxErrnoKeeper;                                               \
             ::blocxx::Logger::asLogger(logger).logMessage(::blocxx::Logger::CATEGORY, (message), __FILE__, __LINE__,   \
                                                           __PRETTY_FUNCTION__);                                        \
         }                                                                                                              \
@@ -51,7 +33,7 @@ private:
 #define BLOCXX_LOG(logger, category, message)                                                                          \
     do                                                                                                                 \
     {                                                                                                                  \
-        const ::blocxx::LoggerDetail::ErrnoKeeper blocxxErrnoKeeper;                                                   \
+        const ::blocxx::ErrnoKeeper blocxxErrnoKeeper;                                                                 \
         if (::blocxx::Logger::asLogger(logger).categoryIsEnabled(category))                                            \
         {                                                                                                              \
             ::blocxx::Logger::asLogger(logger).logMessage((category), (message), __FILE__, __LINE__,                   \
