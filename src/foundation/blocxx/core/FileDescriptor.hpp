@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/CancellationOff.hpp"
+
 #include <unistd.h>
 
 #include <utility>
@@ -28,6 +30,7 @@ public:
     {
         if (isOpen())
         {
+            const CancellationOff closing;
             ::close(std::exchange(m_descriptor, -1));
         }
     }
