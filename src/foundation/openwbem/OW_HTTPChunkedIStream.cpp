@@ -1,10 +1,13 @@
 #include "openwbem/OW_HTTPChunkedIStream.hpp"
 
-#include <cxxabi.h>
+#include "blocxx/internal/DirectInput.hpp"
+#include "blocxx/internal/ForcedUnwind.hpp"
+#include "blocxx/internal/StreamFailure.hpp"
+#include "blocxx/internal/StreamReads.hpp"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <utility>
 
 namespace OpenWBEM
 {
@@ -13,6 +16,8 @@ namespace
 {
 
 using Traits = std::streambuf::traits_type;
+using blocxx::Internal::DirectInput;
+using blocxx::Internal::FailureReason;
 
 // The data of chunks of at least this size goes past the wrapped buffer, if the reader has asked for as much.
 constexpr std::size_t LARGE_CHUNK_SIZE = 8192;
@@ -38,6 +43,7 @@ void HTTPChunkedIStreamBuffer::resetInput()
     m_source = nullptr;
     m_windowSource = nullptr;
     m_error = 0;
+    m_errorText.erase();
 }
 
 std::streamsize HTTPChunkedIStreamBuffer::xsgetn(char* to, std::streamsize count)
@@ -68,109 +74,118 @@ int HTTPChunkedIStreamBuffer::buffer_from_device(char* c, int n)
     return static_cast<int>(got);
 }
 
-std::size_t HTTPChunkedIStreamBuffer::decode(char* to, std::size_t room, EWait wait)
+blocxx::String HTTPChunkedIStreamBuffer::deviceErrorText() const
 {
-    const bool straight = wait == E_FOR_ALL && room >= LARGE_CHUNK_SIZE;
-    std::size_t got = 0;
-    try
-    {
-        if (m_source == nullptr)
+    return m_errorText;
+}
+
+std::size_t HTTPChunkedIStreamBuffer::decode(char* to, std::size_t size, EWait wait)
+{
+    // Data that is stored when the wrapped buffer throws has to be counted, so the steps count in here.
+    Room room{to, to + size};
+    const bool straight = wait == E_FOR_ALL && size >= LARGE_CHUNK_SIZE;
+    blocxx::Internal::catchAllButUnwind(
+        [&]
         {
             begin();
-        }
-        while (m_source != nullptr && !m_decoder.isOver() && got < room && (got == 0 || wait == E_FOR_ALL))
+            while (!m_decoder.isOver() && room.next != room.end && (room.next == to || wait == E_FOR_ALL))
+            {
+                decodeStep(room, straight);
+            }
+        },
+        [&]
         {
-            got += m_windowSource != nullptr ? decodeBuffered(to + got, room - got, straight)
-                                             : decodeForeign(to + got, room - got);
-        }
-    }
-    catch (const abi::__forced_unwind&)
-    {
-        throw;
-    }
-    catch (...)
-    {
-        endInput(std::ios_base::badbit, EIO);
-    }
+            FailureReason reason = blocxx::Internal::reasonOfCaughtException();
+            endInput(std::ios_base::badbit, reason.error, std::move(reason.text));
+        });
     if (m_decoder.isBroken() && m_error == 0)
     {
         m_error = EBADMSG;
-        markWrapped(std::ios_base::failbit);
+        blocxx::Internal::setStateQuietly(m_istr, std::ios_base::failbit);
     }
-    return got;
+    return static_cast<std::size_t>(room.next - to);
 }
 
 void HTTPChunkedIStreamBuffer::begin()
 {
+    if (m_source != nullptr)
+    {
+        return;
+    }
     m_source = m_istr.rdbuf();
     m_windowSource = dynamic_cast<BaseStreamBuffer*>(m_source);
     if (m_istr.fail())
     {
-        m_decoder.breakOff();
+        m_decoder.fail();
         m_error = EIO;
     }
 }
 
-/// Decodes what the wrapped buffer holds. If it holds nothing, waits for one read of its device, which the data of a
-/// large chunk does past the buffer.
-std::size_t HTTPChunkedIStreamBuffer::decodeBuffered(char* to, std::size_t room, bool straight)
+/// Decodes what the wrapped buffer holds. If it holds nothing, waits for what comes next.
+void HTTPChunkedIStreamBuffer::decodeStep(Room& room, bool straight)
 {
-    std::size_t got = 0;
-    if (m_windowSource->window().size == 0)
+    if (m_windowSource == nullptr)
     {
-        // Behind one large chunk, another is likely.
-        const bool large = straight && m_decoder.chunkSize() >= LARGE_CHUNK_SIZE;
-        if (large && m_decoder.dataLeft() > 0)
-        {
-            got = readPast(to, room);
-        }
-        else if (!m_windowSource->fillWindow(large ? FRAMING_READ_SIZE : std::size_t(-1)))
-        {
-            noteEndOfInput();
-        }
+        decodeWithoutWindow(room);
+        return;
+    }
+    if (m_windowSource->window().size == 0 && !fetch(room, straight))
+    {
+        return;
     }
     const Window window = m_windowSource->window();
     if (window.size == 0)
     {
-        return got;
+        // The buffer is of a class that keeps nothing in its get area.
+        decodeWithoutWindow(room);
+        return;
     }
     const HTTPChunkDecoder::Progress progress =
-        m_decoder.decode(window.data, window.data + window.size, to + got, to + room);
+        m_decoder.decode(window.data, window.data + window.size, room.next, room.end);
     m_windowSource->consume(static_cast<std::size_t>(progress.from - window.data));
-    return static_cast<std::size_t>(progress.to - to);
+    room.next = progress.to;
 }
 
-/// Reads data straight into the reader's memory. If that has room, the framing behind the data comes along.
-std::size_t HTTPChunkedIStreamBuffer::readPast(char* to, std::size_t room)
+/// Waits for one read of the wrapped buffer's device, which the data of a large chunk does past the buffer.
+/// @return whether the buffer has bytes to decode
+bool HTTPChunkedIStreamBuffer::fetch(Room& room, bool straight)
 {
-    const std::size_t run = std::min<std::uint64_t>(m_decoder.dataLeft(), room);
-    const std::size_t got = m_windowSource->readPast(to, run, std::min(room - run, FRAMING_READ_SIZE));
-    m_decoder.takeData(got);
-    if (got == 0)
+    // Behind one large chunk, another is likely.
+    const DirectInput direct(m_source);
+    const bool large = straight && m_decoder.chunkSize() >= LARGE_CHUNK_SIZE && direct;
+    if (large && m_decoder.dataLeft() > 0)
+    {
+        const std::size_t run = std::min<std::uint64_t>(m_decoder.dataLeft(), room.size());
+        take(room, direct.readDirect(room.next, run, std::min(room.size() - run, FRAMING_READ_SIZE)));
+        return m_windowSource->window().size > 0;
+    }
+    const bool filled =
+        large ? direct.fillWindow(FRAMING_READ_SIZE) : !Traits::eq_int_type(m_source->sgetc(), Traits::eof());
+    if (!filled)
     {
         noteEndOfInput();
     }
-    return got;
+    return filled;
 }
 
-/// Decodes from a buffer of unknown kind: waits for one byte, then takes what came with it.
-std::size_t HTTPChunkedIStreamBuffer::decodeForeign(char* to, std::size_t room)
+/// Decodes from a buffer whose bytes cannot be seen where they lie: waits for one byte, then takes what came with it.
+void HTTPChunkedIStreamBuffer::decodeWithoutWindow(Room& room)
 {
-    std::size_t got = 0;
+    const char* const start = room.next;
     do
     {
         if (m_decoder.dataLeft() == 0)
         {
-            decodeFramingByte(to);
+            decodeFramingByte(room.next);
             continue;
         }
-        const auto atHand = static_cast<std::uint64_t>(std::max<std::streamsize>(m_source->in_avail(), 1));
-        got += readData(to + got, std::min({m_decoder.dataLeft(), atHand, std::uint64_t{room - got}}));
-    } while (!m_decoder.isOver() && got < room && m_source->in_avail() > 0 && !(got > 0 && m_decoder.isInTrailer()));
-    return got;
+        const std::size_t run = std::min<std::uint64_t>(m_decoder.dataLeft(), room.size());
+        take(room, blocxx::Internal::readRun(*m_source, room.next, run));
+    } while (!m_decoder.isOver() && room.next != room.end && m_source->in_avail() > 0 &&
+             !(room.next != start && m_decoder.isInTrailer()));
 }
 
-void HTTPChunkedIStreamBuffer::decodeFramingByte(char* room)
+void HTTPChunkedIStreamBuffer::decodeFramingByte(char* to)
 {
     const Traits::int_type read = m_source->sbumpc();
     if (Traits::eq_int_type(read, Traits::eof()))
@@ -179,18 +194,19 @@ void HTTPChunkedIStreamBuffer::decodeFramingByte(char* room)
         return;
     }
     const char byte = Traits::to_char_type(read);
-    m_decoder.decode(&byte, &byte + 1, room, room + 1);
+    m_decoder.decode(&byte, &byte + 1, to, to + 1);
 }
 
-std::size_t HTTPChunkedIStreamBuffer::readData(char* to, std::uint64_t count)
+/// Counts data that was read into the room; none of it is the end of the input.
+void HTTPChunkedIStreamBuffer::take(Room& room, std::size_t count)
 {
-    const std::streamsize got = m_source->sgetn(to, static_cast<std::streamsize>(count));
-    m_decoder.takeData(static_cast<std::uint64_t>(got));
-    if (static_cast<std::uint64_t>(got) < count)
+    if (count == 0)
     {
         noteEndOfInput();
+        return;
     }
-    return static_cast<std::size_t>(got);
+    m_decoder.takeData(count);
+    room.next += count;
 }
 
 void HTTPChunkedIStreamBuffer::noteEndOfInput()
@@ -198,33 +214,23 @@ void HTTPChunkedIStreamBuffer::noteEndOfInput()
     constexpr std::ios_base::iostate ENDED = std::ios_base::eofbit | std::ios_base::failbit;
     if (m_windowSource != nullptr && m_windowSource->inputState() == E_INPUT_FAILED)
     {
-        endInput(ENDED | std::ios_base::badbit, m_windowSource->inputError());
+        endInput(ENDED | std::ios_base::badbit, m_windowSource->inputError(), m_windowSource->inputErrorText());
     }
     else
     {
-        endInput(ENDED, EBADMSG);
+        endInput(ENDED, EBADMSG, blocxx::String());
     }
 }
 
-void HTTPChunkedIStreamBuffer::endInput(std::ios_base::iostate state, int error)
+void HTTPChunkedIStreamBuffer::endInput(std::ios_base::iostate bits, int error, blocxx::String text)
 {
     m_decoder.endInput();
     if (m_decoder.isBroken())
     {
         m_error = error;
-        markWrapped(state);
-    }
-}
-
-void HTTPChunkedIStreamBuffer::markWrapped(std::ios_base::iostate state)
-{
-    try
-    {
-        m_istr.setstate(state);
-    }
-    catch (const std::ios_base::failure&) // NOLINT(bugprone-empty-catch)
-    {
-        // The bits are set. It is this stream that is being read, and its own mask that says what is thrown.
+        m_errorText.swap(text);
+        // It is this stream that is being read, and its own mask that says what is thrown.
+        blocxx::Internal::setStateQuietly(m_istr, bits);
     }
 }
 

@@ -14,7 +14,8 @@ namespace
 {
 
 using OpenWBEM::HTTPChunkedIStream;
-using zol_test::PiecewiseInput;
+using zol_test::PiecewiseConnection;
+using zol_test::PiecewiseText;
 using zol_test::stateOf;
 
 std::string randomText(std::mt19937& random, std::size_t size)
@@ -62,12 +63,11 @@ TEST(HTTPLargeChunks, ArriveWholeHoweverTheyAreCutAndRead)
             wire += chunkOf(chunk);
         }
         wire += "0\r\n\r\nNEXT";
-        PiecewiseInput buffer(wire, 1 + random() % 70000);
-        std::istream wrapped(&buffer);
-        HTTPChunkedIStream body(wrapped);
+        PiecewiseConnection connection(wire, 1 + random() % 70000);
+        HTTPChunkedIStream body(connection.stream());
         EXPECT_EQ(readAll(body, 1 + random() % 150000), data);
         EXPECT_EQ(stateOf(body), "EF");
-        EXPECT_EQ(buffer.left(), "NEXT");
+        EXPECT_EQ(connection.left(), "NEXT");
     }
 }
 
@@ -80,12 +80,11 @@ TEST(HTTPLargeChunks, GoPastTheWrappedBufferInOneReadEach)
         wire += chunkOf(data);
     }
     wire += "0\r\n\r\n";
-    PiecewiseInput buffer(wire);
-    std::istream wrapped(&buffer);
-    HTTPChunkedIStream body(wrapped);
+    PiecewiseConnection connection(wire);
+    HTTPChunkedIStream body(connection.stream());
     EXPECT_EQ(readAll(body, 100 * data.size() + 1).size(), 100 * data.size());
-    EXPECT_LE(buffer.reads(), 102);
-    EXPECT_GE(buffer.reads(), 96);
+    EXPECT_LE(connection.reads(), 102);
+    EXPECT_GE(connection.reads(), 96);
 }
 
 TEST(HTTPLargeChunks, SmallOnesBehindThemFillTheBufferAgain)
@@ -96,21 +95,19 @@ TEST(HTTPLargeChunks, SmallOnesBehindThemFillTheBufferAgain)
         wire += chunkOf(std::string(100, 'y'));
     }
     wire += "0\r\n\r\n";
-    PiecewiseInput buffer(wire);
-    std::istream wrapped(&buffer);
-    HTTPChunkedIStream body(wrapped);
+    PiecewiseConnection connection(wire);
+    HTTPChunkedIStream body(connection.stream());
     EXPECT_EQ(readAll(body, 400000).size(), 300000U);
-    EXPECT_LE(buffer.reads(), 12);
+    EXPECT_LE(connection.reads(), 12);
 }
 
 TEST(HTTPLargeChunks, WhatArrivedBeforeAnErrorIsDeliveredAndTheBodyIsBad)
 {
     const std::string sent(150000, 'x');
-    for (const PiecewiseInput::EEnd end : {PiecewiseInput::E_ERROR, PiecewiseInput::E_THROW, PiecewiseInput::E_ORDERLY})
+    for (const PiecewiseText::EEnd end : {PiecewiseText::E_ERROR, PiecewiseText::E_THROW, PiecewiseText::E_ORDERLY})
     {
-        PiecewiseInput buffer("186a00\r\n" + sent, 10000, end);
-        std::istream wrapped(&buffer);
-        HTTPChunkedIStream body(wrapped);
+        PiecewiseConnection connection("186a00\r\n" + sent, 10000, end);
+        HTTPChunkedIStream body(connection.stream());
         EXPECT_EQ(readAll(body, 400000), sent);
         EXPECT_EQ(stateOf(body), "EFB");
     }
@@ -119,9 +116,8 @@ TEST(HTTPLargeChunks, WhatArrivedBeforeAnErrorIsDeliveredAndTheBodyIsBad)
 TEST(HTTPLargeChunks, AMissingLineEndBehindTheDataIsAnErrorBehindTheData)
 {
     const std::string data(100000, 'x');
-    PiecewiseInput buffer("186a0\r\n" + data + "xx5\r\nhello\r\n0\r\n\r\n");
-    std::istream wrapped(&buffer);
-    HTTPChunkedIStream body(wrapped);
+    PiecewiseConnection connection("186a0\r\n" + data + "xx5\r\nhello\r\n0\r\n\r\n");
+    HTTPChunkedIStream body(connection.stream());
     EXPECT_EQ(readAll(body, 400000), data);
     EXPECT_EQ(stateOf(body), "EFB");
 }

@@ -1,12 +1,15 @@
 #pragma once
 
 #include "blocxx/BaseStreamBuffer.hpp"
+#include "blocxx/IOIFC.hpp"
+#include "blocxx/IOIFCStreamBuffer.hpp"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <ios>
+#include <istream>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -14,8 +17,8 @@
 namespace zol_test
 {
 
-/// A device buffer over a text that arrives in pieces of a fixed size, as from a network, and ends as one is told.
-class PiecewiseInput : public blocxx::BaseStreamBuffer
+/// A text that arrives in pieces of a fixed size, as from a network, and ends as one is told.
+class PiecewiseText
 {
 public:
     enum EEnd
@@ -25,26 +28,15 @@ public:
         E_THROW  ///< throws std::runtime_error
     };
 
-    explicit PiecewiseInput(std::string text, std::size_t pieceSize = 65536, EEnd end = E_ORDERLY)
-        : BaseStreamBuffer(E_IN, 65536, E_NEGATIVE_FAILS), m_text(std::move(text)), m_pieceSize(pieceSize), m_end(end)
+    PiecewiseText(std::string text, std::size_t pieceSize, EEnd end)
+        : m_text(std::move(text)), m_pieceSize(pieceSize), m_end(end)
     {
     }
 
-    /// How often the device was asked.
-    int reads() const { return m_reads; }
-
-    /// What was not taken from the buffer, delivered or not.
-    std::string left() const
-    {
-        const Window held = window();
-        return std::string(held.data, held.size) + m_text.substr(m_position);
-    }
-
-private:
-    int buffer_from_device(char* c, int n) override
+    int read(char* to, int room)
     {
         ++m_reads;
-        const std::size_t count = std::min({m_pieceSize, static_cast<std::size_t>(n), m_text.size() - m_position});
+        const std::size_t count = std::min({m_pieceSize, static_cast<std::size_t>(room), m_text.size() - m_position});
         if (count == 0 && m_end == E_THROW)
         {
             throw std::runtime_error("the device broke");
@@ -54,16 +46,79 @@ private:
             errno = ECONNRESET;
             return -1;
         }
-        std::memcpy(c, m_text.data() + m_position, count);
+        std::memcpy(to, m_text.data() + m_position, count);
         m_position += count;
         return static_cast<int>(count);
     }
 
+    int reads() const { return m_reads; }
+    std::string left() const { return m_text.substr(m_position); }
+
+private:
     const std::string m_text;
     const std::size_t m_pieceSize;
     const EEnd m_end;
     std::size_t m_position = 0;
     int m_reads = 0;
+};
+
+/// A stream buffer of its own class over such a text.
+class PiecewiseInput : public blocxx::BaseStreamBuffer
+{
+public:
+    using EEnd = PiecewiseText::EEnd;
+    static constexpr EEnd E_ORDERLY = PiecewiseText::E_ORDERLY;
+    static constexpr EEnd E_ERROR = PiecewiseText::E_ERROR;
+    static constexpr EEnd E_THROW = PiecewiseText::E_THROW;
+
+    explicit PiecewiseInput(std::string text, std::size_t pieceSize = 65536, EEnd end = E_ORDERLY)
+        : BaseStreamBuffer(E_IN, 65536, E_NEGATIVE_FAILS), m_text(std::move(text), pieceSize, end)
+    {
+    }
+
+    /// How often the device was asked.
+    int reads() const { return m_text.reads(); }
+
+    /// What was not taken from the buffer, delivered or not.
+    std::string left() const { return std::string(window().data, window().size) + m_text.left(); }
+
+private:
+    int buffer_from_device(char* c, int n) override { return m_text.read(c, n); }
+
+    PiecewiseText m_text;
+};
+
+/// The same, with the stream buffer of a connection.
+class PiecewiseConnection
+{
+public:
+    explicit PiecewiseConnection(std::string text, std::size_t pieceSize = 65536,
+                                 PiecewiseText::EEnd end = PiecewiseText::E_ORDERLY)
+        : m_device(PiecewiseText(std::move(text), pieceSize, end)), m_buffer(&m_device), m_stream(&m_buffer)
+    {
+    }
+
+    std::istream& stream() { return m_stream; }
+    blocxx::IOIFCStreamBuffer& buffer() { return m_buffer; }
+    int reads() const { return m_device.text.reads(); }
+    std::string left() const
+    {
+        return std::string(m_buffer.window().data, m_buffer.window().size) + m_device.text.left();
+    }
+
+private:
+    struct Device : blocxx::IOIFC
+    {
+        explicit Device(PiecewiseText source) : text(std::move(source)) {}
+        int read(void* to, int room, ErrorAction) override { return text.read(static_cast<char*>(to), room); }
+        int write(const void*, int length, ErrorAction) override { return length; }
+
+        PiecewiseText text;
+    };
+
+    Device m_device;
+    blocxx::IOIFCStreamBuffer m_buffer;
+    std::istream m_stream;
 };
 
 /// The bits of a stream's state: "good", or those of E (eofbit), F (failbit) and B (badbit) that are set.

@@ -1,9 +1,14 @@
 #include "blocxx/BaseStreamBuffer.hpp"
 
+#include "blocxx/internal/ForcedUnwind.hpp"
+#include "blocxx/internal/StreamFailure.hpp"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <exception>
+#include <utility>
 
 namespace blocxx
 {
@@ -27,9 +32,9 @@ BaseStreamBuffer::BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize
 {
 }
 
-BaseStreamBuffer::BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize, ENegativeAnswer negativeAnswer)
-    : m_direction(direction), m_negativeAnswer(negativeAnswer), m_inputState(E_INPUT_OPEN), m_inputError(0),
-      m_size(usableSize(bufSize)), m_putSize(0), m_reportTo(nullptr)
+BaseStreamBuffer::BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize, ENegativeResult negativeResult)
+    : m_direction(direction), m_negativeResult(negativeResult), m_inputState(E_INPUT_OPEN), m_inputError(0),
+      m_outputError(0), m_size(usableSize(bufSize)), m_putSize(0), m_reportTo(nullptr)
 {
 }
 
@@ -42,28 +47,6 @@ void BaseStreamBuffer::consume(std::size_t count)
     setg(eback(), gptr() + std::min(count, unread), egptr());
 }
 
-bool BaseStreamBuffer::fillWindow(std::size_t atMost)
-{
-    return gptr() != egptr() ||
-           refill(static_cast<std::streamsize>(std::min(atMost, static_cast<std::size_t>(m_size))), false);
-}
-
-std::size_t BaseStreamBuffer::readPast(char* to, std::size_t count, std::size_t ahead)
-{
-    setg(nullptr, nullptr, nullptr);
-    const auto size = static_cast<std::size_t>(m_size);
-    const auto got = static_cast<std::size_t>(
-        readFromDevice(to, static_cast<std::streamsize>(std::min(count + ahead, size)), false));
-    if (got <= count)
-    {
-        return got;
-    }
-    char* const start = getBuffer();
-    std::memcpy(start, to + count, got - count);
-    setg(start, start, start + (got - count));
-    return count;
-}
-
 void BaseStreamBuffer::initBuffers()
 {
     initGetBuffer();
@@ -74,22 +57,31 @@ void BaseStreamBuffer::initGetBuffer()
 {
     setg(nullptr, nullptr, nullptr);
     m_inputState = E_INPUT_OPEN;
-    m_inputError = 0;
+    m_inputErrorText.erase();
 }
 
 void BaseStreamBuffer::initPutBuffer()
 {
-    setp(m_putBuffer.get(), m_putBuffer.get() + m_putSize);
+    clearPutArea();
+    m_outputError = 0;
+    m_outputErrorText.erase();
 }
 
 int BaseStreamBuffer::buffer_to_device(const char*, int)
 {
+    errno = ENOTSUP;
     return -1;
 }
 
 int BaseStreamBuffer::buffer_from_device(char*, int)
 {
+    errno = ENOTSUP;
     return -1;
+}
+
+String BaseStreamBuffer::deviceErrorText() const
+{
+    return {};
 }
 
 BaseStreamBuffer::int_type BaseStreamBuffer::underflow()
@@ -156,7 +148,7 @@ bool BaseStreamBuffer::refill(std::streamsize atMost, bool dataBefore)
     return count > 0;
 }
 
-// The one place that asks the device. Answers 0 when there is no more input, whatever the reason.
+// The one place that reads from the device. Returns 0 when there is no more input, whatever the reason.
 std::streamsize BaseStreamBuffer::readFromDevice(char* to, std::streamsize room, bool dataBefore)
 {
     if (m_direction == E_OUT)
@@ -168,68 +160,71 @@ std::streamsize BaseStreamBuffer::readFromDevice(char* to, std::streamsize room,
         reportFailure();
         return 0;
     }
-    int answer = 0;
-    try
-    {
-        answer = buffer_from_device(to, static_cast<int>(room));
-    }
-    catch (...)
-    {
-        noteFailure(EIO);
-        // The exception would take the bytes read before it along; badbit on the stream tells the failure as well.
-        if (dataBefore && m_reportTo != nullptr)
-        {
-            return 0;
-        }
-        throw;
-    }
-    if (answer > 0 && answer <= room)
-    {
-        m_inputState = E_INPUT_OPEN;
-        return answer;
-    }
-    noteEndOfInput(answer, errno);
-    return 0;
+    // Only a cancelled thread leaves it so. What it had read into the caller's memory is lost, and with it the rest.
+    m_inputState = E_INPUT_FAILED;
+    m_inputError = ECANCELED;
+    return Internal::catchAllButUnwind([&] { return noteRead(buffer_from_device(to, static_cast<int>(room)), room); },
+                                       [&]() -> std::streamsize
+                                       {
+                                           noteFailure(Internal::reasonOfCaughtException());
+                                           // The exception would take the bytes read before it along; badbit on the
+                                           // stream tells the failure as well.
+                                           if (dataBefore && m_reportTo != nullptr)
+                                           {
+                                               return 0;
+                                           }
+                                           throw;
+                                       });
 }
 
-void BaseStreamBuffer::noteEndOfInput(int answer, int error)
+std::streamsize BaseStreamBuffer::noteRead(int result, std::streamsize room)
 {
-    if (answer > 0)
+    const int error = errno;
+    if (result > room)
     {
-        noteFailure(EIO);
+        noteFailure({EIO, String()});
+        return 0;
     }
-    else if (answer < 0 && m_negativeAnswer == E_NEGATIVE_FAILS)
+    if (result < 0 && m_negativeResult == E_NEGATIVE_FAILS)
     {
-        noteFailure(error != 0 ? error : EIO);
+        noteFailure(reasonOfFailure(error));
+        return 0;
     }
-    else
-    {
-        // Deliberately not sticky: a reader that asks again, asks the device again.
-        m_inputState = E_INPUT_ENDED;
-    }
+    // Deliberately not sticky: a reader that asks again after the end, asks the device again.
+    m_inputState = result > 0 ? E_INPUT_OPEN : E_INPUT_ENDED;
+    return std::max(result, 0);
 }
 
-void BaseStreamBuffer::noteFailure(int error)
+void BaseStreamBuffer::noteFailure(Internal::FailureReason reason)
 {
     m_inputState = E_INPUT_FAILED;
-    m_inputError = error;
+    m_inputError = reason.error;
+    m_inputErrorText.swap(reason.text);
     reportFailure();
 }
 
-void BaseStreamBuffer::reportFailure()
+Internal::FailureReason BaseStreamBuffer::reasonOfFailure(int error) const
 {
-    if (m_reportTo == nullptr || m_reportTo->bad())
-    {
-        return;
-    }
+    Internal::FailureReason reason;
+    reason.error = error != 0 ? error : EIO;
     try
     {
-        m_reportTo->setstate(std::ios_base::badbit);
+        reason.text = deviceErrorText();
     }
-    catch (const std::ios_base::failure&) // NOLINT(bugprone-empty-catch)
+    catch (const std::exception&) // NOLINT(bugprone-empty-catch)
     {
-        // The bit is set. The stream's reading operation throws for it by itself, after it has counted the bytes that
-        // arrived before the failure; a throw from here would lose the count.
+        // A failure without a text is still the failure that has to be told.
+    }
+    return reason;
+}
+
+// Quietly, as the stream's reading operation throws for its mask by itself, after it has counted the bytes that arrived
+// before the failure; a throw from here would lose the count.
+void BaseStreamBuffer::reportFailure()
+{
+    if (m_reportTo != nullptr && !m_reportTo->bad())
+    {
+        Internal::setStateQuietly(*m_reportTo, std::ios_base::badbit);
     }
 }
 
@@ -245,7 +240,7 @@ std::streamsize BaseStreamBuffer::xsputn(const char* from, std::streamsize count
         const std::streamsize rest = count - done;
         if (pptr() == pbase() && rest >= m_size)
         {
-            if (buffer_to_device(from + done, static_cast<int>(m_size)) < 0)
+            if (!writeToDevice(from + done, m_size))
             {
                 break;
             }
@@ -309,20 +304,59 @@ void BaseStreamBuffer::growPutBuffer(std::streamsize wanted)
     }
     m_putBuffer = std::move(grown);
     m_putSize = size;
-    initPutBuffer();
+    clearPutArea();
     pbump(static_cast<int>(held));
+}
+
+void BaseStreamBuffer::clearPutArea()
+{
+    setp(m_putBuffer.get(), m_putBuffer.get() + m_putSize);
 }
 
 // The put area is empty afterwards, whatever the result: the bytes of a failed flush are lost.
 bool BaseStreamBuffer::flush()
 {
-    const auto held = static_cast<int>(pptr() - pbase());
+    const std::streamsize held = pptr() - pbase();
     if (held == 0)
     {
         return true;
     }
-    initPutBuffer();
-    return buffer_to_device(m_putBuffer.get(), held) >= 0;
+    clearPutArea();
+    return writeToDevice(m_putBuffer.get(), held);
+}
+
+// The one place that writes to the device. Of several failures the first is kept.
+bool BaseStreamBuffer::writeToDevice(const char* from, std::streamsize count)
+{
+    const bool failedBefore = m_outputError != 0;
+    const auto note = [&](Internal::FailureReason reason)
+    {
+        if (!failedBefore)
+        {
+            m_outputError = reason.error;
+            m_outputErrorText.swap(reason.text);
+        }
+        return false;
+    };
+    if (!failedBefore)
+    {
+        m_outputError = ECANCELED; // only a cancelled thread leaves it so
+    }
+    return Internal::catchAllButUnwind(
+        [&]
+        {
+            if (buffer_to_device(from, static_cast<int>(count)) < 0)
+            {
+                return note(reasonOfFailure(errno));
+            }
+            m_outputError = failedBefore ? m_outputError : 0;
+            return true;
+        },
+        [&]() -> bool
+        {
+            note(Internal::reasonOfCaughtException());
+            throw;
+        });
 }
 
 } // namespace blocxx

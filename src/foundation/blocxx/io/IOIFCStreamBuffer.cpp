@@ -1,5 +1,6 @@
 #include "blocxx/IOIFCStreamBuffer.hpp"
 
+#include <cerrno>
 #include <utility>
 
 namespace blocxx
@@ -38,13 +39,23 @@ int IOIFCStreamBuffer::buffer_to_device(const char* c, int n)
     while (written < n)
     {
         const int step = m_device->write(c + written, n - written, m_errorAction);
-        if (step <= 0 || step > n - written)
+        if (step == 0 || step > n - written)
+        {
+            errno = EIO; // such a count comes without a reason
+            return -1;
+        }
+        if (step < 0)
         {
             return -1;
         }
         written += step;
     }
     return 0;
+}
+
+String IOIFCStreamBuffer::deviceErrorText() const
+{
+    return m_device->lastErrorText();
 }
 
 } // namespace blocxx

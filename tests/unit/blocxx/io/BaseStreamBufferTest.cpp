@@ -36,7 +36,7 @@ public:
     using BaseStreamBuffer::E_NEGATIVE_ENDS;
     using BaseStreamBuffer::E_NEGATIVE_FAILS;
 
-    ProbeBuffer(EDirectionFlag direction, std::size_t size, ENegativeAnswer negative = E_NEGATIVE_FAILS)
+    ProbeBuffer(EDirectionFlag direction, std::size_t size, ENegativeResult negative = E_NEGATIVE_FAILS)
         : BaseStreamBuffer(direction, size, negative)
     {
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "blocxx/BLOCXX_config.h"
+#include "blocxx/String.hpp"
 
 #include <cstddef>
 #include <ios>
@@ -10,11 +11,37 @@
 namespace blocxx
 {
 
+namespace Internal
+{
+class DirectInput;
+struct FailureReason;
+} // namespace Internal
+
 const std::size_t BASE_BUF_SIZE = 256;
 const std::size_t HTTP_BUF_SIZE = 4096;
 
 /// A stream buffer over a device that subclasses supply through two hooks, `buffer_from_device` and
 /// `buffer_to_device`.
+///
+/// @code
+/// class TextBuffer : public blocxx::BaseStreamBuffer
+/// {
+/// public:
+///     explicit TextBuffer(std::string text) : BaseStreamBuffer(E_IN), m_text(std::move(text)) {}
+///
+/// protected:
+///     int buffer_from_device(char* to, int room) override
+///     {
+///         const std::size_t count = m_text.copy(to, static_cast<std::size_t>(room), m_next);
+///         m_next += count;
+///         return static_cast<int>(count); // 0 ends the input
+///     }
+///
+/// private:
+///     const std::string m_text;
+///     std::size_t m_next = 0;
+/// };
+/// @endcode
 ///
 /// Blocks move as blocks: what is buffered is copied in runs, and a read or write of at least the buffer's size goes
 /// straight between the caller's memory and the device, in requests of at most the buffer's size. Nothing waits to fill
@@ -23,6 +50,9 @@ const std::size_t HTTP_BUF_SIZE = 4096;
 /// The buffer remembers how its input ended. Data that arrived before a failure is delivered first; then badbit is set
 /// on the stream named with `reportErrorsTo`, so that a reader can tell a complete input from a cut one. An orderly end
 /// never sets badbit. After a failure the device is not asked again; after an orderly end it is.
+///
+/// It remembers a failed write as well, also where the stream that wrote shows no bit: a stream that inserts another
+/// buffer (`out << in.rdbuf()`) sets none once a single byte has been accepted.
 ///
 /// The destructor neither flushes nor blocks: whoever writes flushes. Not copyable; one thread at a time.
 class BLOCXX_COMMON_API BaseStreamBuffer : public std::streambuf
@@ -43,6 +73,14 @@ public:
         E_INPUT_FAILED ///< an error: what was read is not all there should have been
     };
 
+    /// How far the output has got.
+    enum EOutputState
+    {
+        E_OUTPUT_SENT,    ///< the device has accepted every byte that was written
+        E_OUTPUT_PENDING, ///< bytes are waiting in the buffer for a flush
+        E_OUTPUT_FAILED   ///< a write failed: the device has not got all bytes
+    };
+
     /// Bytes that are buffered and unread, where they lie. Valid until the buffer is read from again.
     struct Window
     {
@@ -51,7 +89,7 @@ public:
     };
 
     /// @param bufSize bytes of one direction's buffer, at least 1; the memory is taken when it is first needed. A
-    /// negative answer of `buffer_from_device` ends the input.
+    /// negative result of `buffer_from_device` ends the input.
     explicit BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize = BASE_BUF_SIZE);
 
     BaseStreamBuffer(const BaseStreamBuffer&) = delete;
@@ -60,8 +98,27 @@ public:
 
     EInputState inputState() const { return m_inputState; }
 
-    /// The `errno` value that the failed input left, 0 if the input has not failed.
-    int inputError() const { return m_inputError; }
+    /// The `errno` value of the input's failure, 0 if the input has not failed. It is the error code of an exception that
+    /// the device threw, EIO if that had none; ECANCELED if the thread was cancelled while it read.
+    int inputError() const { return m_inputState == E_INPUT_FAILED ? m_inputError : 0; }
+
+    /// What the device says about the input's failure beyond inputError(), or the message of the exception that it threw.
+    /// Empty if there is no such text, or if the input has not failed.
+    String inputErrorText() const { return m_inputState == E_INPUT_FAILED ? m_inputErrorText : String(); }
+
+    /// A failure stays until the output is reset; bytes that are written after it may still reach the device.
+    EOutputState outputState() const
+    {
+        if (m_outputError != 0)
+        {
+            return E_OUTPUT_FAILED;
+        }
+        return pptr() != pbase() ? E_OUTPUT_PENDING : E_OUTPUT_SENT;
+    }
+
+    /// As inputError() and inputErrorText(), of the first write that failed.
+    int outputError() const { return m_outputError; }
+    String outputErrorText() const { return m_outputErrorText; }
 
     /// Names the stream on which badbit is set when the input fails; null for none. The stream must outlive its
     /// registration here. If the stream's exception mask asks for it, its reading operations throw after the data that
@@ -73,25 +130,15 @@ public:
     /// Takes that many bytes of the window as read; more than the window holds takes them all.
     void consume(std::size_t count);
 
-    /// Fills an empty window with what one device read of at most `atMost` bytes delivers; leaves one that holds bytes.
-    /// @return whether the window holds any
-    bool fillWindow(std::size_t atMost);
-
-    /// Reads straight from the device into the caller's memory, past an empty window, as much as one read delivers. Up
-    /// to `ahead` bytes behind them may come along; those become the window.
-    /// @param to room for `count` + `ahead` bytes, all of which may be written to
-    /// @return the bytes of the `count`; 0 at the end of the input
-    std::size_t readPast(char* to, std::size_t count, std::size_t ahead);
-
 protected:
-    /// What a negative answer of `buffer_from_device` means.
-    enum ENegativeAnswer
+    /// What a negative result of `buffer_from_device` means.
+    enum ENegativeResult
     {
         E_NEGATIVE_ENDS, ///< the end of the input, like 0
         E_NEGATIVE_FAILS ///< a failure, the reason in `errno`
     };
 
-    BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize, ENegativeAnswer negativeAnswer);
+    BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize, ENegativeResult negativeResult);
 
     int_type underflow() override;
     std::streamsize xsgetn(char* to, std::streamsize count) override;
@@ -99,12 +146,13 @@ protected:
     int_type overflow(int_type c) override;
     int sync() override;
 
-    /// Drops unread input and pending output; the input counts as open again.
+    /// Drops unread input and pending output; the input counts as open again and the output as sent.
     virtual void initBuffers();
     virtual void initGetBuffer();
     virtual void initPutBuffer();
 
-    /// Writes all of n bytes. @return negative on failure; the bytes are lost then.
+    /// Writes all of n bytes. @return negative on failure, the reason in `errno`; the bytes are lost then. An exception
+    /// counts as a failure too, and passes on to the stream.
     virtual int buffer_to_device(const char* c, int n);
 
     /// Reads up to n bytes. @return the bytes read; 0 at the orderly end; negative as told to the constructor. More
@@ -112,27 +160,38 @@ protected:
     /// that were read before it have still to be delivered.
     virtual int buffer_from_device(char* c, int n);
 
+    /// What the device can say beyond `errno` about the read or write that has just failed; empty by default.
+    virtual String deviceErrorText() const;
+
 private:
+    friend class Internal::DirectInput;
+
     std::streamsize readFromDevice(char* to, std::streamsize room, bool dataBefore);
-    void noteEndOfInput(int answer, int error);
-    void noteFailure(int error);
+    std::streamsize noteRead(int result, std::streamsize room);
+    void noteFailure(Internal::FailureReason reason);
+    Internal::FailureReason reasonOfFailure(int error) const;
     void reportFailure();
     char* getBuffer();
     bool refill(std::streamsize atMost, bool dataBefore);
     std::streamsize takeBuffered(char* to, std::streamsize count);
     bool makePutRoom(std::streamsize wanted);
     void growPutBuffer(std::streamsize wanted);
+    void clearPutArea();
     bool flush();
+    bool writeToDevice(const char* from, std::streamsize count);
 
     const EDirectionFlag m_direction;
-    const ENegativeAnswer m_negativeAnswer;
+    const ENegativeResult m_negativeResult;
     EInputState m_inputState;
     int m_inputError;
+    int m_outputError; // 0 as long as no write has failed
     const std::streamsize m_size;
     std::streamsize m_putSize;
     std::ios* m_reportTo;
     std::unique_ptr<char[]> m_getBuffer;
     std::unique_ptr<char[]> m_putBuffer;
+    String m_inputErrorText;
+    String m_outputErrorText;
 };
 
 } // namespace blocxx

@@ -62,7 +62,7 @@ public:
     /// No byte will follow. That completes the message if only the trailer was missing, and breaks it elsewhere.
     void endInput();
     /// The input cannot be trusted from here on.
-    void breakOff()
+    void fail()
     {
         m_state = E_BROKEN;
         m_dataLeft = 0;

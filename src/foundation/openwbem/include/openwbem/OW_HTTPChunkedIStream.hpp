@@ -18,9 +18,10 @@ namespace OpenWBEM
 /// body's last byte; the body is complete without it, so input that ends inside the trailer does no harm.
 ///
 /// inputState() tells how the body ended: E_INPUT_ENDED for a complete one; E_INPUT_FAILED for one that was cut short
-/// or is malformed, and for a stream that had failed before the body began. inputError() is then the wrapped buffer's,
-/// EBADMSG if that did not fail, EIO if it threw or the stream had failed before. What was decoded before is delivered
-/// first. The wrapped stream gets failbit for a malformed body, eofbit and failbit for a cut one, badbit if its buffer
+/// or is malformed, and for a stream that had failed before the body began. inputError() and
+/// inputErrorText() are then those of the wrapped buffer, or what the exception that it threw says; without either,
+/// EBADMSG for the body, and EIO for a stream that had failed before. What was decoded before is delivered first.
+/// The wrapped stream gets failbit for a malformed body, eofbit and failbit for a cut one, badbit if its buffer
 /// throws.
 ///
 /// Not copyable; one thread at a time.
@@ -48,22 +49,33 @@ private:
 
     int buffer_from_device(char* c, int n) override;
 
-    std::size_t decode(char* to, std::size_t room, EWait wait);
+    blocxx::String deviceErrorText() const override;
+
+    /// Where data goes.
+    struct Room
+    {
+        std::size_t size() const { return static_cast<std::size_t>(end - next); }
+
+        char* next;
+        char* const end;
+    };
+
+    std::size_t decode(char* to, std::size_t size, EWait wait);
     void begin();
-    std::size_t decodeBuffered(char* to, std::size_t room, bool straight);
-    std::size_t decodeForeign(char* to, std::size_t room);
-    void decodeFramingByte(char* room);
-    std::size_t readData(char* to, std::uint64_t count);
-    std::size_t readPast(char* to, std::size_t room);
+    void decodeStep(Room& room, bool straight);
+    bool fetch(Room& room, bool straight);
+    void decodeWithoutWindow(Room& room);
+    void decodeFramingByte(char* to);
+    void take(Room& room, std::size_t count);
     void noteEndOfInput();
-    void endInput(std::ios_base::iostate state, int error);
-    void markWrapped(std::ios_base::iostate state);
+    void endInput(std::ios_base::iostate bits, int error, blocxx::String text);
 
     std::istream& m_istr;
     std::streambuf* m_source;                 // the wrapped stream's, null before the body begins
-    blocxx::BaseStreamBuffer* m_windowSource; // the same, if its bytes can be looked at in place
+    blocxx::BaseStreamBuffer* m_windowSource; // the same, if its bytes can be seen where they lie
     HTTPChunkDecoder m_decoder;
     int m_error;
+    blocxx::String m_errorText;
 };
 
 /// Makes the buffer before the stream that uses it.

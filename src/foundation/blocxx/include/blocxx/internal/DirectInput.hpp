@@ -1,0 +1,45 @@
+#pragma once
+
+#include "blocxx/BLOCXX_config.h"
+
+#include <cstddef>
+#include <streambuf>
+
+namespace blocxx
+{
+
+class BaseStreamBuffer;
+
+namespace Internal
+{
+
+/// Internal to the libraries of this project; not an interface for programs.
+///
+/// Reads of a device that go past the get area of its stream buffer. Only a buffer of exactly the type
+/// IOIFCStreamBuffer allows them: a derived class may replace the way its input takes, `underflow` for one, and every
+/// read has to go that way.
+class BLOCXX_COMMON_API DirectInput
+{
+public:
+    /// @param buffer null or a buffer that outlives this object
+    explicit DirectInput(std::streambuf* buffer);
+
+    /// Whether the buffer allows such reads. The other members must not be called if it does not.
+    explicit operator bool() const { return m_buffer != nullptr; }
+
+    /// Fills an empty window with what one device read of at most `atMost` bytes delivers; leaves one that holds bytes.
+    /// @return whether the window holds any
+    bool fillWindow(std::size_t atMost) const;
+
+    /// Reads straight from the device into the caller's memory, past an empty window, as much as one read delivers. Up
+    /// to `ahead` bytes behind them may come along; those become the window.
+    /// @param to room for `count` + `ahead` bytes, all of which may be written to
+    /// @return the bytes of the `count`; 0 at the end of the input
+    std::size_t readDirect(char* to, std::size_t count, std::size_t ahead) const;
+
+private:
+    BaseStreamBuffer* m_buffer;
+};
+
+} // namespace Internal
+} // namespace blocxx

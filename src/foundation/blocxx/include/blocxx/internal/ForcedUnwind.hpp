@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cxxabi.h>
+
+namespace blocxx::Internal
+{
+
+/// Internal to the libraries of this project; not an interface for programs.
+///
+/// Returns what `call` returns. If that throws, returns what `handle` returns: it runs inside the handler, so `throw;`
+/// passes the exception on. The unwinding of a thread that is being cancelled is no exception to handle: it passes, as
+/// the process would abort if it were held up.
+template <class Call, class Handle>
+auto catchAllButUnwind(const Call& call, const Handle& handle) -> decltype(call())
+{
+    try
+    {
+        return call();
+    }
+    catch (const abi::__forced_unwind&)
+    {
+        throw;
+    }
+    catch (...)
+    {
+        return handle();
+    }
+}
+
+} // namespace blocxx::Internal
