@@ -15,13 +15,12 @@ namespace ZOLNS2::HTTP
 namespace
 {
 
-constexpr const char* SOURCE_UNIT = "HTTPClient";
-constexpr const char* MESSAGE_PREFIX = "HTTP Client: ";
 blocxx::GlobalString COMPONENT_NAME = BLOCXX_GLOBAL_STRING_INIT("zol.common.http.client");
+constexpr LogUnit LOG_UNIT{"HTTPClient", "HTTP Client: ", COMPONENT_NAME};
 
 constexpr unsigned short DEFAULT_PORT = 80;
 
-unsigned short toPort(const blocxx::String& text, const blocxx::Logger& logger)
+unsigned short toPort(const blocxx::String& text, const OperationLog& log)
 {
     try
     {
@@ -29,14 +28,14 @@ unsigned short toPort(const blocxx::String& text, const blocxx::Logger& logger)
     }
     catch (const blocxx::StringConversionException& e)
     {
-        ZOL_LOG(logger, ERROR,
+        ZOL_LOG(log, ERROR,
                 blocxx::Format("Could not convert %1 to a port number.  Going with port 80.  Conversion Exception: %2",
                                text, e));
         return DEFAULT_PORT;
     }
 }
 
-blocxx::SocketAddress resolve(const RequestLine& requestLine, const blocxx::Logger& logger)
+blocxx::SocketAddress resolve(const RequestLine& requestLine, const OperationLog& log)
 {
     const blocxx::String& url = requestLine.url;
     const size_t colon = url.indexOf(':');
@@ -45,22 +44,22 @@ blocxx::SocketAddress resolve(const RequestLine& requestLine, const blocxx::Logg
         return blocxx::SocketAddress::getByName(url, DEFAULT_PORT);
     }
     // Deliberate: the text speaks of a missing port where there is one, and of a URL where it shows the request line.
-    ZOL_LOG(logger, DEBUG3, blocxx::Format("No port in requested URL: %1", requestLine));
+    ZOL_LOG(log, DEBUG3, blocxx::Format("No port in requested URL: %1", requestLine));
     const blocxx::String host = url.substring(0, colon).trim();
-    const unsigned short port = toPort(url.substring(colon + 1), logger);
+    const unsigned short port = toPort(url.substring(colon + 1), log);
     return blocxx::SocketAddress::getByName(host, port);
 }
 
-void send(const Request& request, HTTPConnection& connection, const blocxx::Logger& logger)
+void send(const Request& request, HTTPConnection& connection, const OperationLog& log)
 {
     std::ostream& output = connection.ostream();
     const std::istream& input = connection.istream();
-    ZOL_LOG(logger, DEBUG2, "Sending the request...");
+    ZOL_LOG(log, DEBUG2, "Sending the request...");
     output << request;
     if (input.fail())
     {
         // Only reported here: the reader of the response finds the failed stream and says what it means.
-        ZOL_LOG(logger, ERROR, "Sending output caused input to be marked bad (not flushed yet).");
+        ZOL_LOG(log, ERROR, "Sending output caused input to be marked bad (not flushed yet).");
     }
     output.flush();
 }
@@ -69,13 +68,13 @@ void send(const Request& request, HTTPConnection& connection, const blocxx::Logg
 
 Response getPage(const Request& request, const blocxx::Timeout& timeout)
 {
-    const blocxx::Logger logger(COMPONENT_NAME);
+    const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     const RequestLine& requestLine = request.getRequestLine();
-    ZOL_LOG(logger, DEBUG2, blocxx::Format("Making the following request: %1", requestLine));
-    ZOL_LOG(logger, DEBUG2, blocxx::Format("Requested URL: %1", requestLine.url));
-    HTTPConnection connection(resolve(requestLine, logger), request.getSSLContext(), timeout);
-    send(request, connection, logger);
-    ZOL_LOG(logger, DEBUG2, "Reading the response...");
+    ZOL_LOG(log, DEBUG2, blocxx::Format("Making the following request: %1", requestLine));
+    ZOL_LOG(log, DEBUG2, blocxx::Format("Requested URL: %1", requestLine.url));
+    HTTPConnection connection(resolve(requestLine, log), request.getSSLContext(), timeout);
+    send(request, connection, log);
+    ZOL_LOG(log, DEBUG2, "Reading the response...");
     return getResponse(connection);
 }
 

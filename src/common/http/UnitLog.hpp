@@ -1,40 +1,66 @@
 #pragma once
 
+#include "blocxx/ErrnoKeeper.hpp"
 #include "blocxx/Format.hpp"
 #include "blocxx/GlobalString.hpp"
 #include "blocxx/Logger.hpp"
 
-#include <cerrno>
-
 namespace ZOLNS2
 {
 
-/// Puts errno back when the scope ends, so that a log statement never changes what its caller sees.
-class ErrnoKeeper
+/// What the log records of one source unit have in common.
+struct LogUnit
+{
+    const char* name;   ///< the unit, where a record and an exception carry a source file
+    const char* prefix; ///< stands in front of every message
+    const blocxx::GlobalString& component;
+};
+
+/// Where the records of one operation go. An operation makes one at its start and hands it to its helpers, so that
+/// every record names the operation that was called, whoever writes it.
+class OperationLog
 {
 public:
-    ErrnoKeeper() : m_errno(errno) {}
-    ~ErrnoKeeper() { errno = m_errno; }
-    ErrnoKeeper(const ErrnoKeeper&) = delete;
-    ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
+    /// @param signature of the operation, __PRETTY_FUNCTION__; not copied
+    OperationLog(const LogUnit& unit, const char* signature)
+        : m_unit(unit), m_signature(signature), m_logger(loggerOf(unit))
+    {
+    }
+
+    bool admits(blocxx::ELogLevel level) const { return m_logger.getLogLevel() >= level; }
+
+    /// Writes a record, whatever its level.
+    void write(const blocxx::String& category, const blocxx::String& message, int line) const
+    {
+        m_logger.logMessage(category, m_unit.prefix + message, m_unit.name, line, m_signature);
+    }
+
+    /// For what writes records of its own.
+    blocxx::Logger& logger() { return m_logger; }
 
 private:
-    int m_errno;
+    static blocxx::Logger loggerOf(const LogUnit& unit)
+    {
+        // The appender tells its level here, and it may be the program's own.
+        const blocxx::ErrnoKeeper errnoKeeper;
+        return blocxx::Logger(unit.component);
+    }
+
+    const LogUnit& m_unit;
+    const char* m_signature;
+    blocxx::Logger m_logger;
 };
 
 } // namespace ZOLNS2
 
-/// Logs through `logger` when its level admits LEVEL (ERROR, DEBUG, DEBUG2, DEBUG3); otherwise the message expression
-/// is not evaluated. The source unit that uses it has SOURCE_UNIT (its name, as records and exceptions carry it) and
-/// MESSAGE_PREFIX in scope.
-#define ZOL_LOG(logger, LEVEL, message)                                                                                \
+/// Writes a record to `log`, an OperationLog, when its level admits LEVEL (ERROR, DEBUG, DEBUG2, DEBUG3); otherwise the
+/// message expression is not evaluated. errno stays what it was.
+#define ZOL_LOG(log, LEVEL, message)                                                                                   \
     do                                                                                                                 \
     {                                                                                                                  \
-        if ((logger).getLogLevel() >= ::blocxx::E_##LEVEL##_LEVEL)                                                     \
+        if ((log).admits(::blocxx::E_##LEVEL##_LEVEL))                                                                 \
         {                                                                                                              \
-            const ::ZOLNS2::ErrnoKeeper errnoKeeper;                                                                   \
-            (logger).logMessage(::blocxx::Logger::STR_##LEVEL##_CATEGORY,                                              \
-                                ::blocxx::String(MESSAGE_PREFIX) + (message), SOURCE_UNIT, __LINE__,                   \
-                                __PRETTY_FUNCTION__);                                                                  \
+            const ::blocxx::ErrnoKeeper errnoKeeper;                                                                   \
+            (log).write(::blocxx::Logger::STR_##LEVEL##_CATEGORY, (message), __LINE__);                                \
         }                                                                                                              \
     } while (false)

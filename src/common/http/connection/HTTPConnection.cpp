@@ -54,9 +54,7 @@ HTTPConnection::HTTPConnection(const blocxx::SocketAddress& address,
 }
 
 HTTPConnection::HTTPConnection(const HTTPConnection&) = default;
-HTTPConnection::HTTPConnection(HTTPConnection&&) noexcept = default;
 HTTPConnection& HTTPConnection::operator=(const HTTPConnection&) = default;
-HTTPConnection& HTTPConnection::operator=(HTTPConnection&&) noexcept = default;
 HTTPConnection::~HTTPConnection() = default;
 
 std::istream& HTTPConnection::istream()

@@ -5,23 +5,20 @@
 
 #include "blocxx/String.hpp"
 
-#include <utility>
-
 namespace ZOLNS2::HTTP
 {
 
 namespace
 {
 
-constexpr const char* SOURCE_UNIT = "HTTPTransferDecoder";
-constexpr const char* MESSAGE_PREFIX = "response: ";
 blocxx::GlobalString COMPONENT_NAME = BLOCXX_GLOBAL_STRING_INIT("zol.common.http");
+constexpr LogUnit LOG_UNIT{"HTTPTransferDecoder", "response: ", COMPONENT_NAME};
 blocxx::GlobalString TRANSFER_ENCODING = BLOCXX_GLOBAL_STRING_INIT("transfer-encoding");
 
 } // namespace
 
 HTTPTransferDecoder::HTTPTransferDecoder(HTTPConnection connection)
-    : m_connection(std::move(connection)), m_failedBeforeBody(m_connection.istream().fail())
+    : m_connection(connection), m_failedBeforeBody(m_connection.istream().fail())
 {
 }
 
@@ -33,7 +30,7 @@ bool HTTPTransferDecoder::bodyIsComplete()
 }
 
 ChunkedTransferDecoder::ChunkedTransferDecoder(HTTPConnection connection)
-    : HTTPTransferDecoder(std::move(connection)), m_chunkedStream(getConnection().istream())
+    : HTTPTransferDecoder(connection), m_chunkedStream(getConnection().istream())
 {
 }
 
@@ -44,9 +41,7 @@ std::istream& ChunkedTransferDecoder::getInputStream()
     return m_chunkedStream;
 }
 
-DefaultTransferDecoder::DefaultTransferDecoder(HTTPConnection connection) : HTTPTransferDecoder(std::move(connection))
-{
-}
+DefaultTransferDecoder::DefaultTransferDecoder(HTTPConnection connection) : HTTPTransferDecoder(connection) {}
 
 DefaultTransferDecoder::~DefaultTransferDecoder() = default;
 
@@ -57,9 +52,9 @@ std::istream& DefaultTransferDecoder::getInputStream()
 
 HTTPTransferDecoderRef getTransferDecoder(HTTPConnection& connection, const Headers& headers)
 {
-    const blocxx::Logger logger(COMPONENT_NAME);
+    const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     const blocxx::String encoding = headers.getHeaderValue(TRANSFER_ENCODING);
-    ZOL_LOG(logger, DEBUG2, blocxx::Format("Creating transfer decoder for transfer encoding \"%1\"", encoding));
+    ZOL_LOG(log, DEBUG2, blocxx::Format("Creating transfer decoder for transfer encoding \"%1\"", encoding));
     // Deliberately the whole value: a list, an unknown coding or surrounding blanks all mean identity.
     if (encoding.equalsIgnoreCase("chunked"))
     {

@@ -29,13 +29,13 @@ String trimmed(String text)
 }
 
 /// Where the next "=" stands, from `pos` on; `pos` follows the search.
-size_t findEquals(const String& headerLine, size_t& pos, const Logger& logger)
+size_t findEquals(const String& headerLine, size_t& pos, const OperationLog& log)
 {
     size_t equals = headerLine.indexOf('=', pos);
     // Deliberate: nothing but an "=" or the end of all numbers ends this.
     while (equals == npos && pos != npos)
     {
-        ZOL_LOG(logger, ERROR, "Huh?  No equals sign after the semi-colon in Content-type parse");
+        ZOL_LOG(log, ERROR, "Huh?  No equals sign after the semi-colon in Content-type parse");
         ++pos;
         equals = headerLine.indexOf('=', pos);
     }
@@ -52,13 +52,13 @@ void unquote(String& value)
 }
 
 void parseParameters(const String& headerLine, size_t semicolon, blocxx::Array<HTTP::Parameter>& parameters,
-                     const Logger& logger)
+                     const OperationLog& log)
 {
     const int index = 0; // Deliberate: every record says param[0].
     while (semicolon != npos)
     {
         size_t pos = semicolon + 1;
-        const size_t equals = findEquals(headerLine, pos, logger);
+        const size_t equals = findEquals(headerLine, pos, log);
         if (equals == npos)
         {
             return;
@@ -66,7 +66,7 @@ void parseParameters(const String& headerLine, size_t semicolon, blocxx::Array<H
         String name = trimmed(headerLine.substring(pos, equals - pos));
         semicolon = headerLine.indexOf(';', equals);
         String value = headerLine.substring(equals + 1, semicolon == npos ? npos : semicolon - equals - 1);
-        ZOL_LOG(logger, DEBUG3, Format("content-type param[%1]: name = %2, value = %3", index, name, value));
+        ZOL_LOG(log, DEBUG3, Format("content-type param[%1]: name = %2, value = %3", index, name, value));
         unquote(value);
         parameters.push_back(HTTP::Parameter(std::move(name), std::move(value)));
     }
@@ -120,7 +120,7 @@ void ContentTypeHeader::setContentTypeString(const String& headerLine)
         throw ContentException(SOURCE_UNIT, __LINE__, Format("Malformed content-type header: %1", line).c_str(), -1,
                                nullptr, -1);
     }
-    const Logger logger(COMPONENT_NAME);
+    const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     const size_t start = colon + 1;
     const size_t semicolon = line.indexOf(';', start);
     // Deliberate: also a "/" behind the ";" counts. The subtype then runs to the end of the line.
@@ -136,13 +136,13 @@ void ContentTypeHeader::setContentTypeString(const String& headerLine)
     {
         // Deliberate: the length is the index of the ";", and nothing is trimmed.
         type = line.substring(start, semicolon);
-        ZOL_LOG(logger, DEBUG3, Format("No '/' found in content type: %1", line));
+        ZOL_LOG(log, DEBUG3, Format("No '/' found in content type: %1", line));
     }
-    ZOL_LOG(logger, DEBUG3, Format("content type: %1, sub type: %2", type, subtype));
+    ZOL_LOG(log, DEBUG3, Format("content type: %1, sub type: %2", type, subtype));
     m_type.swap(type);
     m_subtype.swap(subtype);
     // Deliberate: the parameters held so far stay.
-    parseParameters(line, semicolon, m_parameters, logger);
+    parseParameters(line, semicolon, m_parameters, log);
 }
 
 String ContentTypeHeader::getParameterValue(const String& name) const

@@ -10,8 +10,8 @@ namespace HTTPContentUnit
 
 /// What the files of this unit put into exceptions and log records.
 inline constexpr const char* SOURCE_UNIT = "HTTPContent";
-inline constexpr const char* MESSAGE_PREFIX = "HTTP Content: ";
 inline blocxx::GlobalString COMPONENT_NAME = BLOCXX_GLOBAL_STRING_INIT("zol.common.http.content");
+inline constexpr LogUnit LOG_UNIT{SOURCE_UNIT, "HTTP Content: ", COMPONENT_NAME};
 
 } // namespace HTTPContentUnit
 

@@ -30,7 +30,7 @@ blocxx::String sectionTypeOf(const OpenWBEM::HTTPHeaderMap& headerMap)
 
 } // namespace
 
-void takePartHeaders(MIME::ReceivedBytes& data, MIME::ContentTypeHeader& contentType, blocxx::Logger& logger)
+void takePartHeaders(MIME::ReceivedBytes& data, MIME::ContentTypeHeader& contentType, OperationLog& log)
 {
     OpenWBEM::HTTPHeaderMap headerMap;
     ReceivedBytesBuffer view(data);
@@ -38,18 +38,18 @@ void takePartHeaders(MIME::ReceivedBytes& data, MIME::ContentTypeHeader& content
     if (!OpenWBEM::HTTPUtils::buildMap(headerMap, stream))
     {
         // Deliberate: no error. The part keeps all its bytes, and a type named before the unreadable line counts.
-        ZOL_LOG(logger, DEBUG, "Failed parsing headers (no content-type supplied)...");
+        ZOL_LOG(log, DEBUG, "Failed parsing headers (no content-type supplied)...");
     }
     else
     {
-        ZOL_LOG(logger, DEBUG3, "Headers parsed correctly...");
-        dump_to_log(headerMap.begin(), headerMap.end(), logger, "header: ", true);
+        ZOL_LOG(log, DEBUG3, "Headers parsed correctly...");
+        dump_to_log(headerMap.begin(), headerMap.end(), log.logger(), "header: ", true);
         const size_t bodyLength = view.remaining();
-        ZOL_LOG(logger, DEBUG3, blocxx::Format("Read %1 bytes of data from data stream.", bodyLength));
+        ZOL_LOG(log, DEBUG3, blocxx::Format("Read %1 bytes of data from data stream.", bodyLength));
         data.dropFront(data.size() - bodyLength);
     }
     const blocxx::String sectionType = sectionTypeOf(headerMap);
-    ZOL_LOG(logger, DEBUG2, blocxx::Format("Setting section type to be: %1", sectionType));
+    ZOL_LOG(log, DEBUG2, blocxx::Format("Setting section type to be: %1", sectionType));
     contentType.setContentTypeString(sectionType);
 }
 

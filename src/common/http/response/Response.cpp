@@ -59,13 +59,13 @@ void Response::checkStatus(HTTPConnection& conn)
 
 void Response::checkStatus(std::istream& istr)
 {
-    const blocxx::Logger logger(COMPONENT_NAME);
-    ZOL_LOG(logger, DEBUG3,
+    const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
+    ZOL_LOG(log, DEBUG3,
             istr.fail() ? "Response::CheckStatus: Input stream is bad!"
                         : "Response::CheckStatus: Input stream is good");
     OpenWBEM::HTTPHeaderMap headerMap;
     Words words;
-    ZOL_LOG(logger, DEBUG3, "Checking request status line.");
+    ZOL_LOG(log, DEBUG3, "Checking request status line.");
     // Deliberate: only exactly three words are refused here. An empty first line is refused further down, and any other
     // number of words is taken as if the head had been read; the failed stream then yields no body.
     if (!OpenWBEM::HTTPUtils::parseHeader(headerMap, words, istr) && words.size() == 3)
@@ -78,24 +78,24 @@ void Response::checkStatus(std::istream& istr)
         refuse(__LINE__, blocxx::Format("Error response from http server: %1", statusLine.toString()),
                statusLine.statusCode);
     }
-    ZOL_LOG(logger, DEBUG3, "Status line and headers checked out.");
+    ZOL_LOG(log, DEBUG3, "Status line and headers checked out.");
 }
 
 void Response::convertToNewHeaderFormat(Words statusLines, const OpenWBEM::HTTPHeaderMap& headerMap)
 {
     const Words& words = statusLines;
-    blocxx::Logger logger(COMPONENT_NAME);
-    logHead(logger, words, headerMap);
+    OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
+    logHead(log, words, headerMap);
     if (words.empty())
     {
         refuse(__LINE__, "Status lines in HTTP response are empty.");
     }
-    ZOL_LOG(logger, DEBUG3, blocxx::Format("Complete status line: %1", untokenize(words, " ")));
+    ZOL_LOG(log, DEBUG3, blocxx::Format("Complete status line: %1", untokenize(words, " ")));
     storeStatusLine(words, statusLine);
-    ZOL_LOG(logger, DEBUG3, blocxx::Format("Status line: %1", statusLine.toString()));
+    ZOL_LOG(log, DEBUG3, blocxx::Format("Status line: %1", statusLine.toString()));
     for (const auto& [name, value] : headerMap)
     {
-        ZOL_LOG(logger, DEBUG3, blocxx::Format("Returned Header: Name: %1, Value: %2", name, value));
+        ZOL_LOG(log, DEBUG3, blocxx::Format("Returned Header: Name: %1, Value: %2", name, value));
         if (name.equalsIgnoreCase("content-type"))
         {
             contentType.setContentTypeString(name + ": " + value);
@@ -109,11 +109,11 @@ void Response::convertToNewHeaderFormat(Words statusLines, const OpenWBEM::HTTPH
 
 void Response::parseResponseData(HTTPConnection& conn)
 {
-    const blocxx::Logger logger(COMPONENT_NAME);
+    const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     m_readToItsEnd = false;
     if (isMultipart(contentType))
     {
-        ZOL_LOG(logger, DEBUG, "Content is multi-part.  Reading all parts to memory.");
+        ZOL_LOG(log, DEBUG, "Content is multi-part.  Reading all parts to memory.");
         m_readToItsEnd =
             parseMultipartContent(conn.istream(), contents, contentType) && inputEndedInOrder(conn.istream());
         return;
@@ -123,7 +123,7 @@ void Response::parseResponseData(HTTPConnection& conn)
     if (!announced.empty())
     {
         length = announced.toUInt64();
-        ZOL_LOG(logger, DEBUG, blocxx::Format("Content is single part with size %1 and type %2", length, contentType));
+        ZOL_LOG(log, DEBUG, blocxx::Format("Content is single part with size %1 and type %2", length, contentType));
     }
     contents.push_back(
         MIME::ContentRef(new MIME::UnbufferedContent(getTransferDecoder(conn, headers), contentType, length)));
@@ -161,7 +161,7 @@ namespace
 
 /// Runs one step of reading a response; a blocxx exception that leaves it is logged on its way out.
 template <typename Step>
-void logFailures(const blocxx::Logger& logger, const Step& step)
+void logFailures(const OperationLog& log, const Step& step)
 {
     try
     {
@@ -169,7 +169,7 @@ void logFailures(const blocxx::Logger& logger, const Step& step)
     }
     catch (const blocxx::Exception& e)
     {
-        ZOL_LOG(logger, ERROR, blocxx::Format("Error retrieving http response: %1", e));
+        ZOL_LOG(log, ERROR, blocxx::Format("Error retrieving http response: %1", e));
         throw;
     }
 }
@@ -178,9 +178,9 @@ void logFailures(const blocxx::Logger& logger, const Step& step)
 
 Response getResponse(HTTPConnection& conn)
 {
-    const blocxx::Logger logger(COMPONENT_NAME);
+    const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     Response response;
-    logFailures(logger,
+    logFailures(log,
                 [&]
                 {
                     response.checkStatus(conn);
@@ -191,8 +191,8 @@ Response getResponse(HTTPConnection& conn)
 
 std::istream& operator>>(std::istream& istr, Response& response)
 {
-    const blocxx::Logger logger(COMPONENT_NAME);
-    logFailures(logger,
+    const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
+    logFailures(log,
                 [&]
                 {
                     response.checkStatus(istr);

@@ -63,17 +63,17 @@ void storeStatusLine(const Words& words, StatusLine& statusLine)
     statusLine.reasonPhrase = toReasonPhrase(words);
 }
 
-void logHead(blocxx::Logger& logger, const Words& words, const OpenWBEM::HTTPHeaderMap& headerMap)
+void logHead(OperationLog& log, const Words& words, const OpenWBEM::HTTPHeaderMap& headerMap)
 {
-    if (logger.getLogLevel() < blocxx::E_DEBUG3_LEVEL)
+    if (!log.admits(blocxx::E_DEBUG3_LEVEL))
     {
         return;
     }
-    ZOL_LOG(logger, DEBUG3, "Obtained HTTP headers:");
-    dump_to_log(headerMap.begin(), headerMap.end(), logger, "header: ", true);
-    ZOL_LOG(logger, DEBUG3, "Converting header format from response:");
-    dump_to_log(words, logger, "Response status line: ", true);
-    ZOL_LOG(logger, DEBUG3, "End response lines");
+    ZOL_LOG(log, DEBUG3, "Obtained HTTP headers:");
+    dump_to_log(headerMap.begin(), headerMap.end(), log.logger(), "header: ", true);
+    ZOL_LOG(log, DEBUG3, "Converting header format from response:");
+    dump_to_log(words, log.logger(), "Response status line: ", true);
+    ZOL_LOG(log, DEBUG3, "End response lines");
 }
 
 } // namespace ZOLNS2::HTTP::HTTPResponseUnit

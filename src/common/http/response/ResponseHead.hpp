@@ -1,7 +1,8 @@
 #pragma once
 
+#include "UnitLog.hpp"
+
 #include "blocxx/Array.hpp"
-#include "blocxx/Logger.hpp"
 #include "blocxx/String.hpp"
 #include "openwbem/OW_HTTPUtils.hpp"
 #include "zol/http/StatusLine.hpp"
@@ -22,6 +23,6 @@ using Words = blocxx::Array<blocxx::String>;
 void storeStatusLine(const Words& words, StatusLine& statusLine);
 
 /// Logs a head that has been split up.
-void logHead(blocxx::Logger& logger, const Words& words, const OpenWBEM::HTTPHeaderMap& headerMap);
+void logHead(OperationLog& log, const Words& words, const OpenWBEM::HTTPHeaderMap& headerMap);
 
 } // namespace ZOLNS2::HTTP::HTTPResponseUnit

@@ -33,11 +33,9 @@ public:
     /// @throws blocxx::SSLException     the TLS session could not be set up
     HTTPConnection(const blocxx::SocketAddress& address,
                    const blocxx::IntrusiveReference<blocxx::SSLClientCtx>& sslContext, const blocxx::Timeout& timeout);
+    /// Shares the connection. There is no move: a handle that was moved from stays usable.
     HTTPConnection(const HTTPConnection&);
-    /// Leaves the source without a connection; all it is good for then is assignment and destruction.
-    HTTPConnection(HTTPConnection&&) noexcept;
     HTTPConnection& operator=(const HTTPConnection&);
-    HTTPConnection& operator=(HTTPConnection&&) noexcept;
     ~HTTPConnection();
 
     /// The input side. It shares its state with the output side: a failed write shows here as well. After an orderly
