@@ -104,7 +104,7 @@ size_t MultipartMixedContent::getData(char* buffer, size_t count, const ContentS
         {
             if (copyText(own, buffer, wanted, written))
             {
-                goOn(own);
+                advance(own);
             }
             continue;
         }
@@ -112,7 +112,8 @@ size_t MultipartMixedContent::getData(char* buffer, size_t count, const ContentS
             parts[own.partIndex]->getData(buffer + written, static_cast<size_t>(wanted - written), own.partState);
         if (got == END_OF_DATA)
         {
-            goOn(own);
+            own.aPartEndedBadly = own.aPartEndedBadly || MIME::endedBadly(parts[own.partIndex], own.partState);
+            advance(own);
         }
         else
         {
@@ -124,7 +125,7 @@ size_t MultipartMixedContent::getData(char* buffer, size_t count, const ContentS
 
 /// From a phase that is done to the next one. The phase changes before its text is made: if the part throws then, the
 /// state stands behind that text.
-void MultipartMixedContent::goOn(MultipartMixedContentStreamState& state) const
+void MultipartMixedContent::advance(MultipartMixedContentStreamState& state) const
 {
     switch (state.phase)
     {
@@ -168,6 +169,11 @@ ContentStreamStateRef MultipartMixedContent::createInitialStreamState() const
         partState = m_parts[0]->createInitialStreamState();
     }
     return ContentStreamStateRef(new State(partState, m_boundary));
+}
+
+bool MultipartMixedContent::endedBadly(const ContentStreamStateRef& state) const
+{
+    return !m_parts.empty() && ownState<State>(state).aPartEndedBadly;
 }
 
 blocxx::String MultipartMixedContent::getBoundary()

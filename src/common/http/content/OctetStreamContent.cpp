@@ -2,6 +2,7 @@
 
 #include "content/HTTPContentUnit.hpp"
 #include "content/OwnState.hpp"
+#include "content/StoredBytes.hpp"
 
 #include "zol/mime/ContentException.hpp"
 
@@ -9,7 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <utility>
 
 namespace ZOLNS2::MIME
 {
@@ -21,6 +22,13 @@ namespace
 ContentTypeHeader octetStreamType()
 {
     return ContentTypeHeader("application", "octet-stream", blocxx::Array<HTTP::Parameter>());
+}
+
+/// Null for an empty array, which has no first element.
+template <class Byte>
+const Byte* firstOf(const blocxx::Array<Byte>& bytes)
+{
+    return bytes.empty() ? nullptr : &bytes[0];
 }
 
 // A request for "everything", all bits set, reaches neither the stream nor the system in one piece.
@@ -61,13 +69,29 @@ size_t readFrom(std::ifstream& file, char* buf, size_t len)
 
 ApplicationOctetStreamContentStreamState::~ApplicationOctetStreamContentStreamState() = default;
 
-ApplicationOctetStreamContent::ApplicationOctetStreamContent(const blocxx::Array<unsigned char>& bytes) : m_data(bytes)
+ApplicationOctetStreamContent::ApplicationOctetStreamContent(const blocxx::Array<unsigned char>& bytes)
+    : m_bytes(store(firstOf(bytes), bytes.size()))
+{
+}
+
+ApplicationOctetStreamContent::ApplicationOctetStreamContent(const blocxx::Array<char>& bytes)
+    : m_bytes(store(firstOf(bytes), bytes.size()))
 {
 }
 
 ApplicationOctetStreamContent::ApplicationOctetStreamContent(const char* bytes, size_t length)
-    : m_data(reinterpret_cast<const unsigned char*>(bytes), reinterpret_cast<const unsigned char*>(bytes) + length)
+    : m_bytes(store(bytes, length))
 {
+}
+
+ApplicationOctetStreamContent::ApplicationOctetStreamContent(std::shared_ptr<const StoredBytes> bytes)
+    : m_bytes(std::move(bytes))
+{
+}
+
+std::shared_ptr<const StoredBytes> ApplicationOctetStreamContent::store(const void* bytes, size_t count)
+{
+    return std::make_shared<const StoredBytes>(static_cast<const char*>(bytes), count);
 }
 
 ApplicationOctetStreamContent::~ApplicationOctetStreamContent() = default;
@@ -84,30 +108,31 @@ bool ApplicationOctetStreamContent::hasContentLength()
 
 size_t ApplicationOctetStreamContent::getContentLength()
 {
-    return m_data.size();
+    return m_bytes->size();
 }
 
 size_t ApplicationOctetStreamContent::getData(char* buf, size_t len, const ContentStreamStateRef& state)
 {
     auto& own = ownState<ApplicationOctetStreamContentStreamState>(state);
-    // Read through a constant view: the bytes are not changed, so they need not be unshared.
-    const blocxx::Array<unsigned char>& data = m_data;
-    if (own.position >= data.size())
+    const size_t size = m_bytes->size();
+    if (own.position >= size)
     {
         return END_OF_DATA;
     }
-    const size_t count = std::min(len, data.size() - own.position);
-    if (count > 0)
-    {
-        std::memcpy(buf, &data[own.position], count);
-        own.position += count;
-    }
+    const size_t count = std::min(len, size - own.position);
+    m_bytes->copy(own.position, count, buf);
+    own.position += count;
     return count;
 }
 
 ContentStreamStateRef ApplicationOctetStreamContent::createInitialStreamState() const
 {
     return ContentStreamStateRef(new ApplicationOctetStreamContentStreamState);
+}
+
+bool ApplicationOctetStreamContent::endedBadly(const ContentStreamStateRef&) const
+{
+    return false;
 }
 
 FileApplicationOctetStreamContentStreamState::~FileApplicationOctetStreamContentStreamState() = default;
@@ -170,6 +195,13 @@ ContentStreamStateRef FileApplicationOctetStreamContent::createInitialStreamStat
         state->file.open(m_fileNames[0].c_str(), std::ios_base::in);
     }
     return state;
+}
+
+bool FileApplicationOctetStreamContent::endedBadly(const ContentStreamStateRef& state) const
+{
+    const auto& own = ownState<FileApplicationOctetStreamContentStreamState>(state);
+    // A file that was read to its end leaves eof beside fail; one that could not be opened leaves fail alone.
+    return own.file.bad() || (own.file.fail() && !own.file.eof());
 }
 
 } // namespace ZOLNS2::MIME

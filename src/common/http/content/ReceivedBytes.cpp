@@ -10,22 +10,9 @@ namespace ZOLNS2::MIME
 namespace
 {
 
-constexpr std::size_t BLOCK_SIZE = 16384;
+constexpr std::size_t BLOCK_SIZE = StoredBytes::BLOCK_SIZE;
 
 } // namespace
-
-void StoredBytes::copy(std::size_t index, std::size_t count, char* to) const
-{
-    for (std::size_t from = m_begin + index; count > 0;)
-    {
-        const std::size_t offset = from % BLOCK_SIZE;
-        const std::size_t step = std::min(count, BLOCK_SIZE - offset);
-        std::memcpy(to, m_blocks[from / BLOCK_SIZE].get() + offset, step);
-        from += step;
-        to += step;
-        count -= step;
-    }
-}
 
 ReceivedBytes::Run ReceivedBytes::runAt(std::size_t index) const
 {
@@ -43,7 +30,7 @@ void ReceivedBytes::append(const char* bytes, std::size_t count)
     {
         if (m_end == m_blocks.size() * BLOCK_SIZE)
         {
-            m_blocks.emplace_back(new char[BLOCK_SIZE]);
+            m_blocks.push_back(std::unique_ptr<char[]>(new char[BLOCK_SIZE]));
         }
         const std::size_t step = std::min(count, BLOCK_SIZE - m_end % BLOCK_SIZE);
         std::memcpy(place(m_end), bytes, step);
@@ -89,9 +76,7 @@ StoredBytes ReceivedBytes::take()
     }
     if (const std::size_t rest = size(); rest > 0)
     {
-        taken.m_blocks.emplace_back(new char[rest]);
-        std::memcpy(taken.m_blocks.back().get(), place(m_begin), rest);
-        taken.m_end += rest;
+        taken.appendBlock(place(m_begin), rest);
     }
     m_blocks.erase(m_blocks.begin(), partial);
     clear();

@@ -1,28 +1,13 @@
 #pragma once
 
+#include "content/StoredBytes.hpp"
+
 #include <cstddef>
 #include <memory>
 #include <vector>
 
 namespace ZOLNS2::MIME
 {
-
-/// Bytes in blocks, all of one size but for the last one. Never changed, so any number of threads may read them.
-class StoredBytes
-{
-public:
-    std::size_t size() const { return m_end - m_begin; }
-
-    /// Copies bytes from `index` on; there must be as many.
-    void copy(std::size_t index, std::size_t count, char* to) const;
-
-private:
-    friend class ReceivedBytes;
-
-    std::vector<std::unique_ptr<char[]>> m_blocks;
-    std::size_t m_begin = 0; ///< of the first byte, counted from the start of the first block
-    std::size_t m_end = 0;   ///< behind the last one
-};
 
 /// Bytes of a body as they arrive, kept in blocks: what is there is never moved to make room for more, and taking
 /// bytes off the front moves nothing.
@@ -42,11 +27,11 @@ public:
     Run runAt(std::size_t index) const;
 
     void append(const char* bytes, std::size_t count);
-    /// Takes that many of the bytes off the front; there must be as many.
+    /// Takes `count` bytes off the front, which must be there.
     void dropFront(std::size_t count) { m_begin += count; }
     /// Drops all bytes, and their memory but for one block.
     void clear();
-    /// Drops all bytes as clear() does, and answers them. Whole blocks change hands, they are not copied.
+    /// Drops all bytes as clear() does, and returns them. Whole blocks change hands, they are not copied.
     StoredBytes take();
 
 private:

@@ -1,24 +1,23 @@
 #pragma once
 
-#include "content/ReceivedBytes.hpp"
+#include "content/StoredBytes.hpp"
 
 #include "zol/mime/OctetStreamContent.hpp"
 
-namespace ZOLNS2::HTTP::HTTPResponseUnit
+#include <memory>
+#include <utility>
+
+namespace ZOLNS2::MIME
 {
 
-/// An octet stream of bytes that were received into memory; they stay where they were received.
-class ReceivedOctetStream : public MIME::ApplicationOctetStreamContent
+/// Makes octet streams of bytes that were received into memory; the bytes stay where they were received.
+class ReceivedOctetStream
 {
 public:
-    explicit ReceivedOctetStream(MIME::StoredBytes bytes);
-    ~ReceivedOctetStream() override;
-
-    size_t getContentLength() override;
-    size_t getData(char* buf, size_t len, const MIME::ContentStreamStateRef& state) override;
-
-private:
-    const MIME::StoredBytes m_bytes;
+    static ContentRef make(StoredBytes bytes)
+    {
+        return ContentRef(new ApplicationOctetStreamContent(std::make_shared<const StoredBytes>(std::move(bytes))));
+    }
 };
 
-} // namespace ZOLNS2::HTTP::HTTPResponseUnit
+} // namespace ZOLNS2::MIME

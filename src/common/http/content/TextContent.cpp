@@ -88,11 +88,11 @@ size_t TextContent::getContentLength()
 
 size_t TextContent::getData(char* buf, size_t len, const ContentStreamStateRef& state)
 {
-    const blocxx::Logger logger(COMPONENT_NAME);
+    const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     auto& own = ownState<TextContentStreamState>(state);
     // Read through a constant view: the bytes are not changed, so they need not be unshared.
     const Array<unsigned char>& data = m_data;
-    ZOL_LOG(logger, DEBUG2,
+    ZOL_LOG(log, DEBUG2,
             blocxx::Format("TextContent::getData() called for %1 bytes at position %2.  Content length=%3", len,
                            own.position, data.size()));
     if (own.position >= data.size())
@@ -106,13 +106,18 @@ size_t TextContent::getData(char* buf, size_t len, const ContentStreamStateRef& 
         std::memcpy(buf, &data[own.position], count);
         own.position += count;
     }
-    ZOL_LOG(logger, DEBUG2, blocxx::Format("Read %1 bytes.  %2 bytes remain.", count, available - count));
+    ZOL_LOG(log, DEBUG2, blocxx::Format("Read %1 bytes.  %2 bytes remain.", count, available - count));
     return count;
 }
 
 ContentStreamStateRef TextContent::createInitialStreamState() const
 {
     return ContentStreamStateRef(new TextContentStreamState);
+}
+
+bool TextContent::endedBadly(const ContentStreamStateRef&) const
+{
+    return false;
 }
 
 TextPlainContent::~TextPlainContent() = default;

@@ -46,12 +46,12 @@ unsigned long UnbufferedContent::getContentLength()
 
 size_t UnbufferedContent::getData(char* buffer, size_t count, const ContentStreamStateRef&)
 {
-    const blocxx::Logger logger(COMPONENT_NAME);
+    const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     std::istream& body = m_decoder->istream();
-    ZOL_LOG(logger, DEBUG3, blocxx::Format("Getting up to %1 bytes from unbuffered http content.", count));
+    ZOL_LOG(log, DEBUG3, blocxx::Format("Getting up to %1 bytes from unbuffered http content.", count));
     if (body.fail())
     {
-        ZOL_LOG(logger, DEBUG3, "Cannot read: Stream is no longer good.");
+        ZOL_LOG(log, DEBUG3, "Cannot read: Stream is no longer good.");
         return END_OF_DATA;
     }
     // A request for "everything", all bits set, must not turn into a negative one.
@@ -59,7 +59,7 @@ size_t UnbufferedContent::getData(char* buffer, size_t count, const ContentStrea
     const auto extracted = static_cast<size_t>(body.gcount());
     if (extracted < count)
     {
-        ZOL_LOG(logger, DEBUG3, blocxx::Format("Actually read %1 bytes.", extracted));
+        ZOL_LOG(log, DEBUG3, blocxx::Format("Actually read %1 bytes.", extracted));
     }
     return extracted;
 }
@@ -71,9 +71,14 @@ ContentStreamStateRef UnbufferedContent::createInitialStreamState() const
         throw ContentException(SOURCE_UNIT, __LINE__, "Attempted reuse of a one-time http stream", -1, nullptr, -1);
     }
     m_used = true;
-    const blocxx::Logger logger(COMPONENT_NAME);
-    ZOL_LOG(logger, DEBUG2, blocxx::Format("Creating initial stream state for content: %1", m_contentType));
+    const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
+    ZOL_LOG(log, DEBUG2, blocxx::Format("Creating initial stream state for content: %1", m_contentType));
     return ContentStreamStateRef(new UnbufferedContentStreamState);
+}
+
+bool UnbufferedContent::endedBadly(const ContentStreamStateRef&) const
+{
+    return m_decoder->istream().fail() && !m_decoder->bodyIsComplete();
 }
 
 HTTP::HTTPTransferDecoderRef UnbufferedContent::getTransferDecoder() const

@@ -1,8 +1,8 @@
 #include "response/CreateContent.hpp"
 
+#include "content/ReceivedOctetStream.hpp"
 #include "response/HTTPResponseUnit.hpp"
 #include "response/PartHeaders.hpp"
-#include "response/ReceivedOctetStream.hpp"
 
 #include "blocxx/Array.hpp"
 #include "blocxx/String.hpp"
@@ -35,14 +35,14 @@ MIME::ContentRef createUTF16Text(MIME::ReceivedBytes& data)
 }
 
 MIME::ContentRef createText(MIME::ReceivedBytes& data, const MIME::ContentTypeHeader& contentType,
-                            const blocxx::Logger& logger)
+                            const OperationLog& log)
 {
     if (contentType.getParameterValue("charset").equalsIgnoreCase("UTF-16"))
     {
-        ZOL_LOG(logger, DEBUG2, "Creating a TextPlainContent type for the given data (UTF-16).");
+        ZOL_LOG(log, DEBUG2, "Creating a TextPlainContent type for the given data (UTF-16).");
         return createUTF16Text(data);
     }
-    ZOL_LOG(logger, DEBUG2, "Creating a TextPlainContent type for the given data (8 bit).");
+    ZOL_LOG(log, DEBUG2, "Creating a TextPlainContent type for the given data (8 bit).");
     std::string bytes;
     bytes.reserve(data.size());
     while (bytes.size() < data.size())
@@ -58,33 +58,33 @@ MIME::ContentRef createText(MIME::ReceivedBytes& data, const MIME::ContentTypeHe
 
 MIME::ContentRef createContent(MIME::ReceivedBytes& data, const MIME::ContentTypeHeader& contentType)
 {
-    blocxx::Logger logger(COMPONENT_NAME);
+    OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     if (data.size() < 2)
     {
         // Deliberate: one byte of any type is dropped as well.
         ZOL_LOG(
-            logger, DEBUG,
+            log, DEBUG,
             blocxx::Format("createContent(): Length of content (%1) is too short.  Returning an empty text/plain type",
                            data.size()));
         return MIME::ContentRef(new MIME::TextPlainContent(blocxx::String()));
     }
-    ZOL_LOG(logger, DEBUG3, blocxx::Format("createContent(): Extracting content for %1 bytes of data.", data.size()));
+    ZOL_LOG(log, DEBUG3, blocxx::Format("createContent(): Extracting content for %1 bytes of data.", data.size()));
     MIME::ContentTypeHeader ownType = contentType;
     if (ownType.getType().equalsIgnoreCase("multipart"))
     {
-        takePartHeaders(data, ownType, logger);
+        takePartHeaders(data, ownType, log);
     }
     const blocxx::String mainType = ownType.getType();
     if (mainType.equalsIgnoreCase("text"))
     {
-        return createText(data, ownType, logger);
+        return createText(data, ownType, log);
     }
     if (mainType.equalsIgnoreCase("application"))
     {
-        ZOL_LOG(logger, DEBUG2, "Creating an ApplicationOctetStreamContent type for the given data.");
-        return MIME::ContentRef(new ReceivedOctetStream(data.take()));
+        ZOL_LOG(log, DEBUG2, "Creating an ApplicationOctetStreamContent type for the given data.");
+        return MIME::ReceivedOctetStream::make(data.take());
     }
-    ZOL_LOG(logger, ERROR, blocxx::Format("Invalid header type given to createContent(): %1", mainType));
+    ZOL_LOG(log, ERROR, blocxx::Format("Invalid header type given to createContent(): %1", mainType));
     return MIME::ContentRef();
 }
 

@@ -2,6 +2,7 @@
 
 #include "response/CreateContent.hpp"
 #include "response/HTTPResponseUnit.hpp"
+#include "response/ReceivedPart.hpp"
 
 #include "zol/mime/ContentException.hpp"
 #include "zol/search/boyer_moore_search.hpp"
@@ -15,7 +16,6 @@ namespace
 {
 
 using Search = boyer_moore_search<char, unsigned long, int>;
-using Part = MIME::ReceivedBytes;
 
 Search searchFor(const blocxx::String& pattern)
 {
@@ -34,15 +34,8 @@ blocxx::String boundaryOf(const MIME::ContentTypeHeader& contentType)
     return boundary;
 }
 
-/// Whether the boundary in front of these bytes was the closing one. Deliberate: the two bytes alone decide, not the
-/// line.
-bool beginsWithDashes(const Part& part)
-{
-    return part.size() >= 2 && part[0] == '-' && part[1] == '-';
-}
-
 /// Takes what is left of the boundary's line off the front of a part.
-void stripBoundaryLine(Part& part, const blocxx::Logger& logger)
+void stripBoundaryLine(MIME::ReceivedBytes& part, const OperationLog& log)
 {
     size_t lineEnd = 0;
     while (lineEnd < part.size() && (part[lineEnd] == ' ' || part[lineEnd] == '\t'))
@@ -52,7 +45,7 @@ void stripBoundaryLine(Part& part, const blocxx::Logger& logger)
     if (lineEnd == part.size())
     {
         // Deliberate: this text differs from the next one, its lone parenthesis included.
-        ZOL_LOG(logger, ERROR, "No trailing \\r\\n located after boundary (.");
+        ZOL_LOG(log, ERROR, "No trailing \\r\\n located after boundary (.");
     }
     else if (part[lineEnd] == '\r' && lineEnd + 1 < part.size() && part[lineEnd + 1] == '\n')
     {
@@ -60,30 +53,30 @@ void stripBoundaryLine(Part& part, const blocxx::Logger& logger)
     }
     else
     {
-        ZOL_LOG(logger, ERROR, "No trailing \\r\\n located after boundary.");
+        ZOL_LOG(log, ERROR, "No trailing \\r\\n located after boundary.");
     }
-    ZOL_LOG(logger, DEBUG3, blocxx::Format("Discarding %1 bytes (whitespace) attached to the boundary line.", lineEnd));
+    ZOL_LOG(log, DEBUG3, blocxx::Format("Discarding %1 bytes (whitespace) attached to the boundary line.", lineEnd));
     part.dropFront(lineEnd);
 }
 
-void logPart(const blocxx::Logger& logger, const Part& part, const blocxx::String& remark, bool moreFollow)
+void logPart(const OperationLog& log, const ReceivedPart& part, const blocxx::String& remark, bool moreFollow)
 {
-    ZOL_LOG(logger, DEBUG3, blocxx::Format("Snagged a part: %1 bytes long", part.size()));
+    ZOL_LOG(log, DEBUG3, blocxx::Format("Snagged a part: %1 bytes long", part.size()));
     if (!remark.empty())
     {
-        ZOL_LOG(logger, DEBUG3, blocxx::Format("This part will be ignored: %1", remark));
+        ZOL_LOG(log, DEBUG3, blocxx::Format("This part will be ignored: %1", remark));
     }
-    ZOL_LOG(logger, DEBUG3, moreFollow ? "More parts will follow." : "This is the last part.");
+    ZOL_LOG(log, DEBUG3, moreFollow ? "More parts will follow." : "This is the last part.");
 }
 
-void appendContent(Part& part, MIME::Contents& contents, const MIME::ContentTypeHeader& contentType,
-                   const blocxx::Logger& logger)
+void appendContent(MIME::ReceivedBytes& part, MIME::Contents& contents, const MIME::ContentTypeHeader& contentType,
+                   const OperationLog& log)
 {
     const MIME::ContentRef content = createContent(part, contentType);
     if (!content)
     {
         // Deliberate: the type named is that of the whole body.
-        ZOL_LOG(logger, ERROR,
+        ZOL_LOG(log, ERROR,
                 blocxx::Format("Failed to create content for part .. (FIXME: Bad error message).: %1",
                                contentType.getType()));
         return;
@@ -95,35 +88,35 @@ void appendContent(Part& part, MIME::Contents& contents, const MIME::ContentType
 
 bool parseMultipartContent(std::istream& istr, MIME::Contents& contents, const MIME::ContentTypeHeader& contentType)
 {
-    const blocxx::Logger logger(COMPONENT_NAME);
+    const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     const blocxx::String boundary = boundaryOf(contentType);
     Search search = searchFor("--" + boundary);
-    ZOL_LOG(logger, DEBUG3, "Getting parts for multi-part content");
+    ZOL_LOG(log, DEBUG3, "Getting parts for multi-part content");
     bool seenFirstBoundary = false;
     bool closed = false;
-    Part part;
+    ReceivedPart part;
     while (!istr.fail() && !closed)
     {
-        part.clear();
+        part.begin(!seenFirstBoundary);
         const bool found = search.searchStreamInto(istr, part);
         blocxx::String remark;
         if (!seenFirstBoundary)
         {
             remark = "No prior parts.";
         }
-        else if (beginsWithDashes(part))
+        else if (part.isBehindClosingBoundary())
         {
             remark = "End of parts marker found.";
             closed = true;
         }
         else if (part.size() >= 2)
         {
-            stripBoundaryLine(part, logger);
+            stripBoundaryLine(part.bytes(), log);
         }
-        logPart(logger, part, remark, found);
+        logPart(log, part, remark, found);
         if (remark.empty())
         {
-            appendContent(part, contents, contentType, logger);
+            appendContent(part.bytes(), contents, contentType, log);
         }
         if (!seenFirstBoundary && found)
         {

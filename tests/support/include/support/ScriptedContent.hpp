@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -26,6 +27,10 @@ public:
         if (!lengthIsKnown)
         {
             throw std::logic_error("no length");
+        }
+        if (announcedLength)
+        {
+            return *announcedLength;
         }
         size_t length = 0;
         for (const std::string& piece : m_pieces)
@@ -69,6 +74,7 @@ public:
     }
 
     bool lengthIsKnown = true;
+    std::optional<size_t> announcedLength; ///< instead of the length of the pieces
     bool refusesReaders = false;
     size_t throwAtPiece = std::numeric_limits<size_t>::max();
     std::vector<size_t> requests; ///< the lengths that getData() was asked for

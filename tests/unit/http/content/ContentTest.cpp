@@ -4,6 +4,7 @@
 
 #include "blocxx/NULLReferenceException.hpp"
 #include "zol/mime/ContentException.hpp"
+#include "zol/mime/TextContent.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -30,6 +31,13 @@ std::string textOf(const blocxx::Array<char>& bytes)
 }
 
 } // namespace
+
+TEST(ContentStreamState, CanBeCreated)
+{
+    const ContentStreamStateRef state(new ContentStreamState);
+    EXPECT_TRUE(state);
+    EXPECT_FALSE(state.cast_to<TextContentStreamState>());
+}
 
 TEST(Content, EndOfDataIsTheLargestSize)
 {
@@ -157,4 +165,16 @@ TEST(Content, IsDestroyedWithItsLastHandle)
     EXPECT_FALSE(gone);
     contents.clear();
     EXPECT_TRUE(gone);
+}
+
+TEST(GetContentData, AsksAContentOfNoBytesForItsEnd)
+{
+    // A content whose length is 0 need not be one that has nothing to deliver: the length is not looked at.
+    const ContentRef content(new ScriptedContent({"ab"}));
+    dynamic_cast<ScriptedContent&>(*content).announcedLength = 0;
+    EXPECT_EQ(content->getContentLength(), 0U);
+    EXPECT_EQ(getContentData(content, END_OF_DATA).size(), 2U);
+    const ContentRef empty(new ScriptedContent({}));
+    EXPECT_TRUE(getContentData(empty, 10).empty());
+    EXPECT_EQ(dynamic_cast<ScriptedContent&>(*empty).requests.size(), 1U);
 }

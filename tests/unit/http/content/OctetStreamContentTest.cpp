@@ -10,8 +10,13 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <filesystem>
+#include <iterator>
 #include <limits>
+#include <list>
+#include <sstream>
+#include <vector>
 
 using namespace ZOLNS2::MIME;
 using blocxx::Array;
@@ -357,4 +362,140 @@ TEST(FileApplicationOctetStreamContent, NullAndForeignStatesAreRefused)
     EXPECT_THROW(content->getData(buffer, 3, ContentStreamStateRef()), blocxx::NULLReferenceException);
     EXPECT_THROW(content->getData(buffer, 3, ApplicationOctetStreamContent("x", 1).createInitialStreamState()),
                  blocxx::NULLReferenceException);
+}
+
+TEST(ApplicationOctetStreamContent, KeepsItsBytesWhenTheCallersArrayIsChangedThroughAReference)
+{
+    Array<unsigned char> array = bytes("abc");
+    unsigned char& first = array[0];
+    const ContentRef content(new ApplicationOctetStreamContent(array));
+    first = 'X';
+    EXPECT_EQ(bytesOf(content), "abc");
+}
+
+TEST(ApplicationOctetStreamContent, IsMadeOfWhatGetContentDataReturns)
+{
+    const std::string all = zol_test::distinctBytes(40000);
+    const ContentRef first(new ApplicationOctetStreamContent(all.data(), all.size()));
+    const ContentRef second(new ApplicationOctetStreamContent(getContentData(first, END_OF_DATA)));
+    EXPECT_EQ(bytesOf(second), all);
+    EXPECT_EQ(second->getContentLength(), all.size());
+}
+
+TEST(ApplicationOctetStreamContent, KeepsItsBytesWhenACharArrayIsChangedThroughAReference)
+{
+    Array<char> array(3, 'a');
+    char& first = array[0];
+    const ContentRef content(new ApplicationOctetStreamContent(array));
+    first = 'X';
+    EXPECT_EQ(bytesOf(content), "aaa");
+}
+
+TEST(ApplicationOctetStreamContent, IsMadeOfTheBytesBetweenTwoIterators)
+{
+    const std::string text = std::string("a\0\xff", 3) + "b";
+    const std::vector<unsigned char> octets(text.begin(), text.end());
+    const std::list<char> list(text.begin(), text.end());
+    std::istringstream stream(text);
+    std::vector<std::byte> stdBytes;
+    for (const char c : text)
+    {
+        stdBytes.push_back(static_cast<std::byte>(c));
+    }
+    const auto made = [](auto first, auto last)
+    { return bytesOf(ContentRef(new ApplicationOctetStreamContent(first, last))); };
+    EXPECT_EQ(made(text.begin(), text.end()), text);
+    EXPECT_EQ(made(text.data(), text.data() + text.size()), text);
+    EXPECT_EQ(made(octets.data(), octets.data() + octets.size()), text);
+    EXPECT_EQ(made(octets.cbegin(), octets.cend()), text);
+    EXPECT_EQ(made(list.begin(), list.end()), text);
+    EXPECT_EQ(made(stdBytes.begin(), stdBytes.end()), text);
+    EXPECT_EQ(made(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()), text);
+    EXPECT_EQ(made(text.end(), text.end()), "");
+}
+
+TEST(ApplicationOctetStreamContent, NeedsNoSpecialCaseForAnEmptyArray)
+{
+    const ContentRef octets(new ApplicationOctetStreamContent(Array<unsigned char>()));
+    const ContentRef chars(new ApplicationOctetStreamContent(Array<char>()));
+    EXPECT_EQ(octets->getContentLength(), 0U);
+    EXPECT_EQ(chars->getContentLength(), 0U);
+    EXPECT_EQ(bytesOf(octets), "");
+    EXPECT_EQ(bytesOf(chars), "");
+}
+
+TEST(ApplicationOctetStreamContent, CopiesHoldTheBytes)
+{
+    const std::string all = zol_test::distinctBytes(40000);
+    ContentRef assigned(new ApplicationOctetStreamContent("old", 3));
+    ContentRef copied;
+    {
+        const ApplicationOctetStreamContent original(all.data(), all.size());
+        copied = ContentRef(new ApplicationOctetStreamContent(original));
+        dynamic_cast<ApplicationOctetStreamContent&>(*assigned) = original;
+    }
+    EXPECT_EQ(bytesOf(copied), all);
+    EXPECT_EQ(bytesOf(assigned), all);
+}
+
+TEST(ApplicationOctetStreamContent, PositionPastTheSizeIsTheEnd)
+{
+    const ContentRef content(new ApplicationOctetStreamContent("abc", 3));
+    const ContentStreamStateRef state = content->createInitialStreamState();
+    auto& own = dynamic_cast<ApplicationOctetStreamContentStreamState&>(*state);
+    for (const size_t position : {size_t{4}, END_OF_DATA})
+    {
+        own.position = position;
+        EXPECT_EQ(readOnce(content, 2, state), "END");
+        EXPECT_EQ(own.position, position);
+    }
+}
+
+TEST(FileApplicationOctetStreamContent, FileOfNoBytesAtABorderGivesOneEmptyRead)
+{
+    const TemporaryDirectory directory;
+    const ContentRef content =
+        files({directory.write("a", "abc"), directory.write("empty", ""), directory.write("b", "de")});
+    const ContentStreamStateRef state = content->createInitialStreamState();
+    EXPECT_EQ(readOnce(content, 100, state), "abc");
+    EXPECT_EQ(readOnce(content, 100, state), "");
+    EXPECT_EQ(readOnce(content, 100, state), "de");
+    EXPECT_EQ(readOnce(content, 100, state), "END");
+}
+
+TEST(FileApplicationOctetStreamContent, LengthTellsWhyAFileCannotBeLookedAt)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("file", "x");
+    for (const auto& [path, error] :
+         {std::pair(file + "/below", ENOTDIR), std::pair(std::string(5000, 'n'), ENAMETOOLONG)})
+    {
+        try
+        {
+            files({path})->getContentLength();
+            FAIL() << path;
+        }
+        catch (const ContentException& exception)
+        {
+            EXPECT_EQ(exception.getErrorCode(), error);
+            EXPECT_EQ(std::string(exception.getMessage()).rfind("stat: " + std::to_string(error) + "(", 0), 0U)
+                << exception.getMessage();
+        }
+    }
+}
+
+TEST(FileApplicationOctetStreamContent, OpensOnlyTheFirstFileAtFirst)
+{
+    const TemporaryDirectory directory;
+    const std::string first = directory.write("a", "abc");
+    const std::string second = directory.write("b", "de");
+    const ContentRef content = files({first, second});
+    const ContentStreamStateRef state = content->createInitialStreamState();
+    EXPECT_EQ(timesOpen(first), 1);
+    EXPECT_EQ(timesOpen(second), 0);
+    readOnce(content, 100, state);
+    EXPECT_EQ(timesOpen(second), 0);
+    readOnce(content, 100, state);
+    EXPECT_EQ(timesOpen(first), 0);
+    EXPECT_EQ(timesOpen(second), 1);
 }

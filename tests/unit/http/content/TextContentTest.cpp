@@ -244,3 +244,17 @@ TEST(TextContent, CanBeReadOnSeveralThreads)
     EXPECT_EQ(first, bytes);
     EXPECT_EQ(second, bytes);
 }
+
+TEST(TextContent, PositionPastTheSizeIsTheEnd)
+{
+    const ContentRef content(new TextPlainContent("abc"));
+    const ContentStreamStateRef state = content->createInitialStreamState();
+    auto& own = dynamic_cast<TextContentStreamState&>(*state);
+    char buffer[4];
+    for (const size_t position : {size_t{4}, END_OF_DATA})
+    {
+        own.position = position;
+        EXPECT_EQ(content->getData(buffer, 2, state), END_OF_DATA);
+        EXPECT_EQ(own.position, position);
+    }
+}

@@ -11,6 +11,7 @@ namespace
 
 std::atomic<std::size_t> g_live{0};
 std::atomic<std::size_t> g_peak{0};
+std::atomic<long> g_untilFailure{-1};
 
 } // namespace
 
@@ -24,9 +25,15 @@ std::size_t allocation_counter::takePeak()
     return g_peak.exchange(g_live);
 }
 
+void allocation_counter::failAfter(long count)
+{
+    g_untilFailure = count;
+}
+
 void* operator new(std::size_t size)
 {
-    void* const memory = std::malloc(size == 0 ? 1 : size);
+    const bool fails = g_untilFailure >= 0 && g_untilFailure-- == 0;
+    void* const memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);
     if (memory == nullptr)
     {
         throw std::bad_alloc();

@@ -12,4 +12,7 @@ std::size_t live();
 /// The most bytes that were allocated at once since the last call.
 std::size_t takePeak();
 
+/// Lets the allocation after the next `count` fail, once; a negative number lets none fail.
+void failAfter(long count);
+
 } // namespace allocation_counter

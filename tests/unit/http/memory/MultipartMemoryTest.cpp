@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <cstring>
 #include <istream>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -176,6 +178,106 @@ TEST(MultipartMemory, TheHeadersOfAPartAreNotKeptWithItsContent)
         checkPeaks(std::vector<PartPlan>(100, {"application/octet-stream", 20000, headers}));
         checkPeaks(std::vector<PartPlan>(100, {"application/octet-stream", 400, headers}));
     }
+}
+
+/// Delivers text, then one byte over and over, then text, and holds none of it.
+class Repeating : public blocxx::BaseStreamBuffer
+{
+public:
+    Repeating(std::string before, size_t count, std::string behind)
+        : BaseStreamBuffer(E_IN, 65536), m_before(std::move(before)), m_count(count), m_behind(std::move(behind))
+    {
+    }
+
+protected:
+    int buffer_from_device(char* to, int room) override
+    {
+        if (m_before.empty() && m_count == 0)
+        {
+            m_before.swap(m_behind);
+        }
+        const auto most = static_cast<size_t>(room);
+        if (!m_before.empty())
+        {
+            const size_t count = m_before.copy(to, most);
+            m_before.erase(0, count);
+            return static_cast<int>(count);
+        }
+        const size_t count = std::min(most, m_count);
+        std::memset(to, '-', count);
+        m_count -= count;
+        return static_cast<int>(count);
+    }
+
+private:
+    std::string m_before;
+    size_t m_count;
+    std::string m_behind;
+};
+
+const std::string TWO_PARTS = "--B\r\nContent-Type: text/plain\r\n\r\none\r\n--B\r\n\r\ntwo\r\n--B--";
+
+/// The most memory that was in use while the body was read.
+size_t peakOf(std::streambuf& body, size_t parts)
+{
+    HTTP::Response response;
+    response.contentType.setContentTypeString("Content-Type: multipart/mixed; boundary=B");
+    std::istream in(&body);
+    const size_t before = allocation_counter::live();
+    allocation_counter::takePeak();
+    response.parseResponseData(in);
+    EXPECT_EQ(response.contents.size(), parts);
+    return allocation_counter::takePeak() - before;
+}
+
+TEST(MultipartMemory, APreambleIsNotKept)
+{
+    Repeating body("preamble", 64 * MIB, "\r\n" + TWO_PARTS);
+    EXPECT_LE(peakOf(body, 2), SMALL_THINGS);
+}
+
+TEST(MultipartMemory, AnEpilogueIsNotKept)
+{
+    Repeating body(TWO_PARTS, 64 * MIB, "epilogue");
+    EXPECT_LE(peakOf(body, 2), SMALL_THINGS);
+}
+
+TEST(MultipartMemory, ABodyWithoutItsBoundaryIsNotKept)
+{
+    Repeating body("no boundary", 64 * MIB, "at all");
+    EXPECT_LE(peakOf(body, 0), SMALL_THINGS);
+}
+
+TEST(MultipartMemory, NothingIsLostWhenAnAllocationFails)
+{
+    const auto read = []
+    {
+        HTTP::Response response;
+        response.contentType.setContentTypeString("Content-Type: multipart/mixed; boundary=B");
+        Repeating body("--B\r\n\r\n", 100000, "\r\n" + TWO_PARTS);
+        std::istream in(&body);
+        response.parseResponseData(in);
+        return response.contents.size();
+    };
+    ASSERT_EQ(read(), 3U) << "and what is made once is made";
+    int failures = 0;
+    for (long allowed = 0; allowed < 1000; ++allowed)
+    {
+        const size_t before = allocation_counter::live();
+        allocation_counter::failAfter(allowed);
+        try
+        {
+            read();
+        }
+        catch (const std::bad_alloc&)
+        {
+            ++failures;
+        }
+        allocation_counter::failAfter(-1);
+        ASSERT_EQ(allocation_counter::live(), before) << "after the failure of allocation " << allowed;
+    }
+    EXPECT_GT(failures, 50);
+    EXPECT_LT(failures, 1000) << "some readings got by without so many allocations";
 }
 
 TEST(MultipartMemory, TheCounterCounts)

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <typeinfo>
 
 namespace
 {
@@ -219,3 +220,19 @@ TEST(CreateContent, LogsThatAPartHasNoHeaders)
 }
 
 } // namespace
+
+TEST(CreateContent, ReceivedOctetStreamIsAnOrdinaryOneWhoseCopiesHoldTheBytes)
+{
+    const std::string body(40000, 'b');
+    ContentRef received = contentOf("Content-Type: application/octet-stream\r\n\r\n" + body);
+    ASSERT_TRUE(received.cast_to<ApplicationOctetStreamContent>());
+    const auto& octets = dynamic_cast<const ApplicationOctetStreamContent&>(*received);
+    EXPECT_EQ(typeid(octets), typeid(ApplicationOctetStreamContent));
+
+    const ContentRef kept(new ApplicationOctetStreamContent(octets));
+    const ContentRef assigned(new ApplicationOctetStreamContent("old", 3));
+    dynamic_cast<ApplicationOctetStreamContent&>(*assigned) = octets;
+    received = ContentRef();
+    EXPECT_EQ(textOf(kept), body);
+    EXPECT_EQ(textOf(assigned), body);
+}

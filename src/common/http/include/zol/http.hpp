@@ -17,6 +17,7 @@
 #include "zol/http/Version.hpp"
 #include "zol/mime/Content.hpp"
 #include "zol/mime/ContentBIO.hpp"
+#include "zol/mime/ContentEnd.hpp"
 #include "zol/mime/ContentException.hpp"
 #include "zol/mime/ContentTypeHeader.hpp"
 #include "zol/mime/MultipartMixedContent.hpp"

@@ -20,10 +20,8 @@ inline constexpr size_t END_OF_DATA = std::numeric_limits<size_t>::max();
 class ZOL_API ContentStreamState : public blocxx::IntrusiveCountableBase
 {
 public:
-    ~ContentStreamState() override;
-
-protected:
     ContentStreamState() = default;
+    ~ContentStreamState() override;
 };
 
 using ContentStreamStateRef = blocxx::IntrusiveReference<ContentStreamState>;

@@ -4,6 +4,7 @@
 #include "blocxx/StringBuffer.hpp"
 #include "zol/Export.hpp"
 #include "zol/mime/Content.hpp"
+#include "zol/mime/ContentEnd.hpp"
 
 #include <cstddef>
 
@@ -33,6 +34,7 @@ public:
     ContentStreamStateRef partState; ///< the position in that part
     blocxx::StringBuffer text;       ///< what is being written, unless the phase is E_BODY
     unsigned long textPosition = 0;  ///< how many bytes of the text have been written
+    bool aPartEndedBadly = false;    ///< whether a part that has been written says so
 };
 
 /// Contents one after the other as one body of type multipart/mixed (RFC 2046, section 5.1.3), produced while it is
@@ -40,7 +42,7 @@ public:
 /// the part and a line end; at last the closing delimiter without a line end. There is no preamble and no epilogue.
 ///
 /// The boundary may not occur in the bytes of a part; nobody checks that.
-class ZOL_API MultipartMixedContent : public Content
+class ZOL_API MultipartMixedContent : public Content, public ContentEnd
 {
 public:
     /// @param boundary without the leading "--"
@@ -83,8 +85,12 @@ public:
     /// Puts `part` behind the others.
     virtual void addPart(ContentRef part);
 
+    /// Whether one of the parts read so far ended badly. The parts behind it are written all the same.
+    /// @throws blocxx::NULLReferenceException if there are parts and `state` is null or of another kind
+    bool endedBadly(const ContentStreamStateRef& state) const override;
+
 private:
-    void goOn(MultipartMixedContentStreamState& state) const;
+    void advance(MultipartMixedContentStreamState& state) const;
 
     Contents m_parts;
     blocxx::String m_boundary;

@@ -4,8 +4,13 @@
 #include "blocxx/String.hpp"
 #include "zol/Export.hpp"
 #include "zol/mime/Content.hpp"
+#include "zol/mime/ContentEnd.hpp"
 
 #include <fstream>
+#include <iterator>
+#include <memory>
+#include <type_traits>
+#include <vector>
 
 namespace ZOLNS2::MIME
 {
@@ -19,14 +24,26 @@ public:
     size_t position = 0; ///< index of the next byte to deliver
 };
 
+class StoredBytes;
+
 /// Bytes in memory, of type application/octet-stream. Never changed after construction, so readers on several threads
-/// need no lock.
-class ZOL_API ApplicationOctetStreamContent : public Content
+/// need no lock. Copies share the bytes.
+class ZOL_API ApplicationOctetStreamContent : public Content, public ContentEnd
 {
 public:
+    /// @name Copying the bytes they are given
+    /// @{
     explicit ApplicationOctetStreamContent(const blocxx::Array<unsigned char>& bytes);
-    /// Copies `length` bytes.
+    /// For what getContentData() returns.
+    explicit ApplicationOctetStreamContent(const blocxx::Array<char>& bytes);
     ApplicationOctetStreamContent(const char* bytes, size_t length);
+    /// The bytes from `first` up to `last`: input iterators over char, signed char, unsigned char or std::byte.
+    template <class Iterator, class Value = typename std::iterator_traits<Iterator>::value_type>
+    ApplicationOctetStreamContent(Iterator first, Iterator last) : m_bytes(storeRange(first, last))
+    {
+        static_assert(sizeof(Value) == 1, "these iterators do not point to bytes");
+    }
+    /// @}
     ~ApplicationOctetStreamContent() override;
 
     ContentTypeHeader getContentType() override;
@@ -35,8 +52,34 @@ public:
     size_t getData(char* buf, size_t len, const ContentStreamStateRef& state) override;
     ContentStreamStateRef createInitialStreamState() const override;
 
+    /// Never: all bytes are there.
+    bool endedBadly(const ContentStreamStateRef& state) const override;
+
 private:
-    blocxx::Array<unsigned char> m_data;
+    friend class ReceivedOctetStream;
+
+    explicit ApplicationOctetStreamContent(std::shared_ptr<const StoredBytes> bytes);
+    static std::shared_ptr<const StoredBytes> store(const void* bytes, size_t count);
+
+    template <class Iterator>
+    static std::shared_ptr<const StoredBytes> storeRange(Iterator first, Iterator last)
+    {
+        if constexpr (std::is_pointer_v<Iterator>)
+        {
+            return store(first, static_cast<size_t>(last - first));
+        }
+        else
+        {
+            std::vector<char> bytes;
+            for (; first != last; ++first)
+            {
+                bytes.push_back(static_cast<char>(*first));
+            }
+            return store(bytes.data(), bytes.size());
+        }
+    }
+
+    std::shared_ptr<const StoredBytes> m_bytes; // never null
 };
 
 /// A reader's position in a list of files.
@@ -55,7 +98,7 @@ public:
 /// getData() never reads across the end of a file, and answers 0 when a file ended exactly with the read before. A
 /// later file that cannot be opened ends the body. Deliberate: if the first one cannot be opened, or after such an
 /// early end, getData() answers 0 for ever and never reports the end of the data.
-class ZOL_API FileApplicationOctetStreamContent : public Content
+class ZOL_API FileApplicationOctetStreamContent : public Content, public ContentEnd
 {
 public:
     explicit FileApplicationOctetStreamContent(const blocxx::Array<blocxx::String>& fileNames);
@@ -69,6 +112,10 @@ public:
     size_t getContentLength() override;
     size_t getData(char* buf, size_t len, const ContentStreamStateRef& state) override;
     ContentStreamStateRef createInitialStreamState() const override;
+
+    /// Whether a file could not be opened or read.
+    /// @throws blocxx::NULLReferenceException if `state` is null or of another kind
+    bool endedBadly(const ContentStreamStateRef& state) const override;
 
 private:
     blocxx::Array<blocxx::String> m_fileNames;

@@ -4,6 +4,7 @@
 #include "blocxx/String.hpp"
 #include "zol/Export.hpp"
 #include "zol/mime/Content.hpp"
+#include "zol/mime/ContentEnd.hpp"
 
 namespace ZOLNS2::MIME
 {
@@ -19,7 +20,7 @@ public:
 
 /// A text in memory, encoded, of type "text" and with the parameter "charset". Never changed after construction, so
 /// readers on several threads need no lock. Its subtype is told by the derived class.
-class ZOL_API TextContent : public Content
+class ZOL_API TextContent : public Content, public ContentEnd
 {
 public:
     /// The bytes of one 16-bit unit. Deliberate: any other value stands for the order of the host's memory.
@@ -42,6 +43,9 @@ public:
     ContentStreamStateRef createInitialStreamState() const override;
 
     virtual blocxx::String getSubtype() const = 0;
+
+    /// Never: all bytes are there.
+    bool endedBadly(const ContentStreamStateRef& state) const override;
 
 private:
     blocxx::String m_charset;

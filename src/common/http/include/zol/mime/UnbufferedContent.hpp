@@ -3,6 +3,7 @@
 #include "zol/Export.hpp"
 #include "zol/http/HTTPTransferDecoder.hpp"
 #include "zol/mime/Content.hpp"
+#include "zol/mime/ContentEnd.hpp"
 #include "zol/mime/ContentTypeHeader.hpp"
 
 #include <cstddef>
@@ -21,7 +22,7 @@ public:
 /// They come once, so there is one stream state and no second one.
 ///
 /// Used by one reader at a time.
-class ZOL_API UnbufferedContent : public Content
+class ZOL_API UnbufferedContent : public Content, public ContentEnd
 {
 public:
     /// Reads nothing.
@@ -52,6 +53,10 @@ public:
     /// The one stream state of this content.
     /// @throws ContentException on the second call
     ContentStreamStateRef createInitialStreamState() const override;
+
+    /// Whether the decoder's stream has failed before the body was complete: after a cut, an error or malformed framing.
+    /// Deliberate: a body shorter than its announced length is no bad end. `state` is not looked at.
+    bool endedBadly(const ContentStreamStateRef& state) const override;
 
     /// The decoder that the body is read through.
     HTTP::HTTPTransferDecoderRef getTransferDecoder() const;

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace ZOLNS2::MIME
+{
+
+/// Bytes in blocks of BLOCK_SIZE; the last one is as large as its bytes need. Never changed, so any number of threads
+/// may read them.
+class StoredBytes
+{
+public:
+    static constexpr std::size_t BLOCK_SIZE = 16384;
+
+    StoredBytes() = default;
+    /// Copies `count` bytes.
+    StoredBytes(const char* bytes, std::size_t count);
+
+    std::size_t size() const { return m_end - m_begin; }
+
+    /// Copies `count` bytes from `index` on to `to`, which must be there.
+    void copy(std::size_t index, std::size_t count, char* to) const;
+
+private:
+    friend class ReceivedBytes;
+
+    void appendBlock(const char* bytes, std::size_t count);
+
+    std::vector<std::unique_ptr<char[]>> m_blocks;
+    std::size_t m_begin = 0; ///< of the first byte, counted from the start of the first block
+    std::size_t m_end = 0;   ///< behind the last one
+};
+
+} // namespace ZOLNS2::MIME
