@@ -22,7 +22,7 @@ ChildProcess example(const std::string& name, std::vector<std::string> arguments
     return ChildProcess(arguments);
 }
 
-TEST(DigestMultipart, TellsTheDigestThatOpensslTells)
+TEST(DigestMultipart, PrintsTheDigestThatOpensslPrints)
 {
     const TemporaryDirectory directory;
     ChildProcess digest = example("digest_multipart", {directory.write("a", "some text\r\n"), directory.write("b", ""),
@@ -35,19 +35,19 @@ TEST(DigestMultipart, TellsTheDigestThatOpensslTells)
     EXPECT_EQ(digest.errorOutput(), openssl.output().substr(0, 64) + "\n");
 }
 
-TEST(DigestMultipart, NamesAFileThatIsNotThere)
+TEST(DigestMultipart, NamesAMissingFile)
 {
     ChildProcess digest = example("digest_multipart", {"/nonexistent/file"});
     EXPECT_EQ(digest.wait(), 1);
     EXPECT_EQ(digest.errorOutput(), "digest_multipart: cannot open /nonexistent/file\n");
 }
 
-ScriptedServer::Script answering(const std::string& answer)
+ScriptedServer::Script respondingWith(const std::string& response)
 {
-    return [answer](ServerConnection& peer)
+    return [response](ServerConnection& peer)
     {
         peer.receiveHead();
-        peer.send(answer);
+        peer.send(response);
     };
 }
 
@@ -58,7 +58,7 @@ TEST(ReadPem, PrintsEveryCertificateOfAFetchedText)
     const std::string first = selfSigned(fields).certificatePem();
     fields.commonName = "second";
     const std::string text = "some words\n" + first + selfSigned(fields).certificatePem();
-    ScriptedServer server(answering("HTTP/1.1 200 OK\r\nContent-Type: application/x-pem-file\r\n\r\n" + text));
+    ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\nContent-Type: application/x-pem-file\r\n\r\n" + text));
     ChildProcess pem = example("read_pem", {server.address(), "/"});
     EXPECT_EQ(pem.wait(), 0) << pem.errorOutput();
     EXPECT_THAT(pem.output(), MatchesRegex("CN = first, until .* GMT\nCN = second, until .* GMT\n"));
@@ -69,12 +69,12 @@ TEST(ReadPem, ReportsATextThatIsCutOrHoldsNoCertificate)
     const std::string text = selfSigned(CertificateFields()).certificatePem();
     for (const std::string& body : {std::string("nothing"), text.substr(0, text.size() / 2), text.substr(0, 10)})
     {
-        ScriptedServer server(answering("HTTP/1.1 200 OK\r\n\r\n" + body));
+        ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\n\r\n" + body));
         ChildProcess pem = example("read_pem", {server.address(), "/"});
         EXPECT_EQ(pem.wait(), 1);
         EXPECT_THAT(pem.errorOutput(), HasSubstr("no certificate, or not all of it"));
     }
-    ScriptedServer cut(answering("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nffff\r\n" + text));
+    ScriptedServer cut(respondingWith("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nffff\r\n" + text));
     ChildProcess pem = example("read_pem", {cut.address(), "/"});
     EXPECT_EQ(pem.wait(), 1) << "the certificate is whole, the body is not";
 }

@@ -1,5 +1,4 @@
-// A small HTTP server on the loopback addresses, for trying zolget and the library out. See Pages.hpp for what it
-// serves.
+// A small HTTP server on the loopback addresses, for trying out zolget and the library. Pages.hpp lists its pages.
 
 #include "Server.hpp"
 
@@ -15,7 +14,7 @@
 namespace
 {
 
-/// SIGTERM and SIGINT as something that can be waited for together with the sockets.
+/// A descriptor that becomes readable on SIGTERM or SIGINT, so that poll(2) can wait for them as well.
 demo::Descriptor catchTermination()
 {
     sigset_t signals;
@@ -26,7 +25,7 @@ demo::Descriptor catchTermination()
     return demo::Descriptor(::signalfd(-1, &signals, SFD_CLOEXEC));
 }
 
-/// Waits for the end of the standard input or a signal, serving meanwhile.
+/// Serves until standard input ends or a signal arrives.
 void serve(std::uint16_t port, std::uint16_t tlsPort, const std::string& certificateFolder)
 {
     ::signal(SIGPIPE, SIG_IGN);
@@ -50,16 +49,16 @@ void serve(std::uint16_t port, std::uint16_t tlsPort, const std::string& certifi
 
 int main(int argc, char** argv)
 {
-    CLI::App app{"Serves demonstration pages on the loopback addresses until its standard input ends or it is told to "
-                 "stop (SIGTERM, SIGINT).\nThe first line on standard output tells the ports: port=N [tls-port=N "
+    CLI::App app{"Serves demonstration pages on the loopback addresses until its standard input ends or it receives "
+                 "SIGTERM or SIGINT.\nThe first line on standard output names the ports: port=N [tls-port=N "
                  "ca=FILE]"};
     std::uint16_t port = 0;
     std::uint16_t tlsPort = 0;
     std::string certificateFolder;
     app.add_option("--port", port, "port of the plain server; 0 lets the kernel choose")->capture_default_str();
     const auto folder = app.add_option("--certificate-dir", certificateFolder,
-                                       "folder for ca.pem, client.pem and client-key.pem, removed again at the end; "
-                                       "without it there is no TLS server");
+                                       "folder for ca.pem, client.pem and client-key.pem, removed at the end; without "
+                                       "it there is no TLS server");
     app.add_option("--tls-port", tlsPort, "port of the TLS server; 0 lets the kernel choose")
         ->capture_default_str()
         ->needs(folder);

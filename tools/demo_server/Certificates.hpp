@@ -11,7 +11,7 @@
 namespace demo
 {
 
-/// Gives an OpenSSL object back with the function that belongs to it.
+/// Frees an OpenSSL object with the function for its type.
 template <auto Free>
 struct Release
 {
@@ -28,14 +28,14 @@ using ContextPtr = std::unique_ptr<SSL_CTX, Release<SSL_CTX_free>>;
 using BioPtr = std::unique_ptr<BIO, Release<BIO_free_all>>;
 using SessionPtr = std::unique_ptr<SSL, Release<SSL_free>>;
 
-/// A certificate with the private key that belongs to it.
+/// A certificate and its private key.
 struct Identity
 {
     KeyPtr key;
     CertificatePtr certificate;
 };
 
-/// A folder for files that go again with this object; the folder too, if it was not there before.
+/// A folder whose files are removed with this object, and the folder itself if it did not exist before.
 class TemporaryFiles
 {
 public:
@@ -44,8 +44,8 @@ public:
     TemporaryFiles(const TemporaryFiles&) = delete;
     TemporaryFiles& operator=(const TemporaryFiles&) = delete;
 
-    /// Opens a new file for writing. One that is there already is an error (std::system_error): nothing of the user's
-    /// is overwritten, and nothing of the user's is removed at the end.
+    /// Opens a new file for writing. Throws std::system_error if it exists, so that no file of the user's is
+    /// overwritten, or removed at the end.
     BioPtr create(const char* name, mode_t mode);
 
 private:
@@ -54,9 +54,9 @@ private:
     std::vector<std::filesystem::path> m_files;
 };
 
-/// A certificate authority that lives as long as this object does, and what it issued: a certificate for the server
-/// (localhost, 127.0.0.1 and ::1), which stays in memory, and one for a client. The folder holds `ca.pem`, `client.pem`
-/// and `client-key.pem` meanwhile.
+/// A certificate authority and the certificates that it issued: one for the server (localhost, 127.0.0.1 and ::1),
+/// which is kept in memory, and one for a client. As long as this object exists, the folder holds `ca.pem`,
+/// `client.pem` and `client-key.pem`.
 class Certificates
 {
 public:
@@ -65,7 +65,7 @@ public:
 
     std::filesystem::path authorityFile() const { return m_folder / AUTHORITY_FILE; }
 
-    /// A server context that presents the server's certificate and asks for, but does not insist on, a client's.
+    /// A server context that presents the server's certificate and requests, but does not require, one from the client.
     ContextPtr makeServerContext() const;
 
 private:

@@ -12,8 +12,8 @@
 namespace demo
 {
 
-/// Listens on the loopback addresses (127.0.0.1, and ::1 where there is one) and answers every connection on a thread
-/// of its own.
+/// Listens on the loopback addresses (127.0.0.1, and ::1 where there is one) and serves every connection on a thread of its
+/// own.
 class Server
 {
 public:
@@ -24,10 +24,10 @@ public:
     Server& operator=(const Server&) = delete;
 
     /// Starts to listen and returns the port: the given one, or one that the kernel chose when it is 0. With a context
-    /// the port speaks TLS. Throws std::system_error.
+    /// the port speaks TLS; the context must outlive the server. Throws std::system_error.
     std::uint16_t listen(std::uint16_t port, SSL_CTX* context);
 
-    /// Accepts connections until `stop` becomes readable or is closed at its other end.
+    /// Accepts connections until one of the descriptors in `stop` becomes readable or its other end is closed.
     void runUntilReadable(const std::vector<int>& stop);
 
 private:
@@ -43,7 +43,7 @@ private:
     std::vector<Listener> m_listeners;
     std::mutex m_mutex;
     std::condition_variable m_ended;
-    std::set<int> m_connections; ///< the descriptors of the connections that threads are serving
+    std::set<int> m_connections; ///< descriptors of the connections being served
 };
 
 } // namespace demo

@@ -84,7 +84,7 @@ Server::~Server()
 
 std::uint16_t Server::listen(std::uint16_t port, SSL_CTX* context)
 {
-    // The kernel chooses a port for one address only; somebody else may hold the same number on the other.
+    // The kernel chooses a port for one address only; another program may hold the same number on the other.
     for (int attempt = 0; attempt < ATTEMPTS; ++attempt)
     {
         Descriptor ipv4 = listenOnIPv4(port);
@@ -148,7 +148,7 @@ void Server::accept(const Listener& listener)
     const int on = 1;
     ::setsockopt(connection.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
     const int number = connection.number();
-    // The thread takes its number out again under the same lock, so it cannot be ahead of this.
+    // The thread removes its number under the same lock, so it cannot do so before the number is added.
     const std::lock_guard lock(m_mutex);
     std::thread([this, owned = std::move(connection), context = listener.context]() mutable
                 { serve(std::move(owned), context); })
@@ -162,14 +162,14 @@ void Server::serve(Descriptor socket, SSL_CTX* context)
     {
         Peer peer(socket, context);
         Exchange exchange(peer);
-        answer(exchange);
+        sendPage(exchange);
         peer.finish();
     }
     catch (const std::exception&)
     {
-        // The client has left or spoke nonsense: its connection ends, nobody else is concerned.
+        // The client is gone, or sent no valid request: only its own connection ends.
     }
-    // Closed under the lock: the number may be given to the next connection as soon as it is free.
+    // Closed under the lock: the kernel may reuse the number at once for the next connection.
     const std::lock_guard lock(m_mutex);
     m_connections.erase(socket.number());
     socket = Descriptor();

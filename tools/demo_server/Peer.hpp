@@ -12,7 +12,7 @@
 namespace demo
 {
 
-/// The client is gone, or the connection to it broke; there is nobody left to answer.
+/// The client is gone or the connection broke; no response can be sent.
 class ConnectionLost : public std::runtime_error
 {
 public:
@@ -23,23 +23,23 @@ public:
 class Peer
 {
 public:
-    /// With a context the TLS handshake is made here. Throws ConnectionLost.
+    /// With a context, performs the TLS handshake. Throws ConnectionLost. `socket` must outlive the peer.
     Peer(const Descriptor& socket, SSL_CTX* context);
 
-    /// The next bytes, at least one; 0 once the client has closed its side. Throws ConnectionLost.
+    /// Waits for the next bytes and returns their number; 0 once the client has closed its side. Throws ConnectionLost.
     std::size_t read(char* buffer, std::size_t size);
 
     /// Sends everything. Throws ConnectionLost.
     void write(std::string_view bytes);
 
-    /// Lets time pass. Throws ConnectionLost when the connection is closed meanwhile.
+    /// Waits. Throws ConnectionLost when the connection is closed in the meantime.
     void pause(std::chrono::milliseconds time);
 
-    /// Ends the answer in order, and takes what the client still sends: closing with unread bytes would reset the
-    /// connection and could destroy the answer on its way.
+    /// Closes the connection in order and discards what the client still sends: closing it with unread bytes would reset
+    /// it, and the client could lose the end of the response.
     void finish();
 
-    /// The subject of the certificate that the client showed; empty when it showed none.
+    /// The subject of the client's certificate; empty when it sent none.
     std::string clientSubject() const;
 
 private:

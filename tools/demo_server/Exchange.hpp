@@ -21,26 +21,26 @@ struct Request
     std::optional<std::uint64_t> contentLength;
 };
 
-/// One request and its answer.
+/// One request and its response.
 class Exchange
 {
 public:
-    /// Reads the head of the request. Throws ConnectionLost, also for a head that makes no sense.
+    /// Reads the head of the request. Throws ConnectionLost, also for a malformed head.
     explicit Exchange(Peer& peer);
 
     const Request& request() const { return m_request; }
     Peer& peer() { return m_peer; }
 
-    /// A number from the query of the target, at most `limit`; `fallback` when it is not there or no number.
+    /// A number from the query of the target, at most `limit`; `fallback` when it is absent or not a number.
     std::uint64_t number(const std::string& name, std::uint64_t fallback, std::uint64_t limit) const;
 
-    /// The body of the request, in the announced length.
+    /// The body of the request: as many bytes as its Content-Length says. Throws ConnectionLost.
     std::string readBody();
 
-    /// Answers with a head, and with the text as body unless the request was HEAD.
-    void answer(std::string_view status, std::string_view type, std::string_view text);
+    /// Sends a whole response; to HEAD only its head.
+    void respond(std::string_view status, std::string_view type, std::string_view text);
 
-    /// Begins an answer whose body follows by sendBody; false when the request was HEAD, which wants none.
+    /// Sends the head of a response whose body the caller sends. @return false for HEAD, which has no body
     bool begin(std::string_view status, std::string_view headers);
     void sendBody(std::string_view bytes) { m_peer.write(bytes); }
     void sendChunk(std::string_view bytes);
@@ -52,7 +52,7 @@ private:
 
     Peer& m_peer;
     Request m_request;
-    std::string m_ahead; ///< what arrived behind the head
+    std::string m_ahead; ///< bytes of the body that arrived with the head
 };
 
 } // namespace demo

@@ -5,9 +5,9 @@
 namespace demo
 {
 
-/// Answers the request with the page that its path names, or with 404.
+/// Sends the page that the path of the request names, or 404.
 ///
-/// | path | answer |
+/// | path | response |
 /// |---|---|
 /// | `/hello` | a short text |
 /// | `/big?size=N` | N bytes, 64 to a line, as fast as the kernel takes them |
@@ -18,6 +18,6 @@ namespace demo
 /// | `/request` | the head of the request, as it arrived |
 /// | `/client` | the subject of the certificate that the client showed |
 /// | `/nothing` | 204, without a body |
-void answer(Exchange& exchange);
+void sendPage(Exchange& exchange);
 
 } // namespace demo

@@ -102,37 +102,37 @@ void multipart(Exchange& exchange)
                                              "\r\n"
                                              "the third part\n\r\n"
                                              "--parts-of-the-demo--\r\n";
-    exchange.answer(OK, "multipart/mixed; boundary=parts-of-the-demo", body);
+    exchange.respond(OK, "multipart/mixed; boundary=parts-of-the-demo", body);
 }
 
 void echo(Exchange& exchange)
 {
     if (exchange.request().contentLength.value_or(0) > LARGEST_ECHO)
     {
-        exchange.answer("413 Content Too Large", TEXT, "This is more than the demo server holds.\n");
+        exchange.respond("413 Content Too Large", TEXT, "This is more than the demo server holds.\n");
         return;
     }
-    exchange.answer(OK, BYTES, exchange.readBody());
+    exchange.respond(OK, BYTES, exchange.readBody());
 }
 
 void client(Exchange& exchange)
 {
     const std::string subject = exchange.peer().clientSubject();
-    exchange.answer(OK, TEXT, (subject.empty() ? "nobody" : subject) + "\n");
+    exchange.respond(OK, TEXT, (subject.empty() ? "nobody" : subject) + "\n");
 }
 
 } // namespace
 
-void answer(Exchange& exchange)
+void sendPage(Exchange& exchange)
 {
     const std::string& path = exchange.request().path;
     if (path == "/hello")
     {
-        exchange.answer(OK, TEXT, "Hello from the demo server.\n");
+        exchange.respond(OK, TEXT, "Hello from the demo server.\n");
     }
     else if (path == "/request")
     {
-        exchange.answer(OK, TEXT, exchange.request().head);
+        exchange.respond(OK, TEXT, exchange.request().head);
     }
     else if (path == "/nothing")
     {
@@ -164,7 +164,7 @@ void answer(Exchange& exchange)
     }
     else
     {
-        exchange.answer("404 Not Found", TEXT, "The demo server has no such page.\n");
+        exchange.respond("404 Not Found", TEXT, "The demo server has no such page.\n");
     }
 }
 

@@ -27,7 +27,7 @@ std::optional<std::uint64_t> toNumber(std::string_view text)
     return value;
 }
 
-/// The part up to the separator; `text` keeps what follows it.
+/// Removes and returns the part up to the separator, which is removed too.
 std::string_view cutAt(std::string_view& text, std::string_view separator)
 {
     const std::size_t position = std::min(text.find(separator), text.size());
@@ -119,14 +119,14 @@ std::string Exchange::readBody()
         const std::size_t count = m_peer.read(block.data(), std::min(block.size(), wanted - body.size()));
         if (count == 0)
         {
-            throw ConnectionLost("the request's body is cut");
+            throw ConnectionLost("the body of the request is incomplete");
         }
         body.append(block.data(), count);
     }
     return body;
 }
 
-void Exchange::answer(std::string_view status, std::string_view type, std::string_view text)
+void Exchange::respond(std::string_view status, std::string_view type, std::string_view text)
 {
     const std::string headers =
         "Content-Type: " + std::string(type) + "\r\nContent-Length: " + std::to_string(text.size()) + "\r\n";
