@@ -2,6 +2,7 @@
 
 #include "ExitStatus.hpp"
 #include "Text.hpp"
+#include "TlsFailure.hpp"
 
 #include "blocxx/SSLCtxMgr.hpp"
 #include "blocxx/SocketAddress.hpp"
@@ -39,7 +40,7 @@ blocxx::SocketAddress resolve(const Url& url)
     catch (const blocxx::UnknownHostException& error)
     {
         throw Failure(ExitStatus::RESOLVE, "cannot find the host " + url.host + ": " + printable(error.getMessage()) +
-                                               "; check the spelling of the name, and the name service here");
+                                               "; check the spelling of the name and the name service of this machine");
     }
 }
 
@@ -65,9 +66,8 @@ ContextRef makeTlsContext(const Options& options)
     }
     catch (const blocxx::SSLException& error)
     {
-        throw Failure(ExitStatus::TLS, "cannot prepare the secure connection to " + options.url.authority() + ": " +
-                                           printable(error.getMessage()) +
-                                           "; --ca, --cert and --key take files in PEM form");
+        throw Failure(ExitStatus::TLS, "cannot prepare a secure connection to " + options.url.authority() + ": " +
+                                           describeContextFailure(error.getMessage()));
     }
 }
 
@@ -81,16 +81,15 @@ http::HTTPConnection connect(const Options& options, const ContextRef& context)
     catch (const blocxx::SSLException& error)
     {
         throw Failure(ExitStatus::TLS, "no secure connection to " + options.url.authority() + ": " +
-                                           printable(error.getMessage()) +
-                                           "; --ca PATH trusts another authority, --no-verify trusts anybody");
+                                           describeHandshakeFailure(error.getMessage()));
     }
     catch (const blocxx::SocketException& error)
     {
         const bool isLate = error.getErrorCode() == ETIMEDOUT;
-        throw Failure(ExitStatus::CONNECT, "cannot connect to " + options.url.authority() + ": " +
-                                               printable(error.getMessage()) +
-                                               (isLate ? "; --connect-timeout allows more time"
-                                                       : "; check the host and the port, and that the server runs"));
+        throw Failure(ExitStatus::CONNECT,
+                      "cannot connect to " + options.url.authority() + ": " + printable(error.getMessage()) +
+                          (isLate ? "; --connect-timeout allows more time"
+                                  : "; check the host and the port, and that the server is running"));
     }
 }
 

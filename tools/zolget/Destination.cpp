@@ -36,7 +36,7 @@ const char* extensionFor(const ZOLNS2::MIME::ContentTypeHeader& type)
 PartsFolder::PartsFolder(const std::string& folder) : m_folder(folder)
 {
     const bool isThere = ::mkdir(folder.c_str(), 0777) == 0 || errno == EEXIST;
-    // With the trailing slash something that is no folder is refused.
+    // The trailing slash makes access fail for anything but a folder.
     if (!isThere || ::access((folder + "/").c_str(), W_OK | X_OK) != 0)
     {
         throw Failure(ExitStatus::LOCAL_FILE, "cannot write into the folder " + folder + ": " + std::strerror(errno));

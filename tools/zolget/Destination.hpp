@@ -14,25 +14,25 @@
 namespace zolget
 {
 
-/// Where the parts of an answer's body go. A body that is not multipart is one part.
+/// Where the parts of a response's body go. A body that is not multipart counts as one part.
 class Destination
 {
 public:
     virtual ~Destination() = default;
 
-    /// Where the next part, of that type, is to be written; valid until endPart. Throws Failure (LOCAL_FILE).
+    /// The output for the next part, which has this type; valid until endPart. Throws Failure (LOCAL_FILE).
     virtual Output& beginPart(const ZOLNS2::MIME::ContentTypeHeader& type) = 0;
 
-    /// The part has been written whole, all of its `length` bytes. Throws Failure (LOCAL_FILE).
+    /// The part is complete; it has `length` bytes. Throws Failure (LOCAL_FILE).
     virtual void endPart(std::uint64_t length) = 0;
 
-    /// All parts have been written. Throws Failure (LOCAL_FILE).
+    /// The body is complete. Throws Failure (LOCAL_FILE).
     virtual void complete() = 0;
 
     virtual bool isTerminal() const = 0;
 };
 
-/// All parts one behind the other, in a file or on standard output.
+/// All parts one after the other, in a file or on standard output.
 class OneOutput : public Destination
 {
 public:
@@ -47,8 +47,8 @@ private:
     Output m_output;
 };
 
-/// Each part in a file of its own: part-001.txt, part-002.bin, ... in a folder, which is made if it is not there. A
-/// table of the parts goes to standard output, line by line as they are complete.
+/// Each part in a file of its own: part-001.txt, part-002.bin, ... in a folder, which is created if it does not
+/// exist. A table of the parts goes to standard output, a line for each complete part.
 class PartsFolder : public Destination
 {
 public:

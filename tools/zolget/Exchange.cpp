@@ -18,23 +18,24 @@ Exchange::Exchange(const Options& options, const http::HTTPConnection& connectio
 {
 }
 
-void Exchange::send(const http::Request& request, const BodyRef& body)
+void Exchange::send(const http::Request& request, const RequestBodyRef& body)
 {
     std::ostream& out = m_connection.ostream();
     out << request << std::flush;
-    if (body && body->wasShort())
+    if (body && body->endedEarly())
     {
         throw Failure(ExitStatus::LOCAL_FILE,
                       "a file became shorter or unreadable while it was sent to " + m_options.url.authority());
     }
-    // Copying a body into a stream that fails midway leaves no mark on it; a body that was not taken whole tells.
-    m_wasSent = out.good() && (!body || body->wasTaken());
+    // A stream that fails in the middle of a body shows no error; a body that was not read whole does.
+    m_wasSent = out.good() && (!body || body->wasReadWhole());
     out.clear();
 }
 
-void Exchange::failForCut(const std::string& what)
+void Exchange::failForIncomplete(const std::string& what)
 {
-    throw Failure(ExitStatus::CUT, what + " from " + m_options.url.authority() + " is cut: " + describeEnd());
+    throw Failure(ExitStatus::INCOMPLETE,
+                  what + " from " + m_options.url.authority() + " is incomplete: " + describeEnd());
 }
 
 std::string Exchange::describeEnd()
@@ -57,7 +58,7 @@ std::string Exchange::describeEnd()
     }
     if (buffer != nullptr && buffer->inputState() == blocxx::BaseStreamBuffer::E_INPUT_OPEN)
     {
-        return "it is not of the form that was announced; the server is at fault";
+        return "the server sent something malformed; the fault is on its side";
     }
     return "the server closed the connection; try again";
 }

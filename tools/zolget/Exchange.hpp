@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Body.hpp"
 #include "Options.hpp"
+#include "RequestBody.hpp"
 
 #include "zol/http.hpp"
 
@@ -14,16 +14,16 @@ class Exchange
 public:
     Exchange(const Options& options, const ZOLNS2::HTTP::HTTPConnection& connection);
 
-    /// Sends the request. A connection that breaks meanwhile is no failure yet: a server may refuse a body before it
-    /// has come whole, and what it said is still there to be read. Throws Failure (LOCAL_FILE) if `body`, which may be
-    /// null, turned out shorter than announced.
-    void send(const ZOLNS2::HTTP::Request& request, const BodyRef& body);
+    /// Sends the request. A connection that breaks while it does is not a failure yet: a server may refuse a body before
+    /// it has read all of it, and its response can still be read. `body` may be null. Throws Failure (LOCAL_FILE) if it
+    /// turned out shorter than announced.
+    void send(const ZOLNS2::HTTP::Request& request, const RequestBodyRef& body);
 
     const Options& options() const { return m_options; }
     ZOLNS2::HTTP::HTTPConnection& connection() { return m_connection; }
 
-    /// Ends the program because `what` ("the body") of the answer did not come whole. Throws Failure (CUT).
-    [[noreturn]] void failForCut(const std::string& what);
+    /// Throws the Failure (INCOMPLETE) for `what` of the response, such as "the body".
+    [[noreturn]] void failForIncomplete(const std::string& what);
 
 private:
     std::string describeEnd();

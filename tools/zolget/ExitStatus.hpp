@@ -6,23 +6,23 @@
 namespace zolget
 {
 
-/// What the process ends with. The numbers are documented in the manual page and do not change.
+/// The exit status of the process. The manual page documents the numbers; they do not change.
 enum class ExitStatus
 {
     SUCCESS = 0,
-    UNEXPECTED = 1,  ///< something that none of the others describes, such as exhausted memory
-    USAGE = 2,       ///< the command line makes no sense
+    UNEXPECTED = 1,  ///< anything that none of the others describes, such as exhausted memory
+    USAGE = 2,       ///< the command line is wrong
     RESOLVE = 3,     ///< the name of the host is not known
     CONNECT = 4,     ///< the server cannot be reached
-    TLS = 5,         ///< no secure connection: the server's certificate, or one of ours, does not do
-    HTTP_STATUS = 6, ///< the server answered with a status outside 200 to 299
-    CUT = 7,         ///< the connection broke off or fell silent before the answer was complete
+    TLS = 5,         ///< no secure connection: the server's certificate, or the given one, is not accepted
+    HTTP_STATUS = 6, ///< the status of the response is not in the range 200 to 299
+    INCOMPLETE = 7,  ///< the connection broke, ended or timed out before the response was complete
     LOCAL_FILE = 8,  ///< a file here, standard output included, cannot be read or written
-    MALFORMED = 9    ///< the server's answer is not HTTP, or is coded in a way that is not understood
+    MALFORMED = 9    ///< the response is not HTTP, or uses something that is not supported
 };
 
-/// Ends the program with a status. The message says what failed, for which host or file, and what to try; an empty one
-/// ends it quietly.
+/// Ends the program with a status. The message says what failed, for which host or file, and what to try; when it is
+/// empty, nothing is printed.
 class Failure : public std::runtime_error
 {
 public:

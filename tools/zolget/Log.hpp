@@ -7,8 +7,8 @@
 namespace zolget
 {
 
-/// Notices that the library dropped a part of a multipart body: it does so for types that it has no content for, and
-/// tells it to the log only.
+/// Notices when the library drops a part of a multipart body. It does so for types that it has no content for, and
+/// only a log record shows it.
 class DroppedParts : public blocxx::LogAppender
 {
 public:
@@ -24,8 +24,8 @@ private:
 
 using DroppedPartsRef = blocxx::IntrusiveReference<DroppedParts>;
 
-/// Starts to watch the library's log records, and sends them to standard error as well: with a verbosity of 1 all but
-/// the finest, with more all of them.
+/// Starts to watch the library's log records. With a verbosity of 1 it also writes those up to DEBUG2 to standard error,
+/// with a higher one all of them.
 DroppedPartsRef startLog(int verbosity);
 
 } // namespace zolget

@@ -18,18 +18,18 @@ constexpr const char* PART = "--part";
 constexpr const char* PART_FILE = "--part-file";
 constexpr const char* FOOTER = R"(
 Exit status:
-  0  the answer arrived whole             5  no secure connection (TLS)
-  1  unexpected failure                   6  the server answered with an error status
-  2  wrong command line                   7  the answer was cut short
-  3  host name not known                  8  a file here cannot be read or written
-  4  server cannot be reached             9  the answer is not understood)";
+  0  the response is complete             5  no secure connection (TLS)
+  1  unexpected failure                   6  the response has an error status
+  2  wrong command line                   7  the response is incomplete
+  3  host name not known                  8  a local file cannot be read or written
+  4  server cannot be reached             9  the response is malformed or not supported)";
 
 [[noreturn]] void refuse(const std::string& message)
 {
     throw Failure(ExitStatus::USAGE, message + "; see zolget --help");
 }
 
-/// What the parser stores as it finds it, before it is checked.
+/// What the parser stores before it is checked.
 struct RawOptions
 {
     std::string url;
@@ -41,12 +41,12 @@ struct RawOptions
     bool noVerify = false;
 };
 
-/// A time in seconds: more than nothing; "inf" is allowed, and waits without limit.
+/// Accepts a time in seconds above 0; "inf" sets no limit.
 std::string checkSeconds(const std::string& text)
 {
     float seconds = 0;
     return CLI::detail::lexical_cast(text, seconds) && seconds > 0 ? std::string()
-                                                                   : text + " is no number of seconds above 0";
+                                                                   : text + " is not a number of seconds above 0";
 }
 
 void declareRequest(CLI::App& app, Options& options, RawOptions& raw)
@@ -59,21 +59,21 @@ void declareRequest(CLI::App& app, Options& options, RawOptions& raw)
         ->allow_extra_args(false);
     const auto data = app.add_option("-d,--data", raw.data, "a text to send as the body")->type_name("TEXT");
     const auto files = app.add_option("--data-file", options.dataFiles,
-                                      "a file to send as the body; several are sent as one body, one behind the other")
+                                      "a file to send as the body; several are sent one after the other")
                            ->type_name("FILE")
                            ->allow_extra_args(false)
                            ->excludes(data);
-    app.add_option(PART, raw.parts, "a text to send as a part of a multipart/mixed body; several follow one another")
+    app.add_option(PART, raw.parts, "a text to send as a part of a multipart/mixed body; may be given several times")
         ->type_name("TYPE:TEXT")
         ->allow_extra_args(false)
         ->excludes(data)
         ->excludes(files);
-    app.add_option(PART_FILE, raw.partFiles, "a file to send as such a part")
+    app.add_option(PART_FILE, raw.partFiles, "a file to send as a part of such a body; may be given several times")
         ->type_name("TYPE:FILE")
         ->allow_extra_args(false)
         ->excludes(data)
         ->excludes(files);
-    app.add_flag("--http1.0", options.useHttp10, "ask in HTTP/1.0");
+    app.add_flag("--http1.0", options.useHttp10, "send an HTTP/1.0 request");
 }
 
 void declareConnection(CLI::App& app, Options& options, RawOptions& raw)
@@ -82,18 +82,17 @@ void declareConnection(CLI::App& app, Options& options, RawOptions& raw)
         app.add_option("--ca", options.trustStore,
                        "trust the certificate authorities in this file or folder (default: those of the system)")
             ->type_name("PATH");
-    app.add_flag("--no-verify", raw.noVerify, "accept whatever certificate the server shows")->excludes(trust);
+    app.add_flag("--no-verify", raw.noVerify, "accept any certificate from the server")->excludes(trust);
     const auto certificate =
-        app.add_option("--cert", options.certificateFile, "the certificate to show to the server (PEM)")
-            ->type_name("FILE");
+        app.add_option("--cert", options.certificateFile, "the client certificate to send (PEM)")->type_name("FILE");
     app.add_option("--key", options.keyFile, "the private key of that certificate (default: in the same file)")
         ->type_name("FILE")
         ->needs(certificate);
-    app.add_option("--connect-timeout", options.connectTimeout, "limit for connecting, TLS included")
+    app.add_option("--connect-timeout", options.connectTimeout, "limit for connecting, TLS handshake included")
         ->capture_default_str()
         ->type_name("SECONDS")
         ->check(checkSeconds);
-    app.add_option("--read-timeout", options.readTimeout, "limit for a silence of the server")
+    app.add_option("--read-timeout", options.readTimeout, "longest wait for the server to send or take data")
         ->capture_default_str()
         ->type_name("SECONDS")
         ->check(checkSeconds);
@@ -105,38 +104,40 @@ void declareOutput(CLI::App& app, Options& options)
                                        "write the body into this file, which appears when it is complete")
                             ->type_name("FILE");
     app.add_option("--parts", options.partsFolder,
-                   "write each part of a multipart body into a file of this folder, part-001.txt, ..., and list them")
+                   "write each part of a multipart body into a file in this folder, part-001.txt, ..., and list them")
         ->type_name("FOLDER")
         ->excludes(output);
-    app.add_flag("-i,--include", options.showHead, "show the head of the answer on standard output");
+    app.add_flag("-i,--include", options.showHead, "show the head of the response on standard output");
     app.add_flag("--progress", options.alwaysShowProgress,
-                 "show the progress even if standard error is no terminal or the body goes to one");
+                 "show the progress even if standard error is not a terminal, or the body goes to one");
     app.add_flag(
         "-v", [&options](std::int64_t count) { options.verbosity = static_cast<int>(count); },
-        "tell on standard error what is done; -vv tells everything");
+        "log to standard error; -vv logs more");
 }
 
+/// field-line = field-name ":" OWS field-value OWS (RFC 9112, section 5); field-name is a token.
 HeaderOption parseHeader(const std::string& text)
 {
     const std::size_t colon = text.find(':');
     HeaderOption header{text.substr(0, colon), {}};
     if (colon == std::string::npos || !isToken(header.name))
     {
-        refuse("\"" + printable(text) + "\" is no header of the form 'NAME: VALUE'");
+        refuse("\"" + printable(text) + "\" is not a header: it must have the form 'NAME: VALUE'");
     }
     header.value = trimmed(std::string_view(text).substr(colon + 1));
-    // A line end in a value would smuggle further headers, or a whole request, into this one.
+    // A line end in a value would add headers, or a whole request, of its own.
     if (std::any_of(header.value.begin(), header.value.end(), [](char c) { return isControl(c) && c != '\t'; }))
     {
         refuse("the header " + header.name + " contains control characters");
     }
     if (equalsIgnoringCase(header.name, "transfer-encoding"))
     {
-        refuse("bodies are sent as they are, so Transfer-Encoding cannot be given");
+        refuse("Transfer-Encoding cannot be given: bodies are sent without a transfer coding");
     }
     return header;
 }
 
+/// type "/" subtype ":" value, where type and subtype are tokens as in a media type (RFC 9110, section 8.3.1).
 PartOption parsePart(const std::string& text, bool isFile)
 {
     const std::size_t colon = text.find(':');
@@ -145,8 +146,8 @@ PartOption parsePart(const std::string& text, bool isFile)
     if (colon == std::string::npos || slash == std::string::npos || !isToken(part.type.substr(0, slash)) ||
         !isToken(part.type.substr(slash + 1)))
     {
-        refuse("\"" + printable(text) + "\" is no part of the form TYPE:" + (isFile ? "FILE" : "TEXT") +
-               ", as text/plain:hello");
+        refuse("\"" + printable(text) + "\" is not a part: it must have the form TYPE:" +
+               (isFile ? "FILE, as in text/plain:notes.txt" : "TEXT, as in text/plain:hello"));
     }
     part.value = text.substr(colon + 1);
     return part;
@@ -184,7 +185,7 @@ void check(Options& options, const RawOptions& raw, const CLI::App& app)
     options.method = !raw.method.empty() ? raw.method : options.hasBody() ? "POST" : "GET";
     if (!isToken(options.method))
     {
-        refuse("\"" + printable(options.method) + "\" is no method");
+        refuse("\"" + printable(options.method) + "\" is not a method");
     }
     std::transform(raw.headers.begin(), raw.headers.end(), std::back_inserter(options.headers), parseHeader);
     if (options.output == "-")

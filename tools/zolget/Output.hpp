@@ -10,8 +10,8 @@
 namespace zolget
 {
 
-/// Where bytes of the answer go: standard output, or a file. A regular file appears under its name when it is complete,
-/// and not at all otherwise; a device or a pipe is written as the bytes come.
+/// Where bytes of the response go: standard output, or a file. A regular file appears under its name when it is
+/// complete, and not at all otherwise; a device or a pipe is written to directly.
 class Output
 {
 public:
@@ -21,11 +21,11 @@ public:
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    /// Writes everything. Throws Failure (LOCAL_FILE); without a message when a pipe has no reader any more, which is
-    /// how the reader says that it has seen enough.
+    /// Writes everything. Throws Failure (LOCAL_FILE); without a message when a pipe no longer has a reader, since
+    /// closing it is how the reader says that it has seen enough.
     void write(std::string_view bytes);
 
-    /// All has been written. Throws Failure (LOCAL_FILE).
+    /// Everything has been written: puts a regular file under its name. Throws Failure (LOCAL_FILE).
     void complete();
 
     bool isTerminal() const;
@@ -36,9 +36,5 @@ private:
     int m_descriptor;
     bool m_isOurs = false;
 };
-
-/// Makes sure that the descriptors 0 to 2 are taken, so that no file and no connection is mistaken for a standard
-/// stream. One that was closed takes no data: using it fails as before.
-void occupyStandardStreams();
 
 } // namespace zolget

@@ -13,7 +13,7 @@ namespace
 
 constexpr std::chrono::milliseconds TERMINAL_INTERVAL{200};
 constexpr std::chrono::milliseconds LINES_INTERVAL{1000};
-constexpr double SHORTEST_TIME = 1e-3; // below it a rate says nothing
+constexpr double SHORTEST_TIME = 1e-3; // in seconds; over less a rate means nothing
 
 std::string formatBytes(double count)
 {
@@ -46,7 +46,7 @@ std::string formatDuration(double seconds)
     return text;
 }
 
-/// Rounded down: 100 is said of a whole body only.
+/// Rounded down, so that only a complete body has 100.
 int percentage(std::uint64_t done, std::uint64_t total)
 {
     const double share = total == 0 ? 1 : static_cast<double>(done) / static_cast<double>(total);

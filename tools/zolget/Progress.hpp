@@ -9,11 +9,13 @@
 namespace zolget
 {
 
-/// One line about a transfer: bytes, rate and, when the whole length is known, percent and time left. Fits 79 columns.
+/// One line about a transfer: bytes, rate and, when the total length is known, percent and time left. At most 79
+/// columns.
 std::string formatProgress(std::uint64_t done, std::optional<std::uint64_t> total,
                            std::chrono::duration<double> elapsed);
 
-/// Shows a transfer as it goes on: on a terminal one line that is written over, elsewhere a line from time to time.
+/// Shows the progress of a transfer: on a terminal in one line that is overwritten, elsewhere in a new line from time to
+/// time.
 class Progress
 {
 public:
@@ -27,18 +29,18 @@ public:
     };
 
     Progress(std::ostream& out, Style style);
-    /// Ends the line that was begun, so that what follows starts on one of its own.
+    /// Ends an unfinished line, so that what follows starts on a new one.
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// The whole length, when it is known.
+    /// The total length in bytes, if it is known.
     void setTotal(std::optional<std::uint64_t> total) { m_total = total; }
 
-    /// Takes notice of further bytes; shows them if the last line is old enough.
+    /// Counts bytes, and updates the line if it is old enough.
     void add(std::uint64_t count);
 
-    /// Shows the end of a complete transfer.
+    /// Shows the final state of a complete transfer.
     void finish();
 
 private:

@@ -18,7 +18,7 @@ bool isGiven(const Options& options, const char* name)
                        [name](const HeaderOption& header) { return equalsIgnoringCase(header.name, name); });
 }
 
-/// RFC 9110, section 8.6: a request of these methods says how long its body is even if it has none.
+/// RFC 9110, section 8.6: requests with these methods carry Content-Length even without a body.
 bool expectsBody(const std::string& method)
 {
     return method == "POST" || method == "PUT" || method == "PATCH";
@@ -26,7 +26,7 @@ bool expectsBody(const std::string& method)
 
 } // namespace
 
-http::Headers completeHeaders(const Options& options, const BodyRef& body)
+http::Headers completeHeaders(const Options& options, const RequestBodyRef& body)
 {
     http::Headers headers;
     const auto addMissing = [&options, &headers](const char* name, const blocxx::String& value)
@@ -56,7 +56,7 @@ http::Headers completeHeaders(const Options& options, const BodyRef& body)
     return headers;
 }
 
-http::Request makeRequest(const Options& options, const BodyRef& body,
+http::Request makeRequest(const Options& options, const RequestBodyRef& body,
                           const blocxx::IntrusiveReference<blocxx::SSLClientCtx>& context)
 {
     const http::RequestLine line(options.method, options.url.target, options.url.authority(),

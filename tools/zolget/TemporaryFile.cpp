@@ -21,10 +21,10 @@ namespace
 
 constexpr int SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
 
-// What the signal handler removes; only changed while the signals are blocked.
+// The file that the signal handler removes; changed only while the signals are blocked.
 char g_guardedPath[PATH_MAX];
 
-/// Holds the signals back until the scope ends.
+/// Blocks the signals until the scope ends.
 class SignalsBlocked
 {
 public:
@@ -52,7 +52,7 @@ extern "C" void removeGuardedFile(int signal)
     {
         ::unlink(g_guardedPath);
     }
-    // The handler was reset when it was called, so this ends the process as soon as the handler returns.
+    // The handler was reset on entry, so this ends the process as soon as the handler returns.
     ::raise(signal);
 }
 

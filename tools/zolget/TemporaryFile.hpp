@@ -5,9 +5,9 @@
 namespace zolget
 {
 
-/// A file under a name of its own in the folder of the file that it shall become. Until then it vanishes with this
-/// object, and with the process when SIGINT, SIGTERM or SIGHUP ends it. (Signals that the process was started with
-/// ignoring stay ignored.) There is one at a time.
+/// A file under a temporary name, in the folder of the target whose place it will take. Until then it is removed with
+/// this object, and when SIGINT, SIGTERM or SIGHUP ends the process. (Signals that the process ignored from the start
+/// stay ignored.) Only one may exist at a time.
 class TemporaryFile
 {
 public:
@@ -20,7 +20,7 @@ public:
     /// Open for writing; -1 after becomeTarget.
     int descriptor() const { return m_descriptor; }
 
-    /// Closes the file and puts it in the target's place in one step. Throws Failure (LOCAL_FILE).
+    /// Closes the file and renames it to the target. Throws Failure (LOCAL_FILE).
     void becomeTarget();
 
 private:

@@ -6,7 +6,7 @@
 namespace zolget
 {
 
-/// True for the bytes that a terminal may take for commands: C0 control characters and DEL.
+/// True for the bytes that can be commands to a terminal: C0 control characters and DEL.
 inline bool isControl(char c)
 {
     const auto byte = static_cast<unsigned char>(c);
@@ -16,13 +16,13 @@ inline bool isControl(char c)
 /// True for a method or a header name: a token of RFC 9110, section 5.6.2.
 bool isToken(std::string_view text);
 
-/// True when both are the same but for the case of ASCII letters.
+/// True when both are equal apart from the case of ASCII letters.
 bool equalsIgnoringCase(std::string_view left, std::string_view right);
 
-/// Without blanks and tabs at both ends.
+/// The text without spaces and tabs at either end.
 std::string_view trimmed(std::string_view text);
 
-/// Text that came from a server, fit for a terminal: control characters other than the tab become "?".
+/// Makes text from a server safe to print: control characters other than the tab become "?".
 std::string printable(std::string_view text);
 
 } // namespace zolget

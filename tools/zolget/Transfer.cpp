@@ -1,7 +1,5 @@
 #include "Transfer.hpp"
 
-#include "AnswerBody.hpp"
-#include "AnswerHead.hpp"
 #include "Connecting.hpp"
 #include "Destination.hpp"
 #include "Exchange.hpp"
@@ -10,6 +8,8 @@
 #include "Output.hpp"
 #include "Progress.hpp"
 #include "RequestHead.hpp"
+#include "ResponseBody.hpp"
+#include "ResponseHead.hpp"
 
 #include "blocxx/Socket.hpp"
 
@@ -39,14 +39,14 @@ Progress::Style progressStyle(const Options& options, const Destination& destina
 void transfer(const Options& options)
 {
     const DroppedPartsRef droppedParts = startLog(options.verbosity);
-    // All that can go wrong here is tried before the server is bothered.
-    const BodyRef body = makeBody(options);
+    // What can fail on this machine is tried before anything is sent.
+    const RequestBodyRef body = makeRequestBody(options);
     const auto context = makeTlsContext(options);
     const std::unique_ptr<Destination> destination = makeDestination(options);
     blocxx::Socket::setDefaultTimeouts(blocxx::Timeout::relative(options.readTimeout));
     Exchange exchange(options, connect(options, context));
     exchange.send(makeRequest(options, body, context), body);
-    ZOLNS2::HTTP::Response response = readAnswer(exchange);
+    ZOLNS2::HTTP::Response response = readResponse(exchange);
     if (options.showHead)
     {
         Output standardOutput("");
@@ -58,9 +58,8 @@ void transfer(const Options& options)
     }
     if (droppedParts->seen())
     {
-        throw Failure(ExitStatus::MALFORMED,
-                      "a part of the answer from " + options.url.authority() +
-                          " is of a type that is not understood, and was left out; -v tells more");
+        throw Failure(ExitStatus::MALFORMED, "a part of the response from " + options.url.authority() +
+                                                 " has a type that is not supported and was left out; -v shows more");
     }
     destination->complete();
 }

@@ -5,7 +5,7 @@
 namespace zolget
 {
 
-/// Does what the command line asks for. Throws Failure.
+/// Sends the request and writes the response as the command line asks. Throws Failure.
 void transfer(const Options& options);
 
 } // namespace zolget

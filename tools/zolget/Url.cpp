@@ -34,7 +34,7 @@ bool isIPv6Address(const std::string& text)
     return ::inet_pton(AF_INET6, text.c_str(), &address) == 1;
 }
 
-/// The scheme, which is cut off from `rest`.
+/// Removes the scheme from `rest`. @return whether it is https
 bool takeScheme(std::string_view& rest, std::string_view url)
 {
     for (const auto& [prefix, isSecure] : {std::pair<std::string_view, bool>("http://", false), {"https://", true}})
@@ -45,10 +45,10 @@ bool takeScheme(std::string_view& rest, std::string_view url)
             return isSecure;
         }
     }
-    refuse(url, "it begins with neither http:// nor https://");
+    refuse(url, "it must begin with http:// or https://");
 }
 
-/// The host, which is cut off from `authority`; what stays is empty or begins with the colon of the port.
+/// Removes and returns the host; what is left of `authority` is empty or begins with the colon before the port.
 std::string takeHost(std::string_view& authority, std::string_view url)
 {
     if (startsWith(authority, "["))
@@ -57,7 +57,7 @@ std::string takeHost(std::string_view& authority, std::string_view url)
         std::string host(authority.substr(1, end == std::string_view::npos ? end : end - 1));
         if (end == std::string_view::npos || !isIPv6Address(host))
         {
-            refuse(url, "between the brackets stands no IPv6 address");
+            refuse(url, "there is no IPv6 address between the brackets");
         }
         authority.remove_prefix(end + 1);
         return host;
@@ -83,7 +83,8 @@ std::uint16_t parsePort(std::string_view afterHost, std::uint16_t byDefault, std
     const auto [stop, error] = std::from_chars(afterHost.data() + 1, end, port);
     if (afterHost.front() != ':' || error != std::errc() || stop != end || port == 0)
     {
-        refuse(url, "the host is not followed by a port from 1 to 65535; an IPv6 address stands in brackets");
+        refuse(url,
+               "the host must be followed by a port from 1 to 65535 or by nothing; an IPv6 address needs brackets");
     }
     return port;
 }
@@ -96,11 +97,15 @@ std::string Url::authority() const
     return port == (isSecure ? HTTPS_PORT : HTTP_PORT) ? name : name + ":" + std::to_string(port);
 }
 
+// http-URI  = "http"  "://" authority path-abempty [ "?" query ]   (RFC 9110, section 4.2.1)
+// https-URI = "https" "://" authority path-abempty [ "?" query ]   (RFC 9110, section 4.2.2)
+// authority = [ userinfo "@" ] host [ ":" port ]                   (RFC 3986, section 3.2)
+// host      = "[" IPv6address "]" / IPv4address / reg-name
 Url parseUrl(const std::string& text)
 {
     if (std::any_of(text.begin(), text.end(), [](char c) { return c == ' ' || isControl(c); }))
     {
-        refuse(text, "it contains white space or control characters; write them as %20 and the like");
+        refuse(text, "it contains white space or control characters; write them in percent-encoding, such as %20");
     }
     Url url;
     std::string_view rest = std::string_view(text).substr(0, text.find('#'));
@@ -109,8 +114,8 @@ Url parseUrl(const std::string& text)
     rest.remove_prefix(authority.size());
     if (authority.find('@') != std::string_view::npos)
     {
-        refuse("that was given", "a user name and a password in it are not supported; "
-                                 "send them with -H 'Authorization: ...'");
+        refuse("that was given", "user names and passwords in URLs are not supported; "
+                                 "send credentials with -H 'Authorization: ...'");
     }
     url.host = takeHost(authority, text);
     url.port = parsePort(authority, url.isSecure ? HTTPS_PORT : HTTP_PORT, text);

@@ -15,13 +15,13 @@ struct Url
     std::string target; ///< path and query as they stand in the URL; "/" when there is no path
 
     /// Host and port for people and for the Host header: brackets around an IPv6 address, the port only when it is not
-    /// the scheme's own.
+    /// the default of the scheme.
     std::string authority() const;
 };
 
-/// Takes a URL apart (RFC 3986). The fragment is dropped, everything else is passed on as written. Throws Failure
-/// (USAGE) for what is no http or https URL, for user information, and for white space and control characters: they
-/// would end the request line early.
+/// Parses a URL (RFC 3986). The fragment is dropped; everything else stays as written. Throws Failure (USAGE) for
+/// anything but an http or https URL, for user information, and for white space and control characters, which would end
+/// the request line early.
 Url parseUrl(const std::string& text);
 
 } // namespace zolget

@@ -1,6 +1,6 @@
 #include "ExitStatus.hpp"
 #include "Options.hpp"
-#include "Output.hpp"
+#include "StandardStreams.hpp"
 #include "Transfer.hpp"
 
 #include <csignal>
@@ -25,7 +25,7 @@ int main(int argc, char** argv)
 {
     using zolget::ExitStatus;
     zolget::occupyStandardStreams();
-    // A reader of our output that goes away is met as an error of write(2), where a temporary file is still removed.
+    // A reader of the output that goes away shows as an error of write(2), after which the temporary file is removed.
     ::signal(SIGPIPE, SIG_IGN);
     try
     {

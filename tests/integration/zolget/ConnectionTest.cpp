@@ -2,6 +2,7 @@
 
 #include "Zolget.hpp"
 #include "support/Certificates.hpp"
+#include "support/ChildProcess.hpp"
 #include "support/Descriptor.hpp"
 #include "support/ScriptedServer.hpp"
 #include "support/TemporaryDirectory.hpp"
@@ -15,19 +16,20 @@
 #include <utility>
 
 using testing::HasSubstr;
+using testing::Not;
 using zol_test::LoopbackSocket;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 using zol_test::TemporaryDirectory;
-using zolget_test::answering;
-using zolget_test::answerWith;
+using zolget_test::okResponse;
 using zolget_test::Outcome;
+using zolget_test::respondingWith;
 using zolget_test::zolget;
 
 namespace
 {
 
-/// A server whose certificate an authority of its own has signed.
+/// A server whose certificate is signed by a private authority.
 class ZolgetTls : public testing::Test
 {
 protected:
@@ -67,7 +69,7 @@ TEST(ZolgetConnection, ReachesAnIPv6Literal)
 {
     ScriptedServer::Options options;
     options.ipv6 = true;
-    const ScriptedServer server(options, answering(answerWith("over IPv6")));
+    const ScriptedServer server(options, respondingWith(okResponse("over IPv6")));
     const Outcome run = zolget({zolget_test::urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "over IPv6");
@@ -76,7 +78,7 @@ TEST(ZolgetConnection, ReachesAnIPv6Literal)
 
 TEST(ZolgetConnection, ReachesAName)
 {
-    const ScriptedServer server(answering(answerWith("by name")));
+    const ScriptedServer server(respondingWith(okResponse("by name")));
     const Outcome run = zolget({"http://localhost:" + std::to_string(server.port()) + "/"});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "by name");
@@ -108,9 +110,9 @@ TEST(ZolgetConnection, ExitsWith4WhenATlsHandshakeTakesTooLong)
     EXPECT_THAT(run.errors, HasSubstr("--connect-timeout allows more time"));
 }
 
-TEST(ZolgetConnection, TalksAboutItWhenAsked)
+TEST(ZolgetConnection, LogsWhenAsked)
 {
-    const ScriptedServer server(answering(answerWith("body")));
+    const ScriptedServer server(respondingWith(okResponse("body")));
     const Outcome run = zolget({"-v", zolget_test::urlOf(server)});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "body");
@@ -121,7 +123,7 @@ TEST(ZolgetConnection, TalksAboutItWhenAsked)
 
 TEST_F(ZolgetTls, FetchesWithTheAuthorityThatItIsGiven)
 {
-    start(forLocalhost(), answering(answerWith("secure")));
+    start(forLocalhost(), respondingWith(okResponse("secure")));
     for (const char* host : {"localhost", "127.0.0.1"})
     {
         const Outcome run = zolget({"--ca", m_trust, url(host)});
@@ -132,37 +134,41 @@ TEST_F(ZolgetTls, FetchesWithTheAuthorityThatItIsGiven)
 
 TEST_F(ZolgetTls, ExitsWith5WithoutTheAuthority)
 {
-    start(forLocalhost(), answering(answerWith("secure")));
+    start(forLocalhost(), respondingWith(okResponse("secure")));
     const Outcome run = zolget({url()});
     EXPECT_EQ(run.status, 5);
     EXPECT_EQ(run.output, "");
     EXPECT_THAT(run.errors, HasSubstr("no secure connection to localhost:"));
-    EXPECT_THAT(run.errors, HasSubstr("--ca PATH"));
+    EXPECT_THAT(run.errors, HasSubstr("unable to get local issuer certificate; --ca PATH trusts"));
+    EXPECT_THAT(run.errors, Not(HasSubstr("SSLOpts")));
+    EXPECT_THAT(run.errors, Not(HasSubstr("--no-verify")));
     EXPECT_TRUE(m_server->waitUntilIdle());
-    EXPECT_THAT(m_server->errors(), testing::Not(testing::IsEmpty()));
+    EXPECT_THAT(m_server->errors(), Not(testing::IsEmpty()));
 }
 
 TEST_F(ZolgetTls, ExitsWith5ForAnotherName)
 {
     zol_test::CertificateFields fields;
     fields.dnsNames = {"elsewhere.example"};
-    start(fields, answering(answerWith("secure")));
-    EXPECT_EQ(zolget({"--ca", m_trust, url()}).status, 5);
+    start(fields, respondingWith(okResponse("secure")));
+    const Outcome run = zolget({"--ca", m_trust, url()});
+    EXPECT_EQ(run.status, 5);
+    EXPECT_THAT(run.errors, testing::EndsWith("; ask for the host by a name that its certificate carries\n"));
     EXPECT_TRUE(m_server->waitUntilIdle());
-    EXPECT_THAT(m_server->errors(), testing::Not(testing::IsEmpty()));
+    EXPECT_THAT(m_server->errors(), Not(testing::IsEmpty()));
 }
 
-TEST_F(ZolgetTls, FetchesFromAnybodyWithoutVerification)
+TEST_F(ZolgetTls, FetchesFromAnyServerWithoutVerification)
 {
     zol_test::CertificateFields fields;
     fields.dnsNames = {"elsewhere.example"};
-    start(fields, answering(answerWith("secure")));
+    start(fields, respondingWith(okResponse("secure")));
     const Outcome run = zolget({"--no-verify", url()});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "secure");
 }
 
-TEST_F(ZolgetTls, ShowsItsCertificate)
+TEST_F(ZolgetTls, SendsItsCertificate)
 {
     const zol_test::Certificate client = zol_test::issue(m_authority, {});
     start(
@@ -171,7 +177,7 @@ TEST_F(ZolgetTls, ShowsItsCertificate)
         {
             connection.receiveHead();
             X509* const shown = SSL_get1_peer_certificate(connection.ssl());
-            connection.send(answerWith(shown != nullptr ? "known" : "unknown"));
+            connection.send(okResponse(shown != nullptr ? "known" : "unknown"));
             X509_free(shown);
         },
         [this](SSL_CTX* context)
@@ -187,7 +193,7 @@ TEST_F(ZolgetTls, ShowsItsCertificate)
     EXPECT_EQ(zolget({"--ca", m_trust, "--cert", both, url()}).output, "known");
 }
 
-TEST_F(ZolgetTls, ExitsWith8ForFilesThatAreNotThere)
+TEST_F(ZolgetTls, ExitsWith8ForMissingFiles)
 {
     for (const char* option : {"--ca", "--cert"})
     {
@@ -208,7 +214,30 @@ TEST_F(ZolgetTls, ExitsWith5ForFilesThatHoldSomethingElse)
     }
 }
 
-TEST_F(ZolgetTls, ExitsWith7ForAnEndWithoutFarewell)
+TEST_F(ZolgetTls, ExitsWith5ForTheKeyOfAnotherCertificate)
+{
+    const std::string certificate = m_folder.write("client.pem", zol_test::issue(m_authority, {}).certificatePem());
+    const std::string key = m_folder.write("key.pem", zol_test::issue(m_authority, {}).keyPem());
+    const Outcome run = zolget({"--cert", certificate, "--key", key, "https://localhost:1/"});
+    EXPECT_EQ(run.status, 5);
+    EXPECT_THAT(run.errors, HasSubstr("--key takes the private key of the certificate given with --cert"));
+    EXPECT_THAT(run.errors, Not(HasSubstr("SSLCtxMgr")));
+}
+
+TEST_F(ZolgetTls, ExitsWith5ForAnEncryptedKey)
+{
+    const zol_test::Certificate client = zol_test::issue(m_authority, {});
+    const std::string certificate = m_folder.write("client.pem", client.certificatePem());
+    const std::string key = m_folder.file("encrypted.pem");
+    zol_test::ChildProcess encrypt({"openssl", "pkey", "-in", m_folder.write("key.pem", client.keyPem()), "-aes128",
+                                    "-passout", "pass:secret", "-out", key});
+    ASSERT_EQ(encrypt.wait(), 0) << encrypt.errorOutput();
+    const Outcome run = zolget({"--cert", certificate, "--key", key, "https://localhost:1/"});
+    EXPECT_EQ(run.status, 5);
+    EXPECT_THAT(run.errors, HasSubstr("it is encrypted; remove the pass phrase from the key first\n"));
+}
+
+TEST_F(ZolgetTls, ExitsWith7ForAnEndWithoutCloseNotify)
 {
     start(forLocalhost(),
           [](ServerConnection& connection)
@@ -222,13 +251,13 @@ TEST_F(ZolgetTls, ExitsWith7ForAnEndWithoutFarewell)
     EXPECT_THAT(run.errors, HasSubstr("the body from localhost:"));
 }
 
-TEST_F(ZolgetTls, DoesNotMissTheFarewellAfterTheAnnouncedLength)
+TEST_F(ZolgetTls, DoesNotNeedCloseNotifyAfterTheAnnouncedLength)
 {
     start(forLocalhost(),
           [](ServerConnection& connection)
           {
               connection.receiveHead();
-              connection.send(answerWith("all"));
+              connection.send(okResponse("all"));
               connection.cut();
           });
     const Outcome run = zolget({"--ca", m_trust, url()});

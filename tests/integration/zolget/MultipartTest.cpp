@@ -16,10 +16,10 @@ using zol_test::readFile;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 using zol_test::TemporaryDirectory;
-using zolget_test::answering;
-using zolget_test::answerWith;
 using zolget_test::namesIn;
+using zolget_test::okResponse;
 using zolget_test::Outcome;
+using zolget_test::respondingWith;
 using zolget_test::urlOf;
 using zolget_test::zolget;
 
@@ -32,7 +32,7 @@ const std::string PARTS = "--edge\r\nContent-Type: text/plain\r\n\r\nfirst \r\n"
 const std::string END = "\r\n--edge--\r\n";
 const std::string PICTURE = "\r\n--edge\r\nContent-Type: image/png\r\n\r\npicture";
 
-/// Answers with the type and the body of the request.
+/// Responds with the type and the body of the request.
 void echo(ServerConnection& connection)
 {
     const std::string head = connection.receiveHead();
@@ -47,9 +47,9 @@ void echo(ServerConnection& connection)
 
 } // namespace
 
-TEST(ZolgetMultipart, WritesThePartsOneBehindTheOther)
+TEST(ZolgetMultipart, WritesThePartsOneAfterTheOther)
 {
-    const ScriptedServer server(answering(HEAD + PARTS + END));
+    const ScriptedServer server(respondingWith(HEAD + PARTS + END));
     const Outcome run = zolget({urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "first second");
@@ -58,7 +58,7 @@ TEST(ZolgetMultipart, WritesThePartsOneBehindTheOther)
 TEST(ZolgetMultipart, WritesEachPartIntoAFileOfItsOwn)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(HEAD + PARTS + END));
+    const ScriptedServer server(respondingWith(HEAD + PARTS + END));
     const Outcome run = zolget({"--parts", folder.file("parts"), urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_THAT(namesIn(folder.file("parts")), ElementsAre("part-001.txt", "part-002.bin"));
@@ -69,10 +69,10 @@ TEST(ZolgetMultipart, WritesEachPartIntoAFileOfItsOwn)
                           "   2             6  application/octet-stream\n");
 }
 
-TEST(ZolgetMultipart, TakesABodyWithoutPartsForOnePart)
+TEST(ZolgetMultipart, TreatsABodyWithoutPartsAsOnePart)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(answerWith("whole")));
+    const ScriptedServer server(respondingWith(okResponse("whole")));
     const Outcome run = zolget({"--parts", folder.path(), urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_THAT(run.output, HasSubstr("\n   1             5  "));
@@ -89,7 +89,7 @@ TEST(ZolgetMultipart, NamesThePartsAfterTheirTypes)
     {
         const TemporaryDirectory folder;
         const ScriptedServer server(
-            answering("HTTP/1.1 200 OK\r\nContent-Type: " + std::string(type) + "\r\n\r\nsome bytes"));
+            respondingWith("HTTP/1.1 200 OK\r\nContent-Type: " + std::string(type) + "\r\n\r\nsome bytes"));
         const Outcome run = zolget({"--parts", folder.path(), urlOf(server)});
         EXPECT_EQ(run.status, 0) << run.errors;
         EXPECT_THAT(namesIn(folder.path()), ElementsAre(name));
@@ -100,7 +100,7 @@ TEST(ZolgetMultipart, NamesThePartsAfterTheirTypes)
 TEST(ZolgetMultipart, KeepsThePartsOfACutBodyAndExitsWith7)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(HEAD + PARTS));
+    const ScriptedServer server(respondingWith(HEAD + PARTS));
     const Outcome run = zolget({"--parts", folder.path(), urlOf(server)});
     EXPECT_EQ(run.status, 7);
     EXPECT_THAT(run.errors, HasSubstr("the body from"));
@@ -108,10 +108,10 @@ TEST(ZolgetMultipart, KeepsThePartsOfACutBodyAndExitsWith7)
     EXPECT_EQ(readFile(folder.file("part-002.bin")), "second");
 }
 
-TEST(ZolgetMultipart, PutsACutBodyWithoutPartsNowhere)
+TEST(ZolgetMultipart, WritesNoFileForACutBodyWithoutParts)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nshort"));
+    const ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nshort"));
     EXPECT_EQ(zolget({"--parts", folder.path(), urlOf(server)}).status, 7);
     EXPECT_THAT(namesIn(folder.path()), ElementsAre());
 }
@@ -119,7 +119,7 @@ TEST(ZolgetMultipart, PutsACutBodyWithoutPartsNowhere)
 TEST(ZolgetMultipart, ExitsWith7WithoutTheClosingBoundary)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(HEAD + PARTS));
+    const ScriptedServer server(respondingWith(HEAD + PARTS));
     const Outcome run = zolget({"-o", folder.file("page"), urlOf(server)});
     EXPECT_EQ(run.status, 7);
     EXPECT_THAT(run.errors, HasSubstr("the body from"));
@@ -129,22 +129,22 @@ TEST(ZolgetMultipart, ExitsWith7WithoutTheClosingBoundary)
 TEST(ZolgetMultipart, ExitsWith9ForAPartThatWasLeftOut)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(HEAD + PARTS + PICTURE + END));
+    const ScriptedServer server(respondingWith(HEAD + PARTS + PICTURE + END));
     for (const char* verbosity : {"--progress", "-v"})
     {
         const Outcome run = zolget({verbosity, "-o", folder.file("page"), urlOf(server)});
         EXPECT_EQ(run.status, 9);
-        EXPECT_THAT(run.errors, HasSubstr("of a type that is not understood, and was left out"));
+        EXPECT_THAT(run.errors, HasSubstr("has a type that is not supported and was left out"));
         EXPECT_THAT(namesIn(folder.path()), ElementsAre());
     }
 }
 
 TEST(ZolgetMultipart, ExitsWith9ForChunkedParts)
 {
-    const ScriptedServer server(
-        answering("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\nContent-Type: multipart/mixed; boundary=edge\r\n"
-                  "\r\n" +
-                  PARTS + END));
+    const ScriptedServer server(respondingWith(
+        "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\nContent-Type: multipart/mixed; boundary=edge\r\n"
+        "\r\n" +
+        PARTS + END));
     const Outcome run = zolget({urlOf(server)});
     EXPECT_EQ(run.status, 9);
     EXPECT_EQ(run.output, "");
@@ -153,14 +153,14 @@ TEST(ZolgetMultipart, ExitsWith9ForChunkedParts)
 
 TEST(ZolgetMultipart, ExitsWith9ForATypeWithoutBoundary)
 {
-    const ScriptedServer server(answering("HTTP/1.1 200 OK\r\nContent-Type: multipart/mixed\r\n\r\n"));
+    const ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\nContent-Type: multipart/mixed\r\n\r\n"));
     EXPECT_EQ(zolget({urlOf(server)}).status, 9);
 }
 
-TEST(ZolgetMultipart, ExitsWith8ForAFolderThatCannotBeMade)
+TEST(ZolgetMultipart, ExitsWith8ForAFolderThatCannotBeCreated)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(answerWith("")));
+    const ScriptedServer server(respondingWith(okResponse("")));
     for (const std::string& path : {folder.write("file", ""), folder.file("none/parts")})
     {
         const Outcome run = zolget({"--parts", path, urlOf(server)});
@@ -193,7 +193,7 @@ TEST(ZolgetMultipart, SendsPartsInTheOrderGiven)
 TEST(ZolgetMultipart, SendsNothingWhenAPartsFileIsMissing)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(answerWith("")));
+    const ScriptedServer server(respondingWith(okResponse("")));
     const Outcome run = zolget({"--part-file", "text/plain:" + folder.file("missing"), urlOf(server)});
     EXPECT_EQ(run.status, 8);
     EXPECT_EQ(server.connections(), 0U);

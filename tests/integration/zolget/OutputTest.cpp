@@ -1,4 +1,4 @@
-// Where zolget puts what it gets, and what it leaves behind.
+// Where zolget writes the body, and what it leaves behind.
 
 #include "Zolget.hpp"
 #include "support/ChildProcess.hpp"
@@ -33,23 +33,23 @@ using zol_test::readFile;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 using zol_test::TemporaryDirectory;
-using zolget_test::answering;
-using zolget_test::answerWith;
 using zolget_test::namesIn;
+using zolget_test::okResponse;
 using zolget_test::Outcome;
+using zolget_test::respondingWith;
 using zolget_test::urlOf;
 using zolget_test::zolget;
 
 namespace
 {
 
-constexpr const char* CUT_ANSWER = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nshort";
+constexpr const char* CUT_RESPONSE = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nshort";
 
 /// Sends a part of the body, and the rest never.
 void hold(ServerConnection& connection)
 {
     connection.receiveHead();
-    connection.send(CUT_ANSWER);
+    connection.send(CUT_RESPONSE);
     connection.waitUntilPeerCloses();
 }
 
@@ -123,10 +123,10 @@ private:
 
 } // namespace
 
-TEST(ZolgetOutput, PutsACompleteBodyUnderItsName)
+TEST(ZolgetOutput, WritesACompleteBodyUnderItsName)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(answerWith("complete")));
+    const ScriptedServer server(respondingWith(okResponse("complete")));
     const Outcome run = zolget({"-o", folder.file("page"), urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "");
@@ -134,10 +134,10 @@ TEST(ZolgetOutput, PutsACompleteBodyUnderItsName)
     EXPECT_THAT(namesIn(folder.path()), ElementsAre("page"));
 }
 
-TEST(ZolgetOutput, PutsACutBodyNowhere)
+TEST(ZolgetOutput, WritesNoFileForACutBody)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(CUT_ANSWER));
+    const ScriptedServer server(respondingWith(CUT_RESPONSE));
     EXPECT_EQ(zolget({"-o", folder.file("page"), urlOf(server)}).status, 7);
     EXPECT_THAT(namesIn(folder.path()), IsEmpty());
 }
@@ -146,7 +146,7 @@ TEST(ZolgetOutput, KeepsTheEarlierFileWhenTheBodyIsCut)
 {
     const TemporaryDirectory folder;
     folder.write("page", "earlier");
-    const ScriptedServer server(answering(CUT_ANSWER));
+    const ScriptedServer server(respondingWith(CUT_RESPONSE));
     EXPECT_EQ(zolget({"-o", folder.file("page"), urlOf(server)}).status, 7);
     EXPECT_EQ(readFile(folder.file("page")), "earlier");
     EXPECT_THAT(namesIn(folder.path()), ElementsAre("page"));
@@ -155,7 +155,7 @@ TEST(ZolgetOutput, KeepsTheEarlierFileWhenTheBodyIsCut)
 TEST(ZolgetOutput, LeavesNothingForAnErrorStatus)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering("HTTP/1.1 404 Not Found\r\n\r\n"));
+    const ScriptedServer server(respondingWith("HTTP/1.1 404 Not Found\r\n\r\n"));
     EXPECT_EQ(zolget({"-o", folder.file("page"), urlOf(server)}).status, 6);
     EXPECT_THAT(namesIn(folder.path()), IsEmpty());
 }
@@ -177,13 +177,13 @@ TEST(ZolgetOutput, LeavesNothingWhenInterrupted)
 
 TEST(ZolgetOutput, WritesADeviceDirectly)
 {
-    const ScriptedServer server(answering(answerWith("gone")));
+    const ScriptedServer server(respondingWith(okResponse("gone")));
     EXPECT_EQ(zolget({"-o", "/dev/null", urlOf(server)}).status, 0);
 }
 
 TEST(ZolgetOutput, ExitsWith8ForAFullDevice)
 {
-    const ScriptedServer server(answering(answerWith("body")));
+    const ScriptedServer server(respondingWith(okResponse("body")));
     const Outcome run = zolget({"-o", "/dev/full", urlOf(server)});
     EXPECT_EQ(run.status, 8);
     EXPECT_THAT(run.errors, HasSubstr("cannot write /dev/full: No space left on device"));
@@ -192,7 +192,7 @@ TEST(ZolgetOutput, ExitsWith8ForAFullDevice)
 TEST(ZolgetOutput, ExitsWith8BeforeConnectingForAMissingFolder)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(answerWith("body")));
+    const ScriptedServer server(respondingWith(okResponse("body")));
     const Outcome run = zolget({"-o", folder.file("none/page"), urlOf(server)});
     EXPECT_EQ(run.status, 8);
     EXPECT_THAT(run.errors, HasSubstr("none/page: No such file or directory"));
@@ -202,7 +202,7 @@ TEST(ZolgetOutput, ExitsWith8BeforeConnectingForAMissingFolder)
 TEST(ZolgetOutput, EndsQuietlyWhenNobodyReadsIt)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(answerWith(std::string(1 << 20, 'x'))));
+    const ScriptedServer server(respondingWith(okResponse(std::string(1 << 20, 'x'))));
     ChildProcess process({"sh", "-c", "{ \"$0\" \"$1\"; echo $? >\"$2\"; } | true", ZOLGET_PROGRAM, urlOf(server),
                           folder.file("status")});
     EXPECT_EQ(process.wait(), 0);
@@ -212,7 +212,7 @@ TEST(ZolgetOutput, EndsQuietlyWhenNobodyReadsIt)
 
 TEST(ZolgetOutput, ExitsWith8WhenStandardOutputIsClosed)
 {
-    const ScriptedServer server(answering(answerWith("body")));
+    const ScriptedServer server(respondingWith(okResponse("body")));
     ChildProcess process(redirected(">&-", {urlOf(server)}));
     EXPECT_EQ(process.wait(), 8);
     EXPECT_THAT(process.errorOutput(), HasSubstr("cannot write standard output: Bad file descriptor"));
@@ -223,33 +223,33 @@ TEST(ZolgetOutput, ExitsWith8WhenStandardOutputIsClosed)
 TEST(ZolgetProgress, AppearsOnATerminal)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(answerWith(std::string(2048, 'x'))));
+    const ScriptedServer server(respondingWith(okResponse(std::string(2048, 'x'))));
     Terminal terminal;
     ChildProcess process(redirected("2>" + terminal.path(), {"-o", folder.file("page"), urlOf(server)}));
     EXPECT_EQ(process.wait(), 0);
     EXPECT_THAT(terminal.text(), testing::ContainsRegex("\r2.0 KiB of 2.0 KiB, [0-9.]+ .?i?B/s, 100 %"));
 }
 
-TEST(ZolgetProgress, StaysAwayWhereTheBodyAppears)
+TEST(ZolgetProgress, IsHiddenWhereTheBodyAppears)
 {
-    const ScriptedServer server(answering(answerWith("body")));
+    const ScriptedServer server(respondingWith(okResponse("body")));
     Terminal terminal;
     ChildProcess process(redirected(">" + terminal.path() + " 2>&1", {urlOf(server)}));
     EXPECT_EQ(process.wait(), 0);
     EXPECT_EQ(terminal.text(), "body");
 }
 
-TEST(ZolgetProgress, StaysAwayWithoutATerminal)
+TEST(ZolgetProgress, IsHiddenWithoutATerminal)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(answerWith("body")));
+    const ScriptedServer server(respondingWith(okResponse("body")));
     EXPECT_EQ(zolget({"-o", folder.file("page"), urlOf(server)}).errors, "");
 }
 
-TEST(ZolgetProgress, AppearsAnywhereWhenAskedFor)
+TEST(ZolgetProgress, AppearsAnywhereOnRequest)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(answerWith("body")));
+    const ScriptedServer server(respondingWith(okResponse("body")));
     const Outcome run = zolget({"--progress", "-o", folder.file("page"), urlOf(server)});
     EXPECT_THAT(run.errors, HasSubstr("4 B of 4 B, "));
     EXPECT_EQ(run.errors.find('\r'), std::string::npos);
@@ -258,7 +258,7 @@ TEST(ZolgetProgress, AppearsAnywhereWhenAskedFor)
 TEST(ZolgetProgress, ShowsWhatIsKnownOfAChunkedBody)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(
+    const ScriptedServer server(respondingWith(
         "HTTP/1.1 200 OK\r\nContent-Length: 99\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nfirst\r\n0\r\n\r\n"));
     const Outcome run = zolget({"--progress", "-o", folder.file("page"), urlOf(server)});
     EXPECT_THAT(run.errors, HasSubstr("5 B, "));

@@ -14,28 +14,28 @@ using testing::StartsWith;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 using zol_test::TemporaryDirectory;
-using zolget_test::answering;
-using zolget_test::answerWith;
+using zolget_test::okResponse;
 using zolget_test::Outcome;
+using zolget_test::respondingWith;
 using zolget_test::urlOf;
 using zolget_test::zolget;
 
 namespace
 {
 
-/// Answers a request with the body of that length that came with it.
+/// Responds with the body of the request, which has that length.
 ScriptedServer::Script echoing(std::size_t length)
 {
     return [length](ServerConnection& connection)
     {
         connection.receiveHead();
-        connection.send(answerWith(connection.receive(length)));
+        connection.send(okResponse(connection.receive(length)));
     };
 }
 
 std::string requestOf(std::vector<std::string> arguments, const std::string& path = "/")
 {
-    const ScriptedServer server(answering(answerWith("")));
+    const ScriptedServer server(respondingWith(okResponse("")));
     arguments.push_back(urlOf(server, path));
     const Outcome run = zolget(arguments);
     EXPECT_EQ(run.status, 0) << run.errors;
@@ -89,7 +89,7 @@ TEST(ZolgetRequest, PostsFilesAsOneBody)
                                                      "Content-Length: 204099\r\n"));
 }
 
-TEST(ZolgetRequest, AnnouncesAnEmptyBodyAndFetchesAllTheSame)
+TEST(ZolgetRequest, AnnouncesAnEmptyBody)
 {
     const TemporaryDirectory folder;
     EXPECT_THAT(requestOf({"-d", ""}), EndsWith("\r\nContent-Length: 0\r\n\r\n"));
@@ -99,7 +99,7 @@ TEST(ZolgetRequest, AnnouncesAnEmptyBodyAndFetchesAllTheSame)
 TEST(ZolgetRequest, SendsNoByteOfAFileThatCannotBeRead)
 {
     const TemporaryDirectory folder;
-    const ScriptedServer server(answering(answerWith("")));
+    const ScriptedServer server(respondingWith(okResponse("")));
     for (const std::string& path : {folder.path().string(), folder.file("missing")})
     {
         const Outcome run = zolget({"--data-file", path, urlOf(server)});
@@ -109,7 +109,7 @@ TEST(ZolgetRequest, SendsNoByteOfAFileThatCannotBeRead)
     EXPECT_EQ(server.connections(), 0U);
 }
 
-TEST(ZolgetRequest, ReadsTheAnswerOfAServerThatWillNotHaveTheBody)
+TEST(ZolgetRequest, ReadsTheResponseOfAServerThatRefusesTheBody)
 {
     const TemporaryDirectory folder;
     const ScriptedServer server(
@@ -138,9 +138,9 @@ TEST(ZolgetRequest, ExitsWith7WhenTheConnectionBreaksWhileSending)
     EXPECT_THAT(run.errors, HasSubstr("the connection broke while the request was sent"));
 }
 
-TEST(ZolgetRequest, IsRefusedBeforeConnectingWhenItMakesNoSense)
+TEST(ZolgetRequest, IsRefusedBeforeConnectingWhenItIsMalformed)
 {
-    const ScriptedServer server(answering(answerWith("")));
+    const ScriptedServer server(respondingWith(okResponse("")));
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{"-H", "X: a\r\nY: b"}, {"-X", "GET /x HTTP/1.1\r\n"}, {"--nonsense"}})
     {

@@ -26,7 +26,7 @@ std::string urlOf(const zol_test::ScriptedServer& server, const std::string& pat
     return "http://" + server.address() + path;
 }
 
-zol_test::ScriptedServer::Script answering(std::string bytes)
+zol_test::ScriptedServer::Script respondingWith(std::string bytes)
 {
     return [bytes = std::move(bytes)](zol_test::ServerConnection& connection)
     {
@@ -35,7 +35,7 @@ zol_test::ScriptedServer::Script answering(std::string bytes)
     };
 }
 
-std::string answerWith(const std::string& body)
+std::string okResponse(const std::string& body)
 {
     return "HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: " + std::to_string(body.size()) +
            "\r\n\r\n" + body;

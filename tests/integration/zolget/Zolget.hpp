@@ -26,11 +26,11 @@ std::vector<std::string> command(std::vector<std::string> arguments);
 /// The URL of a path on a server.
 std::string urlOf(const zol_test::ScriptedServer& server, const std::string& path = "/");
 
-/// A script that reads the head of a request and answers it with `bytes`.
-zol_test::ScriptedServer::Script answering(std::string bytes);
+/// A script that reads the head of a request and sends `bytes`.
+zol_test::ScriptedServer::Script respondingWith(std::string bytes);
 
-/// A complete answer: 200, this body, its length.
-std::string answerWith(const std::string& body);
+/// A complete response: 200 with this body and its length.
+std::string okResponse(const std::string& body);
 
 /// The names of the files in a folder, hidden ones included, in order.
 std::vector<std::string> namesIn(const std::filesystem::path& folder);

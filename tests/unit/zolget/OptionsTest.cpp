@@ -60,7 +60,7 @@ TEST(Options, HaveTheirDocumentedDefaults)
     EXPECT_FALSE(options.alwaysShowProgress);
 }
 
-TEST(Options, AreAllTaken)
+TEST(Options, AreAllParsed)
 {
     const Options options = parse({"-X",
                                    "PUT",
@@ -112,7 +112,7 @@ TEST(Options, PostByDefaultWhenThereIsABody)
     EXPECT_EQ(parse({"-X", "PUT", "-d", "text", "http://host/"}).method, "PUT");
 }
 
-TEST(Options, TellAnEmptyTextFromNone)
+TEST(Options, DistinguishAnEmptyTextFromNone)
 {
     EXPECT_EQ(parse({"-d", "", "http://host/"}).data, std::optional<std::string>(""));
     EXPECT_EQ(parse({"http://host/"}).data, std::nullopt);
@@ -137,15 +137,15 @@ TEST(Options, SplitHeadersAtTheFirstColon)
     EXPECT_EQ(options.headers[2].value, "");
 }
 
-TEST(Options, RefuseWhatIsNoHeader)
+TEST(Options, RefuseMalformedHeaders)
 {
     for (const char* text : {"", "no colon", ": value", "two words: value", "Name : value", "a\r\nb: c"})
     {
-        EXPECT_THAT(refusalOf({"-H", text, "http://host/"}), HasSubstr("is no header of the form"));
+        EXPECT_THAT(refusalOf({"-H", text, "http://host/"}), HasSubstr("is not a header: it must have the form"));
     }
 }
 
-TEST(Options, RefuseHeadersThatWouldSmuggleOthers)
+TEST(Options, RefuseHeadersThatWouldAddOthers)
 {
     for (const char* text : {"X: a\r\nY: b", "X: a\nY: b", "X: a\rb", "X: a\x1b"})
     {
@@ -159,11 +159,11 @@ TEST(Options, RefuseATransferCoding)
     EXPECT_THAT(refusalOf({"-H", "transfer-encoding: chunked", "http://host/"}), HasSubstr("Transfer-Encoding"));
 }
 
-TEST(Options, RefuseWhatIsNoMethod)
+TEST(Options, RefuseMalformedMethods)
 {
     for (const char* method : {"GET /", "G\r\nX:", "\"GET\""})
     {
-        EXPECT_THAT(refusalOf({"-X", method, "http://host/"}), HasSubstr("is no method"));
+        EXPECT_THAT(refusalOf({"-X", method, "http://host/"}), HasSubstr("is not a method"));
     }
 }
 
@@ -183,13 +183,15 @@ TEST(Options, KeepTheOrderOfParts)
     EXPECT_EQ(options.parts[3].value, "w");
 }
 
-TEST(Options, RefuseWhatIsNoPart)
+TEST(Options, RefuseMalformedParts)
 {
     for (const char* text :
          {"", "text", "text:x", "/plain:x", "text/:x", "te xt/plain:x", "text/plain\r\n:x", "text/plain; charset=x:y"})
     {
-        EXPECT_THAT(refusalOf({"--part", text, "http://host/"}), HasSubstr("is no part of the form TYPE:TEXT"));
-        EXPECT_THAT(refusalOf({"--part-file", text, "http://host/"}), HasSubstr("is no part of the form TYPE:FILE"));
+        EXPECT_THAT(refusalOf({"--part", text, "http://host/"}),
+                    HasSubstr("is not a part: it must have the form TYPE:TEXT"));
+        EXPECT_THAT(refusalOf({"--part-file", text, "http://host/"}),
+                    HasSubstr("is not a part: it must have the form TYPE:FILE"));
     }
 }
 
@@ -204,7 +206,7 @@ TEST(Options, RefuseContradictions)
     refusalOf({"-d", "x", "-d", "y", "http://host/"});
 }
 
-TEST(Options, RefuseWrongNumbersOfUrls)
+TEST(Options, RefuseAnyNumberOfUrlsButOne)
 {
     EXPECT_THAT(refusalOf({}), HasSubstr("URL"));
     refusalOf({"http://host/", "http://other/"});
@@ -233,7 +235,7 @@ TEST(Options, TakeADashForStandardOutput)
     EXPECT_EQ(parse({"-o", "-", "http://host/"}).output, "");
 }
 
-TEST(Options, TellHowToUseThem)
+TEST(Options, ShowTheHelp)
 {
     std::ostringstream out;
     EXPECT_FALSE(parse({"--help"}, out).has_value());
@@ -241,7 +243,7 @@ TEST(Options, TellHowToUseThem)
     EXPECT_THAT(out.str(), HasSubstr("Exit status:"));
 }
 
-TEST(Options, TellTheVersion)
+TEST(Options, ShowTheVersion)
 {
     std::ostringstream out;
     EXPECT_FALSE(parse({"--version"}, out).has_value());

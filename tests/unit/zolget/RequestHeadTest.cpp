@@ -5,10 +5,10 @@
 #include <sstream>
 #include <string>
 
-using zolget::BodyRef;
 using zolget::completeHeaders;
-using zolget::makeBody;
+using zolget::makeRequestBody;
 using zolget::Options;
+using zolget::RequestBodyRef;
 
 namespace
 {
@@ -23,13 +23,13 @@ Options fetching(const std::string& url)
 std::string headersOf(const Options& options)
 {
     std::ostringstream text;
-    text << completeHeaders(options, makeBody(options));
+    text << completeHeaders(options, makeRequestBody(options));
     return text.str();
 }
 
 std::string valueOf(const Options& options, const char* name)
 {
-    return completeHeaders(options, makeBody(options)).getHeaderValue(name).c_str();
+    return completeHeaders(options, makeRequestBody(options)).getHeaderValue(name).c_str();
 }
 
 } // namespace
@@ -94,8 +94,8 @@ TEST(RequestHead, AsksInTheWantedVersion)
 {
     Options options = fetching("http://host/page?q");
     std::ostringstream text;
-    text << makeRequest(options, BodyRef(), {}).getRequestLine();
+    text << makeRequest(options, RequestBodyRef(), {}).getRequestLine();
     options.useHttp10 = true;
-    text << makeRequest(options, BodyRef(), {}).getRequestLine();
+    text << makeRequest(options, RequestBodyRef(), {}).getRequestLine();
     EXPECT_EQ(text.str(), "GET /page?q HTTP/1.1\r\nGET /page?q HTTP/1.0\r\n");
 }

@@ -83,7 +83,7 @@ TEST(Url, RefusesBracketsAroundAnythingElse)
 
 TEST(Url, RefusesIPv6AddressesWithoutBrackets)
 {
-    EXPECT_THAT(refusalOf("http://2001:db8::1/"), HasSubstr("an IPv6 address stands in brackets"));
+    EXPECT_THAT(refusalOf("http://2001:db8::1/"), HasSubstr("an IPv6 address needs brackets"));
 }
 
 TEST(Url, TakesPortsFrom1To65535)
@@ -113,7 +113,7 @@ TEST(Url, RefusesOtherSchemesAndNone)
 {
     for (const char* text : {"ftp://host/", "host/page", "", "http:/host", "//host/"})
     {
-        EXPECT_THAT(refusalOf(text), HasSubstr("neither http:// nor https://"));
+        EXPECT_THAT(refusalOf(text), HasSubstr("must begin with http:// or https://"));
     }
 }
 

@@ -1,4 +1,4 @@
-#include "AnswerHead.hpp"
+#include "ResponseHead.hpp"
 
 #include "ExitStatus.hpp"
 #include "Text.hpp"
@@ -13,7 +13,7 @@ namespace http = ZOLNS2::HTTP;
 namespace
 {
 
-constexpr int NO_STATUS = -1; // the error code of an HTTPException that is not about a status
+constexpr int NO_STATUS = -1; // error code of an HTTPException that is not about a status
 
 /// The status line in the message of an exception about a status outside 200 to 299.
 std::string statusLineOf(const http::HTTPException& error)
@@ -32,14 +32,14 @@ const char* adviceFor(int status)
     switch (status / 100)
     {
     case 3:
-        return "redirections are not followed, ask for the new address";
+        return "redirects are not followed; ask for the new URL";
     case 4:
-        return status == 401 || status == 407 ? "the server wants to know who asks, see -H"
+        return status == 401 || status == 407 ? "the server asks for credentials; send them with -H"
                                               : "check the URL and the request";
     case 5:
-        return "the fault is on the server's side, try again later";
+        return "the fault is on the side of the server; try again later";
     default:
-        return "this is no answer to such a request";
+        return "a response to such a request cannot have this status";
     }
 }
 
@@ -50,7 +50,7 @@ const char* adviceFor(int status)
     {
         Output("").write(statusLine + "\n\n");
     }
-    throw Failure(ExitStatus::HTTP_STATUS, options.url.authority() + " answered " + options.method + " " +
+    throw Failure(ExitStatus::HTTP_STATUS, options.url.authority() + " responded to " + options.method + " " +
                                                options.url.target + " with " + statusLine + "; " +
                                                adviceFor(error.getErrorCode()));
 }
@@ -60,10 +60,10 @@ const char* adviceFor(int status)
     const std::istream& stream = exchange.connection().istream();
     if (stream.eof() || stream.bad())
     {
-        exchange.failForCut("the answer");
+        exchange.failForIncomplete("the response");
     }
-    throw Failure(ExitStatus::MALFORMED, "the answer from " + exchange.options().url.authority() +
-                                             " is not understood: " + printable(error.getMessage()) +
+    throw Failure(ExitStatus::MALFORMED, "the response from " + exchange.options().url.authority() +
+                                             " is not valid HTTP: " + printable(error.getMessage()) +
                                              "; check that an HTTP server listens there");
 }
 
@@ -73,7 +73,7 @@ http::Response readByMethod(Exchange& exchange)
     {
         return http::getResponse(exchange.connection());
     }
-    // The headers tell of a body that does not come: getResponse would wait for the parts of a multipart one.
+    // A response to HEAD has no body, but getResponse would wait for the parts that its headers announce.
     http::Response response;
     response.checkStatus(exchange.connection());
     return response;
@@ -86,16 +86,16 @@ bool isMultipart(const http::Response& response)
 
 } // namespace
 
-http::Response readAnswer(Exchange& exchange)
+http::Response readResponse(Exchange& exchange)
 {
     try
     {
         http::Response response = readByMethod(exchange);
-        // Some heads that could not be read whole are handed over as if they had been: the stream tells. That of a
-        // multipart answer may have been read to its end.
+        // Some incomplete heads are returned as if they were complete; the state of the stream tells. A multipart
+        // response may have been read to its end, which sets the state too.
         if (!exchange.connection().istream() && !isMultipart(response))
         {
-            exchange.failForCut("the head of the answer");
+            exchange.failForIncomplete("the head of the response");
         }
         return response;
     }

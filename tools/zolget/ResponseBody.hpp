@@ -9,8 +9,8 @@
 namespace zolget
 {
 
-/// Copies the body of the answer, if it has one, part by part; one that is not multipart as it arrives. Throws Failure
-/// (CUT, MALFORMED, LOCAL_FILE).
+/// Copies the body of the response, if it has one: a multipart body part by part, any other as it arrives. Throws
+/// Failure (INCOMPLETE, MALFORMED, LOCAL_FILE).
 void copyBody(Exchange& exchange, ZOLNS2::HTTP::Response& response, Destination& destination, Progress& progress);
 
 } // namespace zolget

@@ -1,4 +1,4 @@
-#include "Body.hpp"
+#include "RequestBody.hpp"
 
 #include "ExitStatus.hpp"
 
@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <iomanip>
@@ -20,15 +19,6 @@ namespace mime = ZOLNS2::MIME;
 
 namespace
 {
-
-class BodyState : public mime::ContentStreamState
-{
-public:
-    BodyState(const mime::ContentStreamStateRef& inner, std::size_t length) : m_inner(inner), m_remaining(length) {}
-
-    mime::ContentStreamStateRef m_inner;
-    std::size_t m_remaining;
-};
 
 [[noreturn]] void fail(const std::string& file, const std::string& reason)
 {
@@ -44,10 +34,18 @@ void checkReadable(const std::string& file)
     }
     struct stat status = {};
     const bool isRegular = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    char byte = 0;
+    const ssize_t count = isRegular ? ::read(descriptor, &byte, 1) : 0;
+    const int error = errno;
     ::close(descriptor);
-    if (!isRegular)
+    if (count < 0)
     {
-        fail(file, "it is no regular file, so its length cannot be announced; copy it into a file first");
+        fail(file, std::strerror(error));
+    }
+    // The files that the kernel makes up, as in /proc, claim to be empty.
+    if (!isRegular || (status.st_size == 0 && count > 0))
+    {
+        fail(file, "its length is not known in advance; copy it into a regular file first");
     }
 }
 
@@ -75,7 +73,7 @@ std::size_t lengthOf(const mime::ContentRef& content)
     }
     catch (const mime::ContentException& error)
     {
-        fail("the given files", error.getMessage());
+        fail("the files", error.getMessage());
     }
 }
 
@@ -84,10 +82,10 @@ mime::ContentRef makePart(const PartOption& part)
     const mime::ContentRef content = part.isFile ? makeFiles({part.value}) : makeText(part.value);
     const std::size_t slash = part.type.find('/');
     const mime::ContentTypeHeader type(part.type.substr(0, slash), part.type.substr(slash + 1), {});
-    return mime::ContentRef(new Body(content, type, lengthOf(content), 1));
+    return mime::ContentRef(new FixedLengthContent(content, type, lengthOf(content), 1));
 }
 
-/// A boundary that no part contains: 128 random bits see to that.
+/// A boundary that no part contains, for 128 random bits cannot be guessed.
 std::string makeBoundary()
 {
     std::random_device random;
@@ -122,68 +120,18 @@ mime::ContentRef makeContent(const Options& options)
 
 } // namespace
 
-Body::Body(const mime::ContentRef& content, const mime::ContentTypeHeader& type, std::size_t length,
-           std::size_t maximalGaps)
-    : m_content(content), m_type(type), m_length(length), m_maximalGaps(maximalGaps)
-{
-}
-
-mime::ContentTypeHeader Body::getContentType()
-{
-    return m_type;
-}
-
-bool Body::hasContentLength()
-{
-    return true;
-}
-
-std::size_t Body::getContentLength()
-{
-    return m_length;
-}
-
-std::size_t Body::getData(char* buffer, std::size_t size, const mime::ContentStreamStateRef& state)
-{
-    const auto cursor = state.cast_to<BodyState>();
-    if (cursor->m_remaining == 0)
-    {
-        return ZOLNS2::MIME::END_OF_DATA;
-    }
-    const std::size_t wanted = std::min(size, cursor->m_remaining);
-    std::size_t count = 0;
-    // Bounded, since a file that has become unreadable meanwhile answers 0 for ever.
-    for (std::size_t gaps = 0; count == 0 && wanted > 0 && gaps <= m_maximalGaps; ++gaps)
-    {
-        count = m_content->getData(buffer, wanted, cursor->m_inner);
-    }
-    if (count == ZOLNS2::MIME::END_OF_DATA || (count == 0 && wanted > 0))
-    {
-        m_wasShort = true;
-        cursor->m_remaining = 0;
-        return ZOLNS2::MIME::END_OF_DATA;
-    }
-    cursor->m_remaining -= count;
-    m_wasTaken = m_wasTaken || cursor->m_remaining == 0;
-    return count;
-}
-
-mime::ContentStreamStateRef Body::createInitialStreamState() const
-{
-    return mime::ContentStreamStateRef(new BodyState(m_content->createInitialStreamState(), m_length));
-}
-
-BodyRef makeBody(const Options& options)
+RequestBodyRef makeRequestBody(const Options& options)
 {
     if (!options.hasBody())
     {
-        return BodyRef();
+        return RequestBodyRef();
     }
     const mime::ContentRef content = makeContent(options);
     const std::size_t length = lengthOf(content);
-    // The library's copy of a body without bytes would mark the connection as failed.
-    return length == 0 ? BodyRef()
-                       : BodyRef(new Body(content, content->getContentType(), length, options.dataFiles.size() + 1));
+    // The library's copy of an empty body would mark the connection as failed.
+    return length == 0 ? RequestBodyRef()
+                       : RequestBodyRef(new FixedLengthContent(content, content->getContentType(), length,
+                                                               options.dataFiles.size() + 1));
 }
 
 } // namespace zolget

@@ -1,4 +1,4 @@
-// What zolget makes of answers: bodies, heads, and the status that it exits with.
+// How zolget handles responses: bodies, heads and exit statuses.
 
 #include "Zolget.hpp"
 #include "support/ChildProcess.hpp"
@@ -13,28 +13,28 @@ using testing::HasSubstr;
 using testing::StartsWith;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
-using zolget_test::answering;
-using zolget_test::answerWith;
+using zolget_test::okResponse;
 using zolget_test::Outcome;
+using zolget_test::respondingWith;
 using zolget_test::urlOf;
 using zolget_test::zolget;
 
-TEST(ZolgetAnswer, WritesABodyOfAnnouncedLength)
+TEST(ZolgetResponse, WritesABodyOfAnnouncedLength)
 {
-    const ScriptedServer server(answering(answerWith("the body")));
+    const ScriptedServer server(respondingWith(okResponse("the body")));
     const Outcome run = zolget({urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "the body");
     EXPECT_EQ(run.errors, "");
 }
 
-TEST(ZolgetAnswer, StopsAtTheAnnouncedLengthOfAnOpenConnection)
+TEST(ZolgetResponse, StopsAtTheAnnouncedLengthOfAnOpenConnection)
 {
     const ScriptedServer server(
         [](ServerConnection& connection)
         {
             connection.receiveHead();
-            connection.send(answerWith("body") + "and more");
+            connection.send(okResponse("body") + "and more");
             EXPECT_TRUE(connection.waitUntilPeerCloses());
         });
     const Outcome run = zolget({urlOf(server)});
@@ -42,44 +42,45 @@ TEST(ZolgetAnswer, StopsAtTheAnnouncedLengthOfAnOpenConnection)
     EXPECT_EQ(run.output, "body");
 }
 
-TEST(ZolgetAnswer, ReadsABodyOfUnknownLengthToTheEndOfTheConnection)
+TEST(ZolgetResponse, ReadsABodyOfUnknownLengthToTheEndOfTheConnection)
 {
-    const ScriptedServer server(answering("HTTP/1.1 200 OK\r\n\r\neverything"));
+    const ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\n\r\neverything"));
     const Outcome run = zolget({urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "everything");
 }
 
-TEST(ZolgetAnswer, TakesAnEmptyBody)
+TEST(ZolgetResponse, AcceptsAnEmptyBody)
 {
     for (const char* head : {"HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n", "HTTP/1.1 200 OK\r\n\r\n"})
     {
-        const ScriptedServer server(answering(head));
+        const ScriptedServer server(respondingWith(head));
         const Outcome run = zolget({urlOf(server)});
         EXPECT_EQ(run.status, 0) << run.errors;
         EXPECT_EQ(run.output, "");
     }
 }
 
-TEST(ZolgetAnswer, PutsChunksTogether)
+TEST(ZolgetResponse, DecodesChunks)
 {
     const ScriptedServer server(
-        answering("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nfirst\r\n7\r\n second\r\n0\r\n\r\n"));
+        respondingWith("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nfirst\r\n7\r\n second\r\n0\r\n\r\n"));
     const Outcome run = zolget({urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "first second");
 }
 
-TEST(ZolgetAnswer, IgnoresTheLengthOfAChunkedBody)
+TEST(ZolgetResponse, IgnoresTheLengthOfAChunkedBody)
 {
-    const ScriptedServer server(answering("HTTP/1.1 200 OK\r\nContent-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n"
-                                          "5\r\nfirst\r\n0\r\n\r\n"));
+    const ScriptedServer server(
+        respondingWith("HTTP/1.1 200 OK\r\nContent-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n"
+                       "5\r\nfirst\r\n0\r\n\r\n"));
     const Outcome run = zolget({urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "first");
 }
 
-TEST(ZolgetAnswer, HandsOverWhatHasArrived)
+TEST(ZolgetResponse, WritesBytesAsTheyArrive)
 {
     const ScriptedServer server(
         [](ServerConnection& connection)
@@ -94,7 +95,7 @@ TEST(ZolgetAnswer, HandsOverWhatHasArrived)
     EXPECT_TRUE(process.waitForOutput("first", std::chrono::seconds(4)));
 }
 
-TEST(ZolgetAnswer, ReadsNoBodyAfterHead)
+TEST(ZolgetResponse, ReadsNoBodyAfterHead)
 {
     const ScriptedServer server(
         [](ServerConnection& connection)
@@ -108,7 +109,7 @@ TEST(ZolgetAnswer, ReadsNoBodyAfterHead)
     EXPECT_THAT(run.output, HasSubstr("content-length: 1000\n"));
 }
 
-TEST(ZolgetAnswer, WaitsForNoPartsAfterHead)
+TEST(ZolgetResponse, WaitsForNoPartsAfterHead)
 {
     const ScriptedServer server(
         [](ServerConnection& connection)
@@ -121,7 +122,7 @@ TEST(ZolgetAnswer, WaitsForNoPartsAfterHead)
     EXPECT_EQ(run.status, 0) << run.errors;
 }
 
-TEST(ZolgetAnswer, ReadsNoBodyFor204And205)
+TEST(ZolgetResponse, ReadsNoBodyFor204And205)
 {
     for (const char* status : {"204 No Content", "205 Reset Content"})
     {
@@ -138,68 +139,68 @@ TEST(ZolgetAnswer, ReadsNoBodyFor204And205)
     }
 }
 
-TEST(ZolgetAnswer, ShowsTheHead)
+TEST(ZolgetResponse, ShowsTheHead)
 {
-    const ScriptedServer server(answering("HTTP/1.1 200 Fine\r\nX-B: 2\r\nContent-Type: text/html\r\nX-A: 1\r\n"
-                                          "Content-Length: 4\r\n\r\nbody"));
+    const ScriptedServer server(respondingWith("HTTP/1.1 200 Fine\r\nX-B: 2\r\nContent-Type: text/html\r\nX-A: 1\r\n"
+                                               "Content-Length: 4\r\n\r\nbody"));
     const Outcome run = zolget({"-i", urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "HTTP/1.1 200 Fine\ncontent-length: 4\nx-a: 1\nx-b: 2\ncontent-type: text/html\n\nbody");
 }
 
-TEST(ZolgetAnswer, KeepsTheHeadOutOfTheFile)
+TEST(ZolgetResponse, KeepsTheHeadOutOfTheFile)
 {
     const zol_test::TemporaryDirectory folder;
-    const ScriptedServer server(answering(answerWith("body")));
+    const ScriptedServer server(respondingWith(okResponse("body")));
     const Outcome run = zolget({"-i", "-o", folder.file("page"), urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_THAT(run.output, StartsWith("HTTP/1.1 200 OK\n"));
     EXPECT_EQ(zol_test::readFile(folder.file("page")), "body");
 }
 
-TEST(ZolgetAnswer, ShowsNoTerminalCommandsOfTheServer)
+TEST(ZolgetResponse, ReplacesControlCharactersFromTheServer)
 {
-    const ScriptedServer server(answering("HTTP/1.1 200 \x1b[2J\r\nX-A: \x1b[31m\r\nContent-Length: 0\r\n\r\n"));
+    const ScriptedServer server(respondingWith("HTTP/1.1 200 \x1b[2J\r\nX-A: \x1b[31m\r\nContent-Length: 0\r\n\r\n"));
     const Outcome run = zolget({"-i", urlOf(server)});
     EXPECT_EQ(run.output.find('\x1b'), std::string::npos);
     EXPECT_THAT(run.output, HasSubstr("x-a: ?[31m"));
 }
 
-TEST(ZolgetAnswer, ExitsWith6ForAnErrorStatus)
+TEST(ZolgetResponse, ExitsWith6ForAnErrorStatus)
 {
-    const ScriptedServer server(answering("HTTP/1.1 404 Not Found\r\nContent-Length: 4\r\n\r\ngone"));
+    const ScriptedServer server(respondingWith("HTTP/1.1 404 Not Found\r\nContent-Length: 4\r\n\r\ngone"));
     const Outcome run = zolget({urlOf(server, "/missing?x")});
     EXPECT_EQ(run.status, 6);
     EXPECT_EQ(run.output, "");
-    EXPECT_THAT(run.errors, HasSubstr(server.address() + " answered GET /missing?x with HTTP/1.1 404 Not Found; "
+    EXPECT_THAT(run.errors, HasSubstr(server.address() + " responded to GET /missing?x with HTTP/1.1 404 Not Found; "
                                                          "check the URL and the request\n"));
 }
 
-TEST(ZolgetAnswer, ShowsTheStatusLineOfAnErrorStatus)
+TEST(ZolgetResponse, ShowsTheStatusLineOfAnErrorStatus)
 {
-    const ScriptedServer server(answering("HTTP/1.1 503 Later\r\n\r\n"));
+    const ScriptedServer server(respondingWith("HTTP/1.1 503 Later\r\n\r\n"));
     const Outcome run = zolget({"-i", urlOf(server)});
     EXPECT_EQ(run.status, 6);
     EXPECT_EQ(run.output, "HTTP/1.1 503 Later\n\n");
     EXPECT_THAT(run.errors, HasSubstr("try again later"));
 }
 
-TEST(ZolgetAnswer, AdvisesByTheKindOfStatus)
+TEST(ZolgetResponse, GivesAdviceForTheClassOfTheStatus)
 {
     const auto errorsFor = [](const std::string& status)
     {
-        const ScriptedServer server(answering("HTTP/1.1 " + status + "\r\n\r\n"));
+        const ScriptedServer server(respondingWith("HTTP/1.1 " + status + "\r\n\r\n"));
         const Outcome run = zolget({urlOf(server)});
         EXPECT_EQ(run.status, 6);
         return run.errors;
     };
-    EXPECT_THAT(errorsFor("302 Found"), HasSubstr("redirections are not followed"));
-    EXPECT_THAT(errorsFor("401 Unauthorized"), HasSubstr("see -H"));
-    EXPECT_THAT(errorsFor("100 Continue"), HasSubstr("no answer to such a request"));
-    EXPECT_THAT(errorsFor("000 Zero"), HasSubstr("no answer to such a request"));
+    EXPECT_THAT(errorsFor("302 Found"), HasSubstr("redirects are not followed"));
+    EXPECT_THAT(errorsFor("401 Unauthorized"), HasSubstr("send them with -H"));
+    EXPECT_THAT(errorsFor("100 Continue"), HasSubstr("a response to such a request cannot have this status"));
+    EXPECT_THAT(errorsFor("000 Zero"), HasSubstr("a response to such a request cannot have this status"));
 }
 
-TEST(ZolgetAnswer, ExitsWith9ForWhatIsNoHttp)
+TEST(ZolgetResponse, ExitsWith9ForAnythingButHttp)
 {
     for (const char* bytes : {"SSH-2.0-server ready now\r\n\r\n", "HTTP/2 200 OK\r\n\r\n", "HTTP/1.1 2x0 OK\r\n\r\n",
                               "HTTP/1.1 200 OK\r\nContent-Length: 12x\r\n\r\n", "HTTP/1.1 200 OK\r\nno colon\r\n\r\n"})
@@ -213,20 +214,20 @@ TEST(ZolgetAnswer, ExitsWith9ForWhatIsNoHttp)
             });
         const Outcome run = zolget({urlOf(server)});
         EXPECT_EQ(run.status, 9) << bytes << run.errors;
-        EXPECT_THAT(run.errors, HasSubstr(server.address() + " is not understood: "));
+        EXPECT_THAT(run.errors, HasSubstr(server.address() + " is not valid HTTP: "));
     }
 }
 
-TEST(ZolgetAnswer, ExitsWith9ForATransferCodingThatIsNotUnderstood)
+TEST(ZolgetResponse, ExitsWith9ForAnUnsupportedTransferCoding)
 {
-    const ScriptedServer server(answering("HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip, chunked\r\n\r\n0\r\n\r\n"));
+    const ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip, chunked\r\n\r\n0\r\n\r\n"));
     const Outcome run = zolget({urlOf(server)});
     EXPECT_EQ(run.status, 9);
     EXPECT_EQ(run.output, "");
     EXPECT_THAT(run.errors, HasSubstr("\"gzip, chunked\""));
 }
 
-TEST(ZolgetAnswer, ExitsWith7ForAnAnswerThatEndsTooEarly)
+TEST(ZolgetResponse, ExitsWith7ForAResponseThatEndsTooEarly)
 {
     for (const char* bytes : {
              "",                                                                      // before the head
@@ -239,14 +240,14 @@ TEST(ZolgetAnswer, ExitsWith7ForAnAnswerThatEndsTooEarly)
              "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nxyz\r\nfirst\r\n", // nonsense for a chunk
          })
     {
-        const ScriptedServer server(answering(bytes));
+        const ScriptedServer server(respondingWith(bytes));
         const Outcome run = zolget({urlOf(server)});
         EXPECT_EQ(run.status, 7) << bytes << run.errors;
-        EXPECT_THAT(run.errors, HasSubstr(server.address() + " is cut: "));
+        EXPECT_THAT(run.errors, HasSubstr(server.address() + " is incomplete: "));
     }
 }
 
-TEST(ZolgetAnswer, ExitsWith7ForARefusedHeadThatPassesForRead)
+TEST(ZolgetResponse, ExitsWith7ForAMalformedHeadThatIsReturnedAsRead)
 {
     const ScriptedServer server(
         [](ServerConnection& connection)
@@ -257,10 +258,10 @@ TEST(ZolgetAnswer, ExitsWith7ForARefusedHeadThatPassesForRead)
         });
     const Outcome run = zolget({urlOf(server)});
     EXPECT_EQ(run.status, 7);
-    EXPECT_THAT(run.errors, HasSubstr("the head of the answer from"));
+    EXPECT_THAT(run.errors, HasSubstr("the head of the response from"));
 }
 
-TEST(ZolgetAnswer, ExitsWith7ForAResetInABodyOfUnknownLength)
+TEST(ZolgetResponse, ExitsWith7ForAResetInABodyOfUnknownLength)
 {
     const ScriptedServer server(
         [](ServerConnection& connection)
@@ -271,10 +272,10 @@ TEST(ZolgetAnswer, ExitsWith7ForAResetInABodyOfUnknownLength)
         });
     const Outcome run = zolget({urlOf(server)});
     EXPECT_EQ(run.status, 7);
-    EXPECT_THAT(run.errors, HasSubstr("is cut: "));
+    EXPECT_THAT(run.errors, HasSubstr("is incomplete: "));
 }
 
-TEST(ZolgetAnswer, ExitsWith7ForASilentServer)
+TEST(ZolgetResponse, ExitsWith7ForASilentServer)
 {
     const ScriptedServer server(
         [](ServerConnection& connection)

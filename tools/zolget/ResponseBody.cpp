@@ -1,4 +1,4 @@
-#include "AnswerBody.hpp"
+#include "ResponseBody.hpp"
 
 #include "ExitStatus.hpp"
 #include "Text.hpp"
@@ -12,6 +12,7 @@ namespace zolget
 
 namespace http = ZOLNS2::HTTP;
 namespace mime = ZOLNS2::MIME;
+using ZOLNS2::MIME::END_OF_DATA;
 
 namespace
 {
@@ -21,7 +22,7 @@ constexpr std::uint64_t NO_LIMIT = std::numeric_limits<std::uint64_t>::max();
 
 using Block = std::array<char, BLOCK_SIZE>;
 
-/// Reads a body from its connection as it arrives, so that a slow one can be followed.
+/// Reads a body from its connection as it arrives, so that the user sees what a slow server has sent so far.
 class ArrivingBody
 {
 public:
@@ -31,16 +32,16 @@ public:
     {
     }
 
-    /// What has arrived, at least one byte if there are more to come, at most `limit`; empty at the end.
+    /// The bytes that have arrived, at most `limit`; waits for at least one. Empty at the end. Valid until the next call.
     std::string_view next(std::uint64_t limit)
     {
-        // Waits for one byte; getData would wait for as many as it is asked for.
+        // Waits for one byte only; getData would wait for all that it is asked for.
         m_stream.peek();
         const std::uint64_t arrived =
             static_cast<std::uint64_t>(std::max<std::streamsize>(m_stream.rdbuf()->in_avail(), 1));
         const std::uint64_t wanted = std::min({limit, arrived, std::uint64_t{BLOCK_SIZE}});
         const std::size_t count = m_content.getData(m_block.data(), static_cast<std::size_t>(wanted), m_state);
-        return count == ZOLNS2::MIME::END_OF_DATA ? std::string_view() : std::string_view(m_block.data(), count);
+        return count == END_OF_DATA ? std::string_view() : std::string_view(m_block.data(), count);
     }
 
 private:
@@ -50,14 +51,14 @@ private:
     Block m_block;
 };
 
-/// RFC 9110, sections 9.3.2 and 15.3: whatever their headers say, these answers have no body.
+/// RFC 9110, sections 9.3.2 and 15.3: whatever their headers say, these responses have no body.
 bool hasBody(const Options& options, const http::Response& response)
 {
     const unsigned status = response.statusLine.statusCode;
     return options.method != "HEAD" && status != 204 && status != 205;
 }
 
-/// Refuses bodies in transfer codings that would be taken for the body itself.
+/// Refuses transfer codings that are not decoded: the coded bytes would be taken for the body.
 void checkCoding(const Options& options, const http::Response& response)
 {
     const blocxx::String coding = response.headers.getHeaderValue("transfer-encoding");
@@ -66,11 +67,11 @@ void checkCoding(const Options& options, const http::Response& response)
     {
         throw Failure(ExitStatus::MALFORMED, options.url.authority() + " sends a " + (isMultipart ? "multipart " : "") +
                                                  "body in the transfer coding \"" + printable(coding.c_str()) +
-                                                 "\", which is not understood; try --http1.0");
+                                                 "\", which is not supported; try --http1.0");
     }
 }
 
-/// The announced length. RFC 9112, section 6.3: with a transfer coding a content-length counts for nothing.
+/// The announced length. With a transfer coding Content-Length is ignored (RFC 9112, section 6.3).
 std::optional<std::uint64_t> announcedLength(const http::Response& response, mime::UnbufferedContent& content)
 {
     if (!response.headers.getHeaderValue("transfer-encoding").empty() || !content.hasContentLength())
@@ -80,7 +81,7 @@ std::optional<std::uint64_t> announcedLength(const http::Response& response, mim
     return content.getContentLength();
 }
 
-/// The bytes copied.
+/// @return the number of bytes copied
 std::uint64_t copyArriving(Exchange& exchange, const http::Response& response, mime::UnbufferedContent& content,
                            Output& out, Progress& progress)
 {
@@ -102,18 +103,18 @@ std::uint64_t copyArriving(Exchange& exchange, const http::Response& response, m
     const bool isWhole = length.has_value() ? remaining == 0 : content.getTransferDecoder()->bodyIsComplete();
     if (!isWhole)
     {
-        exchange.failForCut("the body");
+        exchange.failForIncomplete("the body");
     }
     return length.value_or(NO_LIMIT) - remaining;
 }
 
-/// The bytes copied.
+/// @return the number of bytes copied
 std::uint64_t copyStored(const mime::ContentRef& content, Output& out, Progress& progress)
 {
     const mime::ContentStreamStateRef state = content->createInitialStreamState();
     Block block;
     std::size_t count = 0;
-    while ((count = content->getData(block.data(), block.size(), state)) != ZOLNS2::MIME::END_OF_DATA)
+    while ((count = content->getData(block.data(), block.size(), state)) != END_OF_DATA)
     {
         out.write(std::string_view(block.data(), count));
         progress.add(count);
@@ -148,7 +149,7 @@ void copyBody(Exchange& exchange, http::Response& response, Destination& destina
     }
     if (isStored && !response.bodyIsComplete())
     {
-        exchange.failForCut("the body");
+        exchange.failForIncomplete("the body");
     }
     progress.finish();
 }

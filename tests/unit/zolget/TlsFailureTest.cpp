@@ -1,0 +1,50 @@
+#include "TlsFailure.hpp"
+
+#include <gtest/gtest.h>
+
+using zolget::describeContextFailure;
+using zolget::describeHandshakeFailure;
+
+TEST(TlsFailure, NamesTheOptionThatTrustsAnIssuer)
+{
+    EXPECT_EQ(describeHandshakeFailure("certificate verify failed for host: unable to get local issuer certificate; to "
+                                       "trust its issuer, name it in SSLOpts::trustStore or "
+                                       "SSLOpts::inMemoryTrustStore"),
+              "certificate verify failed for host: unable to get local issuer certificate; --ca PATH trusts the "
+              "certificate authorities in PATH");
+}
+
+TEST(TlsFailure, KeepsAdviceThatNamesNoApi)
+{
+    for (const char* text : {"Hostname mismatch; ask for the host by a name that its certificate carries",
+                             "certificate has expired; check this machine's clock", "wrong version number"})
+    {
+        EXPECT_EQ(describeHandshakeFailure(text), text);
+    }
+}
+
+TEST(TlsFailure, GivesNoAdviceAgainstVerification)
+{
+    EXPECT_EQ(describeHandshakeFailure("certificate revoked; only SSLOpts::MODE_DISABLED accepts a certificate that "
+                                       "cannot be verified"),
+              "certificate revoked");
+}
+
+TEST(TlsFailure, LeavesOutTheNamesOfFunctions)
+{
+    EXPECT_EQ(describeContextFailure("SSLCtxMgr::initCtx(): Couldn't read certificate from file: c.pem: no start line"),
+              "Couldn't read certificate from file: c.pem: no start line; --ca, --cert and --key take files in PEM "
+              "form");
+    EXPECT_EQ(describeHandshakeFailure("a text with a call in it(): x"), "a text with a call in it(): x");
+}
+
+TEST(TlsFailure, AdvisesByTheCauseOfAContextFailure)
+{
+    EXPECT_EQ(
+        describeContextFailure("Couldn't read key from file: k.pem: it is encrypted; decrypt it first, or give it "
+                               "in SSLOpts::pkey"),
+        "Couldn't read key from file: k.pem: it is encrypted; remove the pass phrase from the key first");
+    EXPECT_EQ(describeContextFailure("Couldn't read key from file: k.pem: key values mismatch"),
+              "Couldn't read key from file: k.pem: key values mismatch; --key takes the private key of the certificate "
+              "given with --cert");
+}

@@ -1,0 +1,56 @@
+#include "TlsFailure.hpp"
+
+#include "Text.hpp"
+
+namespace zolget
+{
+
+namespace
+{
+
+bool contains(std::string_view text, std::string_view part)
+{
+    return text.find(part) != std::string_view::npos;
+}
+
+/// Without the name of a function at the beginning, and without advice at the end, after a semicolon, that names a
+/// member of SSLOpts.
+std::string withoutApiNames(std::string_view text)
+{
+    constexpr std::string_view FUNCTION_END = "(): ";
+    const std::size_t function = text.find(FUNCTION_END);
+    if (function != std::string_view::npos && text.find(' ') > function)
+    {
+        text.remove_prefix(function + FUNCTION_END.size());
+    }
+    const std::size_t advice = text.rfind(';');
+    if (advice != std::string_view::npos && contains(text.substr(advice), "SSLOpts::"))
+    {
+        text = text.substr(0, advice);
+    }
+    return printable(text);
+}
+
+} // namespace
+
+std::string describeContextFailure(std::string_view text)
+{
+    const std::string reason = withoutApiNames(text);
+    if (contains(reason, "it is encrypted"))
+    {
+        return reason + "; remove the pass phrase from the key first";
+    }
+    if (contains(reason, "key values mismatch"))
+    {
+        return reason + "; --key takes the private key of the certificate given with --cert";
+    }
+    return reason + "; --ca, --cert and --key take files in PEM form";
+}
+
+std::string describeHandshakeFailure(std::string_view text)
+{
+    const bool isUntrusted = contains(text, "SSLOpts::trustStore");
+    return withoutApiNames(text) + (isUntrusted ? "; --ca PATH trusts the certificate authorities in PATH" : "");
+}
+
+} // namespace zolget
