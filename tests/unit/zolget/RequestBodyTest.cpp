@@ -29,6 +29,13 @@ std::string contentOf(const RequestBodyRef& body)
     return text.str();
 }
 
+Options withText(const std::string& text)
+{
+    Options options;
+    options.data = text;
+    return options;
+}
+
 Options withFiles(const std::vector<std::string>& files)
 {
     Options options;
@@ -46,17 +53,13 @@ TEST(RequestBody, IsNullWithoutData)
 TEST(RequestBody, IsNullWhenEmpty)
 {
     const TemporaryDirectory folder;
-    Options options;
-    options.data = "";
-    EXPECT_FALSE(makeRequestBody(options));
+    EXPECT_FALSE(makeRequestBody(withText("")));
     EXPECT_FALSE(makeRequestBody(withFiles({folder.write("a", ""), folder.write("b", "")})));
 }
 
 TEST(RequestBody, HoldsAText)
 {
-    Options options;
-    options.data = "some text";
-    const RequestBodyRef body = makeRequestBody(options);
+    const RequestBodyRef body = makeRequestBody(withText("some text"));
     EXPECT_EQ(contentOf(body), "some text");
     EXPECT_EQ(body->getContentLength(), 9U);
     EXPECT_EQ(std::string(body->getContentType().getType().c_str()), "text");
