@@ -18,11 +18,12 @@ constexpr const char* PART = "--part";
 constexpr const char* PART_FILE = "--part-file";
 constexpr const char* FOOTER = R"(
 Exit status:
-  0  the response is complete             5  no secure connection (TLS)
-  1  unexpected failure                   6  the response has an error status
-  2  wrong command line                   7  the response is incomplete
-  3  host name not known                  8  a local file cannot be read or written
-  4  server cannot be reached             9  the response is malformed or not supported)";
+  0  the response is complete             6  the response has an error status
+  1  unexpected failure                   7  the response is incomplete
+  2  wrong command line                   8  a local file cannot be read or written
+  3  host name not known                  9  the response is malformed or not supported
+  4  server cannot be reached            10  the request could not be sent completely
+  5  no secure connection (TLS))";
 
 [[noreturn]] void refuse(const std::string& message)
 {

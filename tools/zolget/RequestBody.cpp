@@ -25,7 +25,8 @@ namespace
     throw Failure(ExitStatus::LOCAL_FILE, "cannot send " + file + ": " + reason);
 }
 
-void checkReadable(const std::string& file)
+/// Checks that a file can be sent. @return whether it has any bytes
+bool checkReadable(const std::string& file)
 {
     const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0)
@@ -47,6 +48,7 @@ void checkReadable(const std::string& file)
     {
         fail(file, "its length is not known in advance; copy it into a regular file first");
     }
+    return count > 0;
 }
 
 mime::ContentRef makeText(const std::string& text)
@@ -59,8 +61,11 @@ mime::ContentRef makeFiles(const std::vector<std::string>& files)
     blocxx::Array<blocxx::String> names;
     for (const std::string& file : files)
     {
-        checkReadable(file);
-        names.push_back(file);
+        // Every empty file would be an empty read in the middle of the body, and only so many are allowed in a row.
+        if (checkReadable(file))
+        {
+            names.push_back(file);
+        }
     }
     return mime::ContentRef(new mime::FileApplicationOctetStreamContent(names));
 }

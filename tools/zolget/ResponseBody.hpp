@@ -10,7 +10,7 @@ namespace zolget
 {
 
 /// Copies the body of the response, if it has one: a multipart body part by part, any other as it arrives. Throws
-/// Failure (INCOMPLETE, MALFORMED, LOCAL_FILE).
+/// Failure (INCOMPLETE_RESPONSE, INCOMPLETE_REQUEST, TLS, MALFORMED, LOCAL_FILE).
 void copyBody(Exchange& exchange, ZOLNS2::HTTP::Response& response, Destination& destination, Progress& progress);
 
 } // namespace zolget

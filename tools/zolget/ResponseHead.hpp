@@ -9,7 +9,8 @@ namespace zolget
 {
 
 /// Reads the head of the response. An error status is a failure; if the options ask for the head, the status line is
-/// shown first, since the rest of the head is not available. Throws Failure (HTTP_STATUS, INCOMPLETE, MALFORMED).
+/// shown first, since the rest of the head is not available. Throws Failure (HTTP_STATUS, TLS,
+/// INCOMPLETE_RESPONSE, INCOMPLETE_REQUEST, MALFORMED).
 ZOLNS2::HTTP::Response readResponse(Exchange& exchange);
 
 /// Writes the status line, the headers, the content type and an empty line.

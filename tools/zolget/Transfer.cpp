@@ -56,6 +56,7 @@ void transfer(const Options& options)
         Progress progress(std::cerr, progressStyle(options, *destination));
         copyBody(exchange, response, *destination, progress);
     }
+    exchange.checkRequest();
     if (droppedParts->seen())
     {
         throw Failure(ExitStatus::MALFORMED, "a part of the response from " + options.url.authority() +

@@ -6,7 +6,11 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
 #include <string>
+#include <vector>
 
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -31,6 +35,12 @@ ScriptedServer::Script echoing(std::size_t length)
         connection.receiveHead();
         connection.send(okResponse(connection.receive(length)));
     };
+}
+
+std::size_t lengthIn(const std::string& head)
+{
+    const std::string name = "Content-Length: ";
+    return std::stoul(head.substr(head.find(name) + name.size()));
 }
 
 std::string requestOf(std::vector<std::string> arguments, const std::string& path = "/")
@@ -124,7 +134,7 @@ TEST(ZolgetRequest, ReadsTheResponseOfAServerThatRefusesTheBody)
     EXPECT_THAT(run.errors, HasSubstr("HTTP/1.1 413 Too Large"));
 }
 
-TEST(ZolgetRequest, ExitsWith7WhenTheConnectionBreaksWhileSending)
+TEST(ZolgetRequest, ExitsWith10WhenTheConnectionBreaksWhileSending)
 {
     const TemporaryDirectory folder;
     const ScriptedServer server(
@@ -134,8 +144,101 @@ TEST(ZolgetRequest, ExitsWith7WhenTheConnectionBreaksWhileSending)
             connection.reset();
         });
     const Outcome run = zolget({"--data-file", folder.writeSparse("big", 64UL << 20), urlOf(server)});
-    EXPECT_EQ(run.status, 7);
-    EXPECT_THAT(run.errors, HasSubstr("the connection broke while the request was sent"));
+    EXPECT_EQ(run.status, 10);
+    EXPECT_THAT(run.errors, HasSubstr("the request to " + server.address() + " was not sent completely: "));
+}
+
+TEST(ZolgetRequest, ExitsWith10ForASuccessBeforeTheBodyWasSent)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            connection.receiveHead();
+            connection.send(okResponse("stored"));
+            connection.close();
+        });
+    const std::string big = folder.writeSparse("big", 64UL << 20);
+    const Outcome run = zolget({"--data-file", big, urlOf(server)});
+    EXPECT_EQ(run.status, 10);
+    EXPECT_EQ(run.output, "stored");
+    EXPECT_THAT(run.errors, HasSubstr("the request to " + server.address() + " was not sent completely: "));
+    EXPECT_EQ(zolget({"--data-file", big, "-o", folder.file("page"), urlOf(server)}).status, 10);
+    EXPECT_FALSE(std::filesystem::exists(folder.file("page")));
+}
+
+TEST(ZolgetRequest, ExitsWith10WhenTheServerTakesNoData)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            connection.receiveHead();
+            connection.pause(std::chrono::seconds(10));
+        });
+    const Outcome run =
+        zolget({"--read-timeout", "0.3", "--data-file", folder.writeSparse("big", 64UL << 20), urlOf(server)});
+    EXPECT_EQ(run.status, 10);
+    EXPECT_THAT(run.errors, HasSubstr("the server took no data for 0.3 s; --read-timeout allows more"));
+}
+
+TEST(ZolgetRequest, SendsFilesWholeThatEndWithABlock)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(echoing(4100));
+    const std::string block(4096, 'x');
+    const Outcome run =
+        zolget({"--data-file", folder.write("1", block), "--data-file", folder.write("2", "four"), urlOf(server)});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, block + "four");
+}
+
+TEST(ZolgetRequest, SendsPartsWholeThatEndWithABlock)
+{
+    const TemporaryDirectory folder;
+    const std::string block(4096, 'x');
+    const ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            const std::string head = connection.receiveHead();
+            connection.send(okResponse(connection.receive(lengthIn(head))));
+        });
+    const Outcome run =
+        zolget({"--part-file", "text/plain:" + folder.write("1", block), "--part", "text/plain:end", urlOf(server)});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_THAT(run.output, HasSubstr("\r\n\r\n" + block + "\r\n--zolget-"));
+    EXPECT_THAT(run.output, HasSubstr("\r\n\r\nend\r\n--zolget-"));
+}
+
+TEST(ZolgetRequest, SendsManyEmptyFilesAmongOthers)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(echoing(10));
+    std::vector<std::string> arguments = {"--data-file", folder.write("first", "first")};
+    for (int count = 0; count < 100; ++count)
+    {
+        arguments.insert(arguments.end(), {"--data-file", folder.write("empty", "")});
+    }
+    arguments.insert(arguments.end(), {"--data-file", folder.write("last", " last"), urlOf(server)});
+    const Outcome run = zolget(arguments);
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, "first last");
+}
+
+TEST(ZolgetRequest, ExitsWith8WhenAFileBecomesShorterWhileItIsSent)
+{
+    const TemporaryDirectory folder;
+    const std::string big = folder.writeSparse("big", 64UL << 20);
+    const ScriptedServer server(
+        [&folder](ServerConnection& connection)
+        {
+            connection.receiveHead();
+            folder.write("big", "");
+            EXPECT_TRUE(connection.waitUntilPeerCloses());
+        });
+    const Outcome run = zolget({"--data-file", big, urlOf(server)});
+    EXPECT_EQ(run.status, 8);
+    EXPECT_THAT(run.errors, HasSubstr("a file became shorter or unreadable while it was sent to " + server.address()));
 }
 
 TEST(ZolgetRequest, IsRefusedBeforeConnectingWhenItIsMalformed)

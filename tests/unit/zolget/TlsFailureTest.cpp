@@ -4,6 +4,8 @@
 
 using zolget::describeContextFailure;
 using zolget::describeHandshakeFailure;
+using zolget::describeSessionFailure;
+using zolget::isTlsAlert;
 
 TEST(TlsFailure, NamesTheOptionThatTrustsAnIssuer)
 {
@@ -47,4 +49,18 @@ TEST(TlsFailure, AdvisesByTheCauseOfAContextFailure)
     EXPECT_EQ(describeContextFailure("Couldn't read key from file: k.pem: key values mismatch"),
               "Couldn't read key from file: k.pem: key values mismatch; --key takes the private key of the certificate "
               "given with --cert");
+}
+
+TEST(TlsFailure, NamesTheOptionsThatSendACertificate)
+{
+    EXPECT_EQ(describeSessionFailure("tlsv13 alert certificate required"),
+              "tlsv13 alert certificate required; --cert and --key send a client certificate");
+    EXPECT_EQ(describeSessionFailure("unexpected eof while reading"), "unexpected eof while reading");
+}
+
+TEST(TlsFailure, TellsAlertsFromOtherFailures)
+{
+    EXPECT_TRUE(isTlsAlert("tlsv1 alert unknown ca"));
+    EXPECT_FALSE(isTlsAlert("unexpected eof while reading"));
+    EXPECT_FALSE(isTlsAlert(""));
 }
