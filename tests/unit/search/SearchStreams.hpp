@@ -70,25 +70,21 @@ public:
     explicit UnbufferedBuffer(Script script) : m_script(std::move(script)) {}
     void rewind(const std::string& bytes, std::size_t step) { m_script = Script{bytes, step}; }
     std::size_t handedOut() const { return m_script.position; }
-    std::size_t calls() const { return m_calls; }
 
 protected:
     int_type underflow() override
     {
-        ++m_calls;
         Script peek = m_script;
         char c = 0;
         return peek.deliver(&c, 1) == 0 ? traits_type::eof() : traits_type::to_int_type(c);
     }
     int_type uflow() override
     {
-        ++m_calls;
         char c = 0;
         return m_script.deliver(&c, 1) == 0 ? traits_type::eof() : traits_type::to_int_type(c);
     }
     std::streamsize xsgetn(char* to, std::streamsize count) override
     {
-        ++m_calls;
         std::size_t got = 0;
         while (got < static_cast<std::size_t>(count))
         {
@@ -104,7 +100,6 @@ protected:
 
 private:
     Script m_script;
-    std::size_t m_calls = 0;
 };
 
 /// The stream buffer of the connections and contents, over a script.

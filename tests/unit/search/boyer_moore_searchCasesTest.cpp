@@ -58,7 +58,7 @@ public:
             const std::size_t position = more ? end + pattern.size() : text.size();
             if (found != more || std::string_view(m_out.data(), m_out.size()) != expected ||
                 m_in.rdstate() != (more ? std::ios::goodbit : std::ios::eofbit | std::ios::failbit) ||
-                m_buffer.handedOut() != position)
+                m_in.gcount() != (more ? 1 : 0) || m_buffer.handedOut() != position)
             {
                 ADD_FAILURE() << "pattern '" << pattern << "', text '" << text << "', from " << begin << ", step "
                               << step;
@@ -252,6 +252,7 @@ TEST(BoyerMooreSearchCases, RandomSearchesLeaveWhatSingleCharacterReadsLeave)
             ASSERT_EQ(found, ReferenceSearch(wanted).searchStream(reference, expected));
             ASSERT_EQ(out, expected);
             ASSERT_EQ(in.rdstate(), reference.rdstate());
+            ASSERT_EQ(in.gcount(), reference.gcount());
             ASSERT_EQ(ours.handedOut(), theirs.handedOut());
             ++cases;
         }
