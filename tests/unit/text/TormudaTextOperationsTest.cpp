@@ -2,12 +2,16 @@
 
 #include "support/LogCapture.hpp"
 
+#include "blocxx/LogAppender.hpp"
+#include "blocxx/LogMessage.hpp"
 #include "blocxx/Map.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <ostream>
+#include <vector>
 
 using blocxx::Array;
 using blocxx::Logger;
@@ -37,7 +41,7 @@ StringMap twoEntries()
     return map;
 }
 
-/// Counts how often it is formatted, and spoils errno each time.
+/// Counts how often it is formatted, and changes errno each time.
 struct Counting
 {
     int* formatted;
@@ -49,6 +53,45 @@ std::ostream& operator<<(std::ostream& out, const Counting& value)
     errno = EDOM;
     return out << "counted";
 }
+
+/// Notes the errno that it is formatted with, and changes it.
+struct NotingErrno
+{
+    std::vector<int>* seen;
+};
+
+std::ostream& operator<<(std::ostream& out, const NotingErrno& value)
+{
+    value.seen->push_back(errno);
+    errno = EDOM;
+    return out << "noted";
+}
+
+/// An appender that changes errno with every record.
+class ErrnoChangingAppender : public blocxx::LogAppender
+{
+protected:
+    void doProcessLogMessage(const String&, const blocxx::LogMessage&) const override { errno = EDOM; }
+};
+
+/// An iterator that changes errno as it moves on.
+struct ErrnoChangingIterator
+{
+    const int* at;
+
+    int operator*() const { return *at; }
+    ErrnoChangingIterator& operator++()
+    {
+        ++at;
+        errno = EDOM;
+        return *this;
+    }
+    bool operator!=(const ErrnoChangingIterator& other) const
+    {
+        errno = EDOM;
+        return at != other.at;
+    }
+};
 
 void expectSource(const LogCapture& log, const std::string& category)
 {
@@ -156,16 +199,58 @@ TEST(DumpToLog, WithoutTheFlagNothingIsFormattedBelowError)
     EXPECT_TRUE(log.records().empty());
 }
 
-TEST(DumpToLog, ErrnoIsLeftAlone)
+TEST(DumpToLog, ErrnoIsRestoredAfterEachRecord)
 {
     const LogCapture log;
     Logger logger("test.component");
-    int formatted = 0;
-    const Array<Counting> items(2, Counting{&formatted});
+    std::vector<int> seen;
+    const Array<NotingErrno> items(3, NotingErrno{&seen});
     errno = ENOTTY;
     dump_to_log(items, logger, "h: ", true);
     EXPECT_EQ(errno, ENOTTY);
     dump_to_log(items.begin(), items.end(), logger, "h: ", false);
     EXPECT_EQ(errno, ENOTTY);
-    EXPECT_EQ(formatted, 4);
+    EXPECT_THAT(seen, ElementsAre(ENOTTY, ENOTTY, ENOTTY, ENOTTY, ENOTTY, ENOTTY));
+}
+
+TEST(DumpToLog, ErrnoThatTheAppenderChangesIsRestoredAfterTheHeaderLineToo)
+{
+    const blocxx::LogAppenderRef appender(new ErrnoChangingAppender);
+    Logger logger("test.component", appender);
+    std::vector<int> seen;
+    errno = ENOTTY;
+    dump_to_log(Array<NotingErrno>(1, NotingErrno{&seen}), logger, "h: ", true);
+    EXPECT_EQ(errno, ENOTTY);
+    EXPECT_THAT(seen, ElementsAre(ENOTTY));
+    dump_to_log(Array<String>(), logger, "h: ", false);
+    EXPECT_EQ(errno, ENOTTY);
+}
+
+TEST(DumpToLog, ErrnoIsRestoredWhenNothingIsLogged)
+{
+    const LogCapture log;
+    Logger logger("test.component");
+    const int numbers[] = {1, 2};
+    errno = ENOTTY;
+    dump_to_log(ErrnoChangingIterator{numbers}, ErrnoChangingIterator{numbers}, logger, "n: ", true);
+    EXPECT_EQ(errno, ENOTTY);
+    EXPECT_TRUE(log.records().empty());
+    dump_to_log(ErrnoChangingIterator{numbers}, ErrnoChangingIterator{numbers + 2}, logger, "n: ", true);
+    EXPECT_EQ(errno, ENOTTY);
+    EXPECT_THAT(log.messages(), ElementsAre("n: 1", "n: 2"));
+}
+
+TEST(DumpToLog, RecordsCarryTheSignatureOfTheOperationThatDumps)
+{
+    const LogCapture log;
+    Logger logger("test.component");
+    const StringMap map = twoEntries();
+    dump_to_log(twoWords(), logger, "h: ", true, "void operation(int)");
+    dump_to_log(map.begin(), map.end(), logger, "header: ", false, "void operation(int)");
+    ASSERT_EQ(log.records().size(), 5U);
+    for (const zol_test::LogRecord& record : log.records())
+    {
+        EXPECT_EQ(record.method, "void operation(int)");
+        EXPECT_EQ(record.file, "TormudaTextOperations");
+    }
 }

@@ -1,16 +1,22 @@
 #pragma once
 
 #include "blocxx/Array.hpp"
+#include "blocxx/ErrnoKeeper.hpp"
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
 #include "blocxx/String.hpp"
 
-#include <cerrno>
 #include <ostream>
 #include <sstream>
 #include <utility>
 
-/// @file Writing collections to a log, one record an element.
+/// @file Writing collections to a log, one record for each element.
+///
+/// @code
+/// blocxx::Logger logger("my.component");
+/// ZOLNS2::dump_to_log(headers.begin(), headers.end(), logger, "header: ", true);
+/// // logs at debug-3 level: "header: [content-length,12]", "header: [content-type,text/plain]"
+/// @endcode
 
 namespace ZOLNS2
 {
@@ -41,19 +47,16 @@ blocxx::String toString(const std::pair<A, B>& value)
 namespace TextOperationsDetail
 {
 
-/// Where the records of one dump go. Leaves errno as it was, however many records are written.
+/// Where the records of one dump go. Restores errno when it ends.
 class Dump
 {
 public:
     /// Deliberate: the two ends of the scale. A dump that is not for debugging is logged as an error, and so shows up
     /// in any ordinary log.
     Dump(const blocxx::Logger& logger, bool debug, const char* function)
-        : m_logger(logger), m_debug(debug), m_function(function), m_errno(errno)
+        : m_logger(logger), m_debug(debug), m_function(function)
     {
     }
-    ~Dump() { errno = m_errno; }
-    Dump(const Dump&) = delete;
-    Dump& operator=(const Dump&) = delete;
 
     bool isWanted() const
     {
@@ -67,44 +70,53 @@ public:
     }
 
 private:
+    const blocxx::ErrnoKeeper m_errnoKeeper;
     const blocxx::Logger& m_logger;
     bool m_debug;
     const char* m_function;
-    int m_errno;
 };
 
 } // namespace TextOperationsDetail
 
-/// Logs "<prefix> [<count> elements]:" and then a record "<prefix><element>" for each element.
+/// Logs "<prefix> [<count> elements]:" and then a record "<prefix><element>" for each element. errno is restored after
+/// each record, so that the next element is formatted with the errno of the caller.
 /// @param debug true logs at debug-3 level, false at error level; nothing is formatted if the logger's level is below
+/// @param function the signature that the records carry: that of the operation which dumps, where a helper of it calls;
+/// null for that of this function
 template <class T>
-void dump_to_log(const blocxx::Array<T>& items, blocxx::Logger& logger, const blocxx::String& prefix, bool debug)
+void dump_to_log(const blocxx::Array<T>& items, blocxx::Logger& logger, const blocxx::String& prefix, bool debug,
+                 const char* function = nullptr)
 {
-    const TextOperationsDetail::Dump dump(logger, debug, __PRETTY_FUNCTION__);
+    const TextOperationsDetail::Dump dump(logger, debug, function != nullptr ? function : __PRETTY_FUNCTION__);
     if (!dump.isWanted())
     {
         return;
     }
-    dump.log(blocxx::Format("%1 [%2 elements]:", prefix, items.size()), __LINE__);
+    {
+        const blocxx::ErrnoKeeper errnoKeeper;
+        dump.log(blocxx::Format("%1 [%2 elements]:", prefix, items.size()), __LINE__);
+    }
     for (const T& item : items)
     {
+        const blocxx::ErrnoKeeper errnoKeeper;
         dump.log(blocxx::Format("%1%2", prefix, item), __LINE__);
     }
 }
 
-/// Logs a record "<prefix><text of the element>" for each element from `first` to before `last`; nothing for none.
-/// @param debug as above
+/// Logs a record "<prefix><text of the element>" for each element from `first` to before `last`; an empty range logs
+/// nothing. errno is restored after each record. `debug` and `function` are those of the other form.
 template <class iterator_type>
 void dump_to_log(iterator_type first, iterator_type last, blocxx::Logger& logger, const blocxx::String& prefix,
-                 bool debug)
+                 bool debug, const char* function = nullptr)
 {
-    const TextOperationsDetail::Dump dump(logger, debug, __PRETTY_FUNCTION__);
+    const TextOperationsDetail::Dump dump(logger, debug, function != nullptr ? function : __PRETTY_FUNCTION__);
     if (!dump.isWanted())
     {
         return;
     }
     for (; first != last; ++first)
     {
+        const blocxx::ErrnoKeeper errnoKeeper;
         dump.log(blocxx::Format("%1%2", prefix, toString(*first)), __LINE__);
     }
 }
