@@ -35,8 +35,9 @@ public:
         m_logger.logMessage(category, m_unit.prefix + message, m_unit.name, line, m_signature);
     }
 
-    /// For what writes records of its own.
+    /// For what writes records of its own, which carry the same signature.
     blocxx::Logger& logger() { return m_logger; }
+    const char* signature() const { return m_signature; }
 
 private:
     static blocxx::Logger loggerOf(const LogUnit& unit)

@@ -70,9 +70,9 @@ void logHead(OperationLog& log, const Words& words, const OpenWBEM::HTTPHeaderMa
         return;
     }
     ZOL_LOG(log, DEBUG3, "Obtained HTTP headers:");
-    dump_to_log(headerMap.begin(), headerMap.end(), log.logger(), "header: ", true);
+    dump_to_log(headerMap.begin(), headerMap.end(), log.logger(), "header: ", true, log.signature());
     ZOL_LOG(log, DEBUG3, "Converting header format from response:");
-    dump_to_log(words, log.logger(), "Response status line: ", true);
+    dump_to_log(words, log.logger(), "Response status line: ", true, log.signature());
     ZOL_LOG(log, DEBUG3, "End response lines");
 }
 

@@ -344,6 +344,22 @@ TEST(ResponseHead, LogsEveryStep)
             "DEBUG3 response: Status line and headers checked out."));
 }
 
+TEST(ResponseHead, DumpedLinesNameTheFunctionThatDumps)
+{
+    const zol_test::LogCapture log(blocxx::E_DEBUG3_LEVEL);
+    ASSERT_FALSE(readHead("HTTP/1.1 200 OK\r\nA: 1\r\n\r\n").refused);
+    int dumped = 0;
+    for (const zol_test::LogRecord& record : log.records())
+    {
+        if (record.file == "TormudaTextOperations")
+        {
+            EXPECT_THAT(record.method, testing::HasSubstr("Response::convertToNewHeaderFormat(")) << record.message;
+            ++dumped;
+        }
+    }
+    EXPECT_EQ(dumped, 5);
+}
+
 TEST(ResponseHead, LogsThatTheStreamIsBadAndGoesOn)
 {
     const zol_test::LogCapture log(blocxx::E_DEBUG3_LEVEL);
