@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -27,7 +28,7 @@ ZOLNS2::MIME::ContentRef bodyOf(char** begin, char** end)
         new MultipartMixedContent("=_boundary_of_digest_multipart"));
     for (; begin != end; ++begin)
     {
-        if (!std::ifstream(*begin))
+        if (!std::filesystem::is_regular_file(*begin) || !std::ifstream(*begin))
         {
             throw std::runtime_error(std::string("cannot open ") + *begin);
         }

@@ -18,13 +18,14 @@ public:
 
     mime::ContentStreamStateRef m_inner;
     std::size_t m_remaining;
+    bool m_endedEarly = false;
 };
 
 } // namespace
 
 FixedLengthContent::FixedLengthContent(const mime::ContentRef& content, const mime::ContentTypeHeader& type,
-                                       std::size_t length, std::size_t maximalGaps)
-    : m_content(content), m_type(type), m_length(length), m_maximalGaps(maximalGaps)
+                                       std::size_t length)
+    : m_content(content), m_type(type), m_length(length)
 {
 }
 
@@ -52,14 +53,16 @@ std::size_t FixedLengthContent::getData(char* buffer, std::size_t size, const mi
     }
     const std::size_t wanted = std::min(size, cursor->m_remaining);
     std::size_t count = 0;
-    // Bounded, since a file that has become unreadable in the meantime delivers nothing for ever.
-    for (std::size_t gaps = 0; count == 0 && wanted > 0 && gaps <= m_maximalGaps; ++gaps)
+    // A file that cannot be read delivers nothing for ever.
+    bool isAtEnd = false;
+    do
     {
         count = m_content->getData(buffer, wanted, cursor->m_inner);
-    }
-    if (count == END_OF_DATA || (count == 0 && wanted > 0))
+        isAtEnd = count == END_OF_DATA || (count == 0 && mime::endedBadly(m_content, cursor->m_inner));
+    } while (count == 0 && wanted > 0 && !isAtEnd);
+    if (isAtEnd)
     {
-        m_endedEarly = true;
+        cursor->m_endedEarly = true;
         cursor->m_remaining = 0;
         return END_OF_DATA;
     }
@@ -71,6 +74,11 @@ std::size_t FixedLengthContent::getData(char* buffer, std::size_t size, const mi
 mime::ContentStreamStateRef FixedLengthContent::createInitialStreamState() const
 {
     return mime::ContentStreamStateRef(new Cursor(m_content->createInitialStreamState(), m_length));
+}
+
+bool FixedLengthContent::endedBadly(const mime::ContentStreamStateRef& state) const
+{
+    return state.cast_to<Cursor>()->m_endedEarly;
 }
 
 } // namespace zolget

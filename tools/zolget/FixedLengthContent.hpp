@@ -8,37 +8,32 @@ namespace zolget
 {
 
 /// Another content under a type of its own, delivered in exactly the length announced for it: bytes beyond that length
-/// are left out, and an early end is recorded.
+/// are left out, and an early end is a bad one.
 ///
 /// Where the other content has nothing to deliver between two of its pieces (files, for example), the next piece is
 /// asked for at once, since a stream that reads this content takes an empty delivery for the end.
-class FixedLengthContent : public ZOLNS2::MIME::Content
+class FixedLengthContent : public ZOLNS2::MIME::Content, public ZOLNS2::MIME::ContentEnd
 {
 public:
     /// @param length bytes
-    /// @param maximalGaps how often in a row the content may deliver nothing before that is taken for its end
     FixedLengthContent(const ZOLNS2::MIME::ContentRef& content, const ZOLNS2::MIME::ContentTypeHeader& type,
-                       std::size_t length, std::size_t maximalGaps);
+                       std::size_t length);
 
     ZOLNS2::MIME::ContentTypeHeader getContentType() override;
     bool hasContentLength() override;
     std::size_t getContentLength() override;
     std::size_t getData(char* buffer, std::size_t size, const ZOLNS2::MIME::ContentStreamStateRef& state) override;
     ZOLNS2::MIME::ContentStreamStateRef createInitialStreamState() const override;
+    bool endedBadly(const ZOLNS2::MIME::ContentStreamStateRef& state) const override;
 
     /// True once a reader has read the announced length.
     bool wasReadWhole() const { return m_wasReadWhole; }
-
-    /// True once a reader has reached the end of the other content before the announced length.
-    bool endedEarly() const { return m_endedEarly; }
 
 private:
     ZOLNS2::MIME::ContentRef m_content;
     ZOLNS2::MIME::ContentTypeHeader m_type;
     std::size_t m_length;
-    std::size_t m_maximalGaps;
     bool m_wasReadWhole = false;
-    bool m_endedEarly = false;
 };
 
 using FixedLengthContentRef = blocxx::IntrusiveReference<FixedLengthContent>;

@@ -87,7 +87,7 @@ mime::ContentRef makePart(const PartOption& part)
     const mime::ContentRef content = part.isFile ? makeFiles({part.value}) : makeText(part.value);
     const std::size_t slash = part.type.find('/');
     const mime::ContentTypeHeader type(part.type.substr(0, slash), part.type.substr(slash + 1), {});
-    return mime::ContentRef(new FixedLengthContent(content, type, lengthOf(content), 1));
+    return mime::ContentRef(new FixedLengthContent(content, type, lengthOf(content)));
 }
 
 /// A boundary that no part contains, for 128 random bits cannot be guessed.
@@ -135,8 +135,7 @@ RequestBodyRef makeRequestBody(const Options& options)
     const std::size_t length = lengthOf(content);
     // The library's copy of an empty body would mark the connection as failed.
     return length == 0 ? RequestBodyRef()
-                       : RequestBodyRef(new FixedLengthContent(content, content->getContentType(), length,
-                                                               options.dataFiles.size() + 1));
+                       : RequestBodyRef(new FixedLengthContent(content, content->getContentType(), length));
 }
 
 } // namespace zolget

@@ -88,8 +88,7 @@ mode_t modeOfNewFiles()
 
 [[noreturn]] void fail(const std::string& target, int error)
 {
-    throw Failure(ExitStatus::LOCAL_FILE,
-                  "cannot write " + target + ": " + std::strerror(error) + "; choose another place with -o");
+    throw Failure(ExitStatus::LOCAL_FILE, "cannot write " + target + ": " + std::strerror(error));
 }
 
 } // namespace

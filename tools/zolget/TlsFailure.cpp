@@ -44,7 +44,19 @@ std::string describeContextFailure(std::string_view text)
     {
         return reason + "; --key takes the private key of the certificate given with --cert";
     }
-    return reason + "; --ca, --cert and --key take files in PEM form";
+    if (contains(reason, "read key"))
+    {
+        return reason + "; --key takes the file of the private key, in PEM form (default: the file given with --cert)";
+    }
+    if (contains(reason, "read certificate"))
+    {
+        return reason + "; --cert takes a certificate in PEM form";
+    }
+    if (contains(reason, "truststore"))
+    {
+        return reason + "; --ca takes certificates in PEM form";
+    }
+    return reason;
 }
 
 std::string describeHandshakeFailure(std::string_view text)

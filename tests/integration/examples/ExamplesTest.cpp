@@ -35,6 +35,14 @@ TEST(DigestMultipart, PrintsTheDigestThatOpensslPrints)
     EXPECT_EQ(digest.errorOutput(), openssl.output().substr(0, 64) + "\n");
 }
 
+TEST(DigestMultipart, RefusesAFolder)
+{
+    const TemporaryDirectory directory;
+    ChildProcess digest = example("digest_multipart", {directory.path().string()});
+    EXPECT_EQ(digest.wait(), 1);
+    EXPECT_EQ(digest.errorOutput(), "digest_multipart: cannot open " + directory.path().string() + "\n");
+}
+
 TEST(DigestMultipart, NamesAMissingFile)
 {
     ChildProcess digest = example("digest_multipart", {"/nonexistent/file"});

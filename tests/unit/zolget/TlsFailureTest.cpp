@@ -35,8 +35,7 @@ TEST(TlsFailure, GivesNoAdviceAgainstVerification)
 TEST(TlsFailure, LeavesOutTheNamesOfFunctions)
 {
     EXPECT_EQ(describeContextFailure("SSLCtxMgr::initCtx(): Couldn't read certificate from file: c.pem: no start line"),
-              "Couldn't read certificate from file: c.pem: no start line; --ca, --cert and --key take files in PEM "
-              "form");
+              "Couldn't read certificate from file: c.pem: no start line; --cert takes a certificate in PEM form");
     EXPECT_EQ(describeHandshakeFailure("a text with a call in it(): x"), "a text with a call in it(): x");
 }
 
@@ -46,6 +45,12 @@ TEST(TlsFailure, AdvisesByTheCauseOfAContextFailure)
         describeContextFailure("Couldn't read key from file: k.pem: it is encrypted; decrypt it first, or give it "
                                "in SSLOpts::pkey"),
         "Couldn't read key from file: k.pem: it is encrypted; remove the pass phrase from the key first");
+    EXPECT_EQ(describeContextFailure("Couldn't read key from file: c.pem: unsupported"),
+              "Couldn't read key from file: c.pem: unsupported; --key takes the file of the private key, in PEM form "
+              "(default: the file given with --cert)");
+    EXPECT_EQ(describeContextFailure("Error loading truststore t: no certificate or crl found"),
+              "Error loading truststore t: no certificate or crl found; --ca takes certificates in PEM form");
+    EXPECT_EQ(describeContextFailure("out of memory"), "out of memory");
     EXPECT_EQ(describeContextFailure("Couldn't read key from file: k.pem: key values mismatch"),
               "Couldn't read key from file: k.pem: key values mismatch; --key takes the private key of the certificate "
               "given with --cert");
