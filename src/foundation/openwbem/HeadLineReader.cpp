@@ -2,8 +2,6 @@
 
 #include "openwbem/OW_HTTPUtils.hpp"
 
-#include <cxxabi.h>
-
 #include <algorithm>
 #include <cstring>
 
@@ -24,8 +22,8 @@ bool contains(std::string_view text, char c)
 
 } // namespace
 
-HeadLineReader::HeadLineReader(std::istream& input)
-    : m_input(input), m_source(*input.rdbuf()), m_buffered(dynamic_cast<blocxx::BaseStreamBuffer*>(input.rdbuf()))
+HeadLineReader::HeadLineReader(std::streambuf& input)
+    : m_source(input), m_buffered(dynamic_cast<blocxx::BaseStreamBuffer*>(&input))
 {
 }
 
@@ -42,11 +40,9 @@ HeadLineReader::EResult HeadLineReader::next()
     case E_INPUT_OVER:
         return endOfInput();
     case E_TOO_LONG:
-        return refuse(std::ios_base::failbit);
-    case E_BUFFER_THREW:
         break;
     }
-    return refuse(std::ios_base::badbit);
+    return refuse(std::ios_base::failbit);
 }
 
 /// Takes the next line, if the buffer holds all of it.
@@ -68,34 +64,22 @@ bool HeadLineReader::takeFromWindow()
     return true;
 }
 
-/// Makes the buffer ask for more, and reads byte by byte what it then does not hold as a whole line. What the buffer
-/// throws goes no further; an exception that the stream's mask asks for cannot be thrown in here.
+/// Makes the buffer ask for more, and reads byte by byte what it then does not hold as a whole line.
 HeadLineReader::EGathered HeadLineReader::gather()
 {
     m_gathered.clear();
-    try
+    m_line = std::string_view();
+    if (Traits::eq_int_type(m_source.sgetc(), Traits::eof()))
     {
-        m_line = std::string_view();
-        if (Traits::eq_int_type(m_source.sgetc(), Traits::eof()))
-        {
-            return E_INPUT_OVER;
-        }
-        if (takeFromWindow())
-        {
-            return E_WHOLE_LINE;
-        }
-        const EGathered gathered = gatherBytes();
-        m_line = m_gathered;
-        return gathered;
+        return E_INPUT_OVER;
     }
-    catch (const abi::__forced_unwind&)
+    if (takeFromWindow())
     {
-        throw;
+        return E_WHOLE_LINE;
     }
-    catch (...)
-    {
-        return E_BUFFER_THREW;
-    }
+    const EGathered gathered = gatherBytes();
+    m_line = m_gathered;
+    return gathered;
 }
 
 HeadLineReader::EGathered HeadLineReader::gatherBytes()
@@ -138,13 +122,13 @@ HeadLineReader::EResult HeadLineReader::endOfInput()
     {
         return refuse(ENDED | std::ios_base::badbit);
     }
-    m_input.setstate(ENDED);
+    m_state |= ENDED;
     return m_line.empty() ? E_END : accept(E_LAST_LINE);
 }
 
 HeadLineReader::EResult HeadLineReader::refuse(std::ios_base::iostate state)
 {
-    m_input.setstate(state);
+    m_state |= state;
     return E_REFUSED;
 }
 

@@ -3,7 +3,8 @@
 #include "blocxx/BaseStreamBuffer.hpp"
 
 #include <cstddef>
-#include <istream>
+#include <ios>
+#include <streambuf>
 #include <string>
 #include <string_view>
 
@@ -11,7 +12,7 @@ namespace OpenWBEM
 {
 
 /// Reads the lines of one head straight from a stream's buffer, never a byte beyond a line's end. Lines that the buffer
-/// already holds are looked at where they lie.
+/// already holds are looked at where they lie. What the buffer throws passes through.
 class HeadLineReader
 {
 public:
@@ -23,10 +24,14 @@ public:
         E_REFUSED    ///< a line that no head may hold, too large a head, or failed input
     };
 
-    explicit HeadLineReader(std::istream& input);
+    explicit HeadLineReader(std::streambuf& input);
 
-    /// Reads the next line. Sets the stream's bits for all but E_LINE: eofbit, failbit and, for failed input, badbit.
+    /// Reads the next line. Every result but E_LINE adds bits to state().
     EResult next();
+
+    /// The bits that the stream should get for what has been read: eofbit and failbit for the end of the input, badbit
+    /// too if it has failed, failbit for a line that was refused.
+    std::ios_base::iostate state() const { return m_state; }
 
     /// The line without its end; valid until the next one is read.
     std::string_view line() const { return m_line; }
@@ -36,8 +41,7 @@ private:
     {
         E_WHOLE_LINE,
         E_INPUT_OVER,
-        E_TOO_LONG,
-        E_BUFFER_THREW
+        E_TOO_LONG
     };
 
     bool takeFromWindow();
@@ -47,12 +51,12 @@ private:
     EResult endOfInput();
     EResult refuse(std::ios_base::iostate state);
 
-    std::istream& m_input;
     std::streambuf& m_source;
     blocxx::BaseStreamBuffer* const m_buffered; // null for other kinds of buffers
     std::string_view m_line;
     std::string m_gathered;
     std::size_t m_total = 0;
+    std::ios_base::iostate m_state = std::ios_base::goodbit;
 };
 
 } // namespace OpenWBEM

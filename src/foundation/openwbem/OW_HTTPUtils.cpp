@@ -2,6 +2,8 @@
 
 #include "HeadLineReader.hpp"
 
+#include "blocxx/internal/StreamFailure.hpp"
+
 #include <algorithm>
 #include <istream>
 #include <string>
@@ -59,6 +61,12 @@ String stringOf(std::string_view text)
 }
 
 /// Adds header lines to a map.
+///
+///     field-line  = field-name ":" OWS field-value OWS      RFC 9112 section 5
+///     obs-fold    = OWS CRLF RWS                            RFC 9112 section 5.2
+///
+/// A name may be any text without a colon, as characters that no token holds confuse nobody; white space between the name
+/// and the colon, which only an origin server has to refuse (RFC 9112 section 5.1), is removed.
 class FieldCollector
 {
 public:
@@ -86,20 +94,31 @@ private:
         String name = lowerCase(trimmed(line.substr(0, colon)));
         const std::string_view value = trimmed(line.substr(colon + 1));
         const bool isLength = name == CONTENT_LENGTH;
+        // Made first: an entry without its value must not stay behind when there is no memory.
+        String first = stringOf(value);
         const std::size_t entriesBefore = m_map.size();
         m_current = &m_map[std::move(name)];
         m_currentIsEmpty = value.empty();
         if (m_map.size() != entriesBefore)
         {
-            *m_current = stringOf(value);
+            m_current->swap(first);
         }
         // RFC 9110 section 8.6: a length given several times with one value may be taken as that value.
         else if (!isLength || !isCurrentValue(value))
         {
-            *m_current += ", ";
-            *m_current += stringOf(value);
+            append(", ", value);
         }
         return true;
+    }
+
+    /// Whole or not at all.
+    void append(std::string_view separator, std::string_view text)
+    {
+        std::string addition;
+        addition.reserve(separator.size() + text.size());
+        addition += separator;
+        addition += text;
+        *m_current += String(std::move(addition));
     }
 
     bool isCurrentValue(std::string_view value) const
@@ -113,11 +132,7 @@ private:
         {
             return false;
         }
-        if (!m_currentIsEmpty)
-        {
-            *m_current += ' ';
-        }
-        *m_current += stringOf(text);
+        append(m_currentIsEmpty ? "" : " ", text);
         m_currentIsEmpty = false;
         return true;
     }
@@ -127,43 +142,6 @@ private:
     String* m_current = nullptr;  // the value of the last field, in the map
     bool m_currentIsEmpty = true; // without what it was joined to
 };
-
-enum EEndOfInput
-{
-    E_END_REFUSES,
-    E_END_ENDS_HEAD
-};
-
-bool refuse(std::istream& input)
-{
-    input.setstate(std::ios_base::failbit);
-    return false;
-}
-
-bool readFields(HTTPHeaderMap& map, HeadLineReader& reader, std::istream& input, EEndOfInput endOfInput)
-{
-    FieldCollector fields(map);
-    for (;;)
-    {
-        const HeadLineReader::EResult result = reader.next();
-        if (result == HeadLineReader::E_REFUSED)
-        {
-            return false;
-        }
-        if (result != HeadLineReader::E_LINE && endOfInput == E_END_REFUSES)
-        {
-            return false;
-        }
-        if (reader.line().empty())
-        {
-            return true;
-        }
-        if (isBlank(reader.line()) || !fields.add(reader.line()))
-        {
-            return refuse(input);
-        }
-    }
-}
 
 void splitWords(blocxx::Array<String>& words, std::string_view line)
 {
@@ -184,15 +162,74 @@ void splitWords(blocxx::Array<String>& words, std::string_view line)
     words.swap(found);
 }
 
-} // namespace
-
-bool parseHeader(HTTPHeaderMap& map, blocxx::Array<String>& array, std::istream& istr)
+/// What follows the last header line.
+enum EEndOfInput
 {
-    if (istr.fail())
+    E_END_REFUSES,  ///< the empty line, without which the head was cut
+    E_END_ENDS_HEAD ///< the empty line or the end of the input
+};
+
+/// Reads with `read(HeadLineReader&, iostate& bits)`, and gives the stream the bits of what was read and those that
+/// `read` adds. What the stream throws for them because its mask asks for it is not mixed up with what its buffer or an
+/// allocation throws while the head is read: that passes through as it is, with badbit set.
+template <class Read>
+bool readHead(std::istream& input, const Read& read)
+{
+    std::ios_base::iostate bits = std::ios_base::goodbit;
+    bool accepted = false;
+    try
     {
-        return false;
+        HeadLineReader reader(*input.rdbuf());
+        accepted = read(reader, bits);
+        bits |= reader.state();
     }
-    HeadLineReader reader(istr);
+    catch (...)
+    {
+        blocxx::Internal::setStateQuietly(input, std::ios_base::badbit);
+        throw;
+    }
+    if (bits != std::ios_base::goodbit)
+    {
+        input.setstate(bits);
+    }
+    return accepted;
+}
+
+/// Reads header lines up to the empty line, or up to the end of the input if that may end them.
+bool readFields(HTTPHeaderMap& map, HeadLineReader& reader, std::ios_base::iostate& bits, EEndOfInput endOfInput)
+{
+    FieldCollector fields(map);
+    for (;;)
+    {
+        const HeadLineReader::EResult result = reader.next();
+        if (result == HeadLineReader::E_REFUSED)
+        {
+            return false;
+        }
+        if (result != HeadLineReader::E_LINE && endOfInput == E_END_REFUSES)
+        {
+            return false;
+        }
+        if (reader.line().empty())
+        {
+            return true;
+        }
+        if (isBlank(reader.line()) || !fields.add(reader.line()))
+        {
+            bits |= std::ios_base::failbit;
+            return false;
+        }
+    }
+}
+
+/// Reads the first line, behind empty ones, and the header lines.
+///
+///     HTTP-message = start-line CRLF *( field-line CRLF ) CRLF [ message-body ]      RFC 9112 section 2.1
+///
+/// LF alone ends a line too, a CR elsewhere refuses the head, and empty lines in front are skipped (section 2.2).
+bool readFirstLineAndFields(HTTPHeaderMap& map, blocxx::Array<String>& words, HeadLineReader& reader,
+                            std::ios_base::iostate& bits)
+{
     for (std::size_t emptyLines = 0; emptyLines <= MAX_LEADING_EMPTY_LINES; ++emptyLines)
     {
         const HeadLineReader::EResult result = reader.next();
@@ -202,11 +239,24 @@ bool parseHeader(HTTPHeaderMap& map, blocxx::Array<String>& array, std::istream&
         }
         if (!isBlank(reader.line()))
         {
-            splitWords(array, reader.line());
-            return result == HeadLineReader::E_LINE && readFields(map, reader, istr, E_END_REFUSES);
+            splitWords(words, reader.line());
+            return result == HeadLineReader::E_LINE && readFields(map, reader, bits, E_END_REFUSES);
         }
     }
-    return refuse(istr);
+    bits |= std::ios_base::failbit;
+    return false;
+}
+
+} // namespace
+
+bool parseHeader(HTTPHeaderMap& map, blocxx::Array<String>& array, std::istream& istr)
+{
+    if (istr.fail())
+    {
+        return false;
+    }
+    return readHead(istr, [&](HeadLineReader& reader, std::ios_base::iostate& bits)
+                    { return readFirstLineAndFields(map, array, reader, bits); });
 }
 
 bool parseHeader(HTTPHeaderMap& map, std::istream& istr)
@@ -221,19 +271,8 @@ bool buildMap(HTTPHeaderMap& map, std::istream& istr)
     {
         return true;
     }
-    HeadLineReader reader(istr);
-    return readFields(map, reader, istr, E_END_ENDS_HEAD);
-}
-
-bool headerHasKey(const HTTPHeaderMap& headers, const String& key)
-{
-    return headers.count(String(key).toLowerCase()) != 0;
-}
-
-String getHeaderValue(const HTTPHeaderMap& headers, const String& key)
-{
-    const HTTPHeaderMap::const_iterator found = headers.find(String(key).toLowerCase());
-    return found == headers.end() ? String() : found->second;
+    return readHead(istr, [&](HeadLineReader& reader, std::ios_base::iostate& bits)
+                    { return readFields(map, reader, bits, E_END_ENDS_HEAD); });
 }
 
 } // namespace OpenWBEM::HTTPUtils

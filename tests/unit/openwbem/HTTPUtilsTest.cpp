@@ -308,14 +308,4 @@ TEST(HTTPUtils, ParseHeaderWithoutWordsIsBuildMap)
     EXPECT_EQ(stateOf(input), "EF");
 }
 
-TEST(HTTPUtils, LooksNamesUpInAnyCase)
-{
-    HTTPHeaderMap map;
-    map["content-type"] = "text/xml";
-    EXPECT_TRUE(HTTPUtils::headerHasKey(map, "Content-Type"));
-    EXPECT_FALSE(HTTPUtils::headerHasKey(map, "Content"));
-    EXPECT_EQ(HTTPUtils::getHeaderValue(map, "CONTENT-TYPE"), "text/xml");
-    EXPECT_EQ(HTTPUtils::getHeaderValue(map, "age"), "");
-}
-
 } // namespace

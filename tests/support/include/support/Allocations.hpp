@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <new>
 
 namespace zol_test
 {
@@ -23,6 +24,33 @@ Allocations allocationsOf(Action action)
     action();
     const Allocations after = allocationsOfThisThread();
     return {after.count - before.count, after.bytes - before.bytes};
+}
+
+/// Makes the n-th next allocation of the calling thread fail, the next one for 1; 0 calls that off.
+/// @return whether one that was asked for before is still to come
+bool failAllocation(std::size_t n);
+
+/// Runs `action` with its n-th allocation failing.
+/// @return whether it had as many; the std::bad_alloc that it then threw goes no further
+template <typename Action>
+bool failsInAllocation(std::size_t n, Action action)
+{
+    failAllocation(n);
+    bool threw = false;
+    try
+    {
+        action();
+    }
+    catch (const std::bad_alloc&)
+    {
+        threw = true;
+    }
+    catch (...)
+    {
+        failAllocation(0);
+        throw;
+    }
+    return !failAllocation(0) && threw;
 }
 
 } // namespace zol_test
