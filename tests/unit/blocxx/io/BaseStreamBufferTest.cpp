@@ -1,125 +1,21 @@
 #include "blocxx/BaseStreamBuffer.hpp"
 
+#include "ProbeBuffer.hpp"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstring>
-#include <deque>
-#include <functional>
 #include <istream>
 #include <ostream>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 using blocxx::BaseStreamBuffer;
 using testing::ElementsAre;
-
-namespace
-{
-
-std::string bytes(std::size_t count)
-{
-    std::string text(count, '\0');
-    for (std::size_t i = 0; i < count; ++i)
-    {
-        text[i] = static_cast<char>('a' + i % 26);
-    }
-    return text;
-}
-
-class ProbeBuffer : public BaseStreamBuffer
-{
-public:
-    using Step = std::function<int(char*, int)>;
-    using BaseStreamBuffer::E_NEGATIVE_ENDS;
-    using BaseStreamBuffer::E_NEGATIVE_FAILS;
-
-    ProbeBuffer(EDirectionFlag direction, std::size_t size, ENegativeResult negative = E_NEGATIVE_FAILS)
-        : BaseStreamBuffer(direction, size, negative)
-    {
-    }
-
-    static Step data(const std::string& text)
-    {
-        return [text](char* to, int room)
-        {
-            EXPECT_LE(text.size(), static_cast<std::size_t>(room));
-            text.copy(to, text.size());
-            return static_cast<int>(text.size());
-        };
-    }
-    static Step answer(int value, int error = 0)
-    {
-        return [=](char*, int)
-        {
-            errno = error;
-            return value;
-        };
-    }
-    static Step fill()
-    {
-        return [](char* to, int room)
-        {
-            std::memset(to, 'x', static_cast<std::size_t>(room));
-            return room;
-        };
-    }
-    static Step exception()
-    {
-        return [](char*, int) -> int { throw std::runtime_error("device"); };
-    }
-
-    void reset() { initBuffers(); }
-    using BaseStreamBuffer::overflow;
-    using BaseStreamBuffer::sync;
-
-    std::deque<Step> input;
-    std::deque<int> outputAnswers;
-    bool throwOnOutput = false;
-    std::vector<int> asked;
-    std::vector<std::string> blocks;
-
-protected:
-    int buffer_from_device(char* to, int room) override
-    {
-        asked.push_back(room);
-        if (input.empty())
-        {
-            return 0;
-        }
-        const Step step = input.front();
-        input.pop_front();
-        return step(to, room);
-    }
-
-    int buffer_to_device(const char* from, int count) override
-    {
-        if (throwOnOutput)
-        {
-            throw std::runtime_error("device");
-        }
-        blocks.emplace_back(from, static_cast<std::size_t>(count));
-        int result = 0;
-        if (!outputAnswers.empty())
-        {
-            result = outputAnswers.front();
-            outputAnswers.pop_front();
-        }
-        return result;
-    }
-};
-
-std::string readBlock(std::istream& stream, std::size_t count)
-{
-    std::string block(count, '\0');
-    stream.read(block.data(), static_cast<std::streamsize>(count));
-    block.resize(static_cast<std::size_t>(stream.gcount()));
-    return block;
-}
-
-} // namespace
+using zol_test::bytes;
+using zol_test::ProbeBuffer;
+using zol_test::readBlock;
 
 TEST(BaseStreamBufferInput, RefillAsksOnceForTheWholeBufferAndHandsOverWhatArrived)
 {
@@ -595,11 +491,11 @@ TEST(BaseStreamBufferOutput, FailingFlushOfAFullBufferRefusesTheByte)
 TEST(BaseStreamBufferOutput, ExceptionOfTheDeviceMakesTheStreamBad)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.throwOnOutput = true;
+    buffer.duringOutput = [] { throw std::runtime_error("device"); };
     std::ostream stream(&buffer);
     stream << "abc" << std::flush;
     EXPECT_TRUE(stream.bad());
-    buffer.throwOnOutput = false;
+    buffer.duringOutput = nullptr;
     EXPECT_EQ(buffer.pubsync(), 0);
     EXPECT_TRUE(buffer.blocks.empty());
 }

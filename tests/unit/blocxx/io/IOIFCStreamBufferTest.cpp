@@ -50,6 +50,37 @@ TEST(IOIFCStreamBuffer, NegativeReadIsAFailureAndZeroTheEnd)
     EXPECT_EQ(buffer.inputError(), ETIMEDOUT);
 }
 
+TEST(IOIFCStreamBuffer, KeepsWhatTheDeviceSaysAboutAFailure)
+{
+    ScriptedDevice device;
+    device.errorText = "unknown authority";
+    device.reads = {ScriptedDevice::failure(EPROTO)};
+    device.writes = {ScriptedDevice::failure(EPIPE)};
+    IOIFCStreamBuffer buffer(&device);
+    buffer.sgetc();
+    EXPECT_EQ(buffer.inputError(), EPROTO);
+    EXPECT_EQ(buffer.inputErrorText(), "unknown authority");
+    EXPECT_EQ(buffer.outputErrorText(), "");
+    buffer.sputc('a');
+    buffer.pubsync();
+    EXPECT_EQ(buffer.outputError(), EPIPE);
+    EXPECT_EQ(buffer.outputErrorText(), "unknown authority");
+}
+
+TEST(IOIFCStreamBuffer, AWriteCountWithoutAReasonIsAnInputOutputError)
+{
+    for (const int count : {0, 4})
+    {
+        ScriptedDevice device;
+        device.writes = {ScriptedDevice::result(count)};
+        IOIFCStreamBuffer buffer(&device);
+        buffer.sputn("abc", 3);
+        errno = EAGAIN;
+        buffer.pubsync();
+        EXPECT_EQ(buffer.outputError(), EIO) << count;
+    }
+}
+
 TEST(IOIFCStreamBuffer, ShortWritesContinueWithTheRest)
 {
     ScriptedDevice device;

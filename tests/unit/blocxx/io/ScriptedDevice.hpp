@@ -63,6 +63,9 @@ public:
         return finish(step, action);
     }
 
+    blocxx::String lastErrorText() const override { return errorText.c_str(); }
+
+    std::string errorText;
     std::deque<Step> reads;
     std::deque<Step> writes;
     std::vector<int> readRequests;
