@@ -241,10 +241,4 @@ HTTPChunkedIStream::HTTPChunkedIStream(std::istream& istr) : HTTPChunkedIStreamB
 
 HTTPChunkedIStream::~HTTPChunkedIStream() = default;
 
-void HTTPChunkedIStream::resetInput()
-{
-    m_buffer.resetInput();
-    clear();
-}
-
 } // namespace OpenWBEM

@@ -1,4 +1,5 @@
 #include "PiecewiseInput.hpp"
+#include "support/Cancellation.hpp"
 
 #include "openwbem/OW_HTTPChunkedIStream.hpp"
 
@@ -19,6 +20,7 @@ using namespace std::string_literals;
 
 using blocxx::BaseStreamBuffer;
 using OpenWBEM::HTTPChunkedIStream;
+using OpenWBEM::HTTPChunkedIStreamBuffer;
 using zol_test::PiecewiseInput;
 using zol_test::stateOf;
 
@@ -212,6 +214,10 @@ const BodyCase MALFORMED_BODIES[] = {
     {"MoreDataThanAnnounced", "5\r\nhelloXYZ\r\n0\r\n\r\n", "hello", "F", ""},
     {"MoreDataThatLooksLikeASize", "5\r\nhelloabc\r\n0\r\n\r\n", "hello", "F", ""},
     {"LessThanTheDataAnnounced", "3\r\nhello\r\n0\r\n\r\n", "hel", "F", ""},
+    {"WrongFirstByteOfTheLineEndBehindTheData", "5\r\nhelloX\n3\r\nabc\r\n0\r\n\r\n", "hello", "F", ""},
+    {"WrongSecondByteOfTheLineEndBehindTheData", "5\r\nhello\rX3\r\nabc\r\n0\r\n\r\n", "hello", "F", ""},
+    {"WrongFirstByteOfTheLineEndBehindASize", "5\r\nhello\r\n3X\nabc\r\n0\r\n\r\n", "hello", "F", ""},
+    {"WrongSecondByteOfTheLineEndBehindASize", "5\r\nhello\r\n3\rXabc\r\n0\r\n\r\n", "hello", "F", ""},
     {"BlanksBehindTheData", "5\r\nhello \t \r\n0\r\n\r\n", "hello", "F", ""},
     {"CrAloneBehindTheData", "5\r\nhello\r0\r\n\r\n", "hello", "F", ""},
     {"BadSecondSize", "5\r\nhello\r\nzz\r\n", "hello", "F", ""},
@@ -246,6 +252,41 @@ const BodyCase CUT_BODIES[] = {
     {"InTheLargestChunk", "FFFFFFFFFFFFFFFF\r\nhello", "hello", "EF", ""},
 };
 INSTANTIATE_TEST_SUITE_P(Cut, BrokenBody, testing::ValuesIn(CUT_BODIES), nameOf);
+
+int valueOfDigit(char c)
+{
+    const std::string digits = "0123456789abcdef";
+    const std::size_t at = digits.find(static_cast<char>(c >= 'A' && c <= 'F' ? c + ('a' - 'A') : c));
+    return at == std::string::npos ? -1 : static_cast<int>(at);
+}
+
+/// A chunk line may begin with a hexadecimal digit and with nothing else, be it the first line or a later one.
+TEST(HTTPChunkedIStream, AChunkLineBeginsWithADigit)
+{
+    for (int code = 0; code < 256; ++code)
+    {
+        const char first = static_cast<char>(code);
+        const int value = valueOfDigit(first);
+        for (const std::string before : {"", "5\r\nhello\r\n"})
+        {
+            for (const std::string rest : {"", "1"})
+            {
+                SCOPED_TRACE("byte " + std::to_string(code) + " before '" + rest + "', behind '" + before + "'");
+                const int size = rest.empty() ? value : 16 * value + 1;
+                const std::string data(value < 0 ? 20U : static_cast<std::size_t>(size), 'x');
+                const std::string end = size == 0 ? "\r\n" : "\r\n0\r\n\r\n";
+                readInAllWays(before + first + rest + "\r\n" + data + end,
+                              [&](HTTPChunkedIStream& body, const std::string& read, const std::string& wrappedState,
+                                  const std::string&)
+                              {
+                                  EXPECT_EQ(read, (before.empty() ? "" : "hello") + (value < 0 ? "" : data));
+                                  EXPECT_EQ(stateOf(body), value < 0 ? "EFB" : "EF");
+                                  EXPECT_EQ(wrappedState, value < 0 ? "F" : "good");
+                              });
+            }
+        }
+    }
+}
 
 /// Whether a body of one byte with that size line and that trailer is complete.
 bool isAccepted(const std::string& sizeLine, const std::string& trailer)
@@ -423,29 +464,45 @@ TEST(HTTPChunkedIStream, LargeDataThatIsCutIsDeliveredFirst)
     EXPECT_EQ(stateOf(body), "EFB");
 }
 
-TEST(HTTPChunkedIStream, ResetGetsReadyForTheNextBody)
+TEST(HTTPChunkedIStreamBuffer, ResetGetsReadyForTheNextBody)
 {
     std::istringstream wrapped("5\r\nhello\r\n0\r\n\r\n3\r\nabc\r\n0\r\n\r\nN");
-    HTTPChunkedIStream body(wrapped);
+    HTTPChunkedIStreamBuffer buffer(wrapped);
+    std::istream body(&buffer);
     EXPECT_EQ(readBlock(body, 100), "hello");
-    body.resetInput();
-    EXPECT_EQ(stateOf(body), "good");
-    EXPECT_EQ(inputStateOf(body), BaseStreamBuffer::E_INPUT_OPEN);
+    buffer.resetInput();
+    body.clear();
+    EXPECT_EQ(buffer.inputState(), BaseStreamBuffer::E_INPUT_OPEN);
     EXPECT_EQ(readBlock(body, 100), "abc");
     EXPECT_EQ(stateOf(body), "EF");
     EXPECT_EQ(stateOf(wrapped), "good");
 }
 
-TEST(HTTPChunkedIStream, ResetForgetsAnError)
+TEST(HTTPChunkedIStreamBuffer, ResetDropsWhatWasNotRead)
 {
-    std::istringstream wrapped("zz\r\n");
-    HTTPChunkedIStream body(wrapped);
-    EXPECT_EQ(readBlock(body, 100), "");
-    EXPECT_TRUE(body.bad());
-    wrapped.clear();
+    std::istringstream wrapped("5\r\nhello\r\n0\r\n\r\n3\r\nabc\r\n0\r\n\r\nN");
+    HTTPChunkedIStreamBuffer buffer(wrapped);
+    std::istream body(&buffer);
+    EXPECT_EQ(body.get(), 'h');
     wrapped.str("3\r\nabc\r\n0\r\n\r\n");
-    body.resetInput();
+    buffer.resetInput();
     EXPECT_EQ(readBlock(body, 100), "abc");
+}
+
+TEST(HTTPChunkedIStreamBuffer, ResetForgetsAnError)
+{
+    PiecewiseInput device("zz\r\n3\r\nabc\r\n0\r\n\r\n");
+    std::istream wrapped(&device);
+    HTTPChunkedIStreamBuffer buffer(wrapped);
+    std::istream body(&buffer);
+    EXPECT_EQ(readBlock(body, 100), "");
+    EXPECT_EQ(buffer.inputState(), BaseStreamBuffer::E_INPUT_FAILED);
+    wrapped.clear();
+    wrapped.ignore(3);
+    buffer.resetInput();
+    body.clear();
+    EXPECT_EQ(readBlock(body, 100), "abc");
+    EXPECT_EQ(buffer.inputError(), 0);
     EXPECT_EQ(stateOf(body), "EF");
 }
 
@@ -523,7 +580,32 @@ TEST(HTTPChunkedIStream, ABufferThatThrowsLosesNothingBefore)
         EXPECT_EQ(readBlock(body, 100), "helloa");
         EXPECT_EQ(stateOf(body), "EFB");
         EXPECT_EQ(stateOf(wrapped), "B");
+        const auto& ended = dynamic_cast<BaseStreamBuffer&>(*body.rdbuf());
+        EXPECT_EQ(ended.inputError(), EIO);
+        EXPECT_EQ(ended.inputErrorText(), "the device broke");
     }
+}
+
+TEST(HTTPChunkedIStream, TheTextOfAnErrorIsPassedOn)
+{
+    class Device : public PiecewiseInput
+    {
+        using PiecewiseInput::PiecewiseInput;
+        blocxx::String deviceErrorText() const override { return "unknown authority"; }
+    };
+    Device buffer("5\r\nhello\r\n", 65536, PiecewiseInput::E_ERROR);
+    std::istream wrapped(&buffer);
+    HTTPChunkedIStream body(wrapped);
+    EXPECT_EQ(readBlock(body, 100), "hello");
+    EXPECT_EQ(dynamic_cast<BaseStreamBuffer&>(*body.rdbuf()).inputErrorText(), "unknown authority");
+}
+
+TEST(HTTPChunkedIStream, AMalformedBodyHasNoText)
+{
+    std::istringstream wrapped("zz\r\n");
+    HTTPChunkedIStream body(wrapped);
+    EXPECT_EQ(readBlock(body, 100), "");
+    EXPECT_EQ(dynamic_cast<BaseStreamBuffer&>(*body.rdbuf()).inputErrorText(), "");
 }
 
 TEST(HTTPChunkedIStream, TheMasksOfBothStreamsAreTheirOwn)
@@ -536,17 +618,42 @@ TEST(HTTPChunkedIStream, TheMasksOfBothStreamsAreTheirOwn)
     EXPECT_EQ(stateOf(wrapped), "F");
 }
 
-/// A buffer of its own kind, without a get area: each byte comes alone.
+/// A buffer of its own kind, without a get area: each byte comes alone, although more are announced.
 class UnbufferedText : public std::streambuf
 {
 public:
-    explicit UnbufferedText(std::string text) : m_text(std::move(text)) {}
+    enum EEnd
+    {
+        E_ORDERLY,
+        E_THROW,
+        E_CANCEL
+    };
+
+    explicit UnbufferedText(std::string text, EEnd end = E_ORDERLY) : m_text(std::move(text)), m_end(end) {}
 
 private:
-    int_type underflow() override { return m_next < m_text.size() ? traits_type::to_int_type(m_text[m_next]) : -1; }
-    int_type uflow() override { return m_next < m_text.size() ? traits_type::to_int_type(m_text[m_next++]) : -1; }
+    std::streamsize showmanyc() override { return 1000; }
+    int_type underflow() override
+    {
+        if (m_next == m_text.size() && m_end == E_THROW)
+        {
+            throw std::runtime_error("the buffer broke");
+        }
+        if (m_next == m_text.size() && m_end == E_CANCEL)
+        {
+            zol_test::beCancelled();
+        }
+        return m_next < m_text.size() ? traits_type::to_int_type(m_text[m_next]) : traits_type::eof();
+    }
+    int_type uflow() override
+    {
+        const int_type c = underflow();
+        m_next += c == traits_type::eof() ? 0 : 1;
+        return c;
+    }
 
     const std::string m_text;
+    const EEnd m_end;
     std::size_t m_next = 0;
 };
 
@@ -557,6 +664,32 @@ TEST(HTTPChunkedIStream, ReadsFromABufferWithoutAGetArea)
     HTTPChunkedIStream body(wrapped);
     EXPECT_EQ(readBlock(body, 100), "helloabc");
     EXPECT_EQ(stateOf(body), "EF");
+}
+
+TEST(HTTPChunkedIStream, ABufferWithoutAGetAreaThatThrowsLosesNothingBefore)
+{
+    for (const std::string wire : {"5\r\nhello\r\n3\r\nab", "5\r\nhello\r\n2\r\nab", "5\r\nhello\r\n2\r\nab\r\n1"})
+    {
+        UnbufferedText buffer(wire, UnbufferedText::E_THROW);
+        std::istream wrapped(&buffer);
+        HTTPChunkedIStream body(wrapped);
+        EXPECT_EQ(readBlock(body, 100), "helloab");
+        EXPECT_EQ(stateOf(body), "EFB");
+        EXPECT_EQ(stateOf(wrapped), "B");
+        EXPECT_EQ(dynamic_cast<BaseStreamBuffer&>(*body.rdbuf()).inputErrorText(), "the buffer broke");
+    }
+}
+
+TEST(HTTPChunkedIStream, ACancelledThreadIsNotHeldUp)
+{
+    for (const std::size_t wanted : {std::size_t{1}, std::size_t{100}})
+    {
+        UnbufferedText buffer("5\r\n", UnbufferedText::E_CANCEL);
+        std::istream wrapped(&buffer);
+        HTTPChunkedIStream body(wrapped);
+        EXPECT_TRUE(zol_test::endsCancelled([&] { readBlock(body, wanted); }));
+        EXPECT_TRUE(body.bad());
+    }
 }
 
 } // namespace

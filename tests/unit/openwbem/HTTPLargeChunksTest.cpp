@@ -1,5 +1,6 @@
 #include "PiecewiseInput.hpp"
 
+#include "blocxx/IOIFCStreamBuffer.hpp"
 #include "openwbem/OW_HTTPChunkedIStream.hpp"
 
 #include <gtest/gtest.h>
@@ -8,13 +9,17 @@
 #include <istream>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
 {
 
+using blocxx::BaseStreamBuffer;
+using blocxx::IOIFCStreamBuffer;
 using OpenWBEM::HTTPChunkedIStream;
 using zol_test::PiecewiseConnection;
+using zol_test::PiecewiseDevice;
 using zol_test::PiecewiseText;
 using zol_test::stateOf;
 
@@ -120,6 +125,78 @@ TEST(HTTPLargeChunks, AMissingLineEndBehindTheDataIsAnErrorBehindTheData)
     HTTPChunkedIStream body(connection.stream());
     EXPECT_EQ(readAll(body, 400000), data);
     EXPECT_EQ(stateOf(body), "EFB");
+}
+
+/// A connection's buffer whose subclass takes a mask from the bytes as they come in.
+class UnmaskingBuffer : public IOIFCStreamBuffer
+{
+public:
+    static constexpr char MASK = 0x55;
+
+    using IOIFCStreamBuffer::IOIFCStreamBuffer;
+
+private:
+    int_type underflow() override
+    {
+        const bool refills = gptr() == egptr();
+        IOIFCStreamBuffer::underflow();
+        for (char* at = refills ? gptr() : egptr(); at != egptr(); ++at)
+        {
+            *at = static_cast<char>(*at ^ MASK);
+        }
+        return gptr() == egptr() ? traits_type::eof() : traits_type::to_int_type(*gptr());
+    }
+};
+
+TEST(HTTPLargeChunks, AreReadThroughTheUnderflowOfADerivedBuffer)
+{
+    const std::string data(100000, 'x');
+    std::string wire = chunkOf(data) + chunkOf(data) + "0\r\n\r\n";
+    for (char& c : wire)
+    {
+        c = static_cast<char>(c ^ UnmaskingBuffer::MASK);
+    }
+    for (const std::size_t pieceSize : {std::size_t{1000}, std::size_t{65536}})
+    {
+        PiecewiseDevice device(PiecewiseText(wire, pieceSize, PiecewiseText::E_ORDERLY));
+        UnmaskingBuffer buffer(&device);
+        std::istream wrapped(&buffer);
+        HTTPChunkedIStream body(wrapped);
+        EXPECT_EQ(readAll(body, 400000), data + data);
+        EXPECT_EQ(stateOf(body), "EF");
+    }
+}
+
+/// One that keeps no byte in its get area.
+class BytewiseBuffer : public BaseStreamBuffer
+{
+public:
+    explicit BytewiseBuffer(std::string text) : BaseStreamBuffer(E_IN, 65536), m_text(std::move(text)) {}
+
+private:
+    int_type underflow() override
+    {
+        return m_next < m_text.size() ? traits_type::to_int_type(m_text[m_next]) : traits_type::eof();
+    }
+    int_type uflow() override
+    {
+        const int_type c = underflow();
+        m_next += c == traits_type::eof() ? 0 : 1;
+        return c;
+    }
+
+    const std::string m_text;
+    std::size_t m_next = 0;
+};
+
+TEST(HTTPLargeChunks, AreReadFromADerivedBufferThatKeepsNothing)
+{
+    const std::string data(20000, 'x');
+    BytewiseBuffer buffer(chunkOf(data) + chunkOf("abc") + "0\r\n\r\n");
+    std::istream wrapped(&buffer);
+    HTTPChunkedIStream body(wrapped);
+    EXPECT_EQ(readAll(body, 400000), data + "abc");
+    EXPECT_EQ(stateOf(body), "EF");
 }
 
 } // namespace

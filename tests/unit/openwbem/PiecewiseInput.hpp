@@ -88,6 +88,20 @@ private:
     PiecewiseText m_text;
 };
 
+/// The same as a device.
+class PiecewiseDevice : public blocxx::IOIFC
+{
+public:
+    explicit PiecewiseDevice(PiecewiseText text) : m_text(std::move(text)) {}
+
+    const PiecewiseText& text() const { return m_text; }
+    int read(void* to, int room, ErrorAction) override { return m_text.read(static_cast<char*>(to), room); }
+    int write(const void*, int length, ErrorAction) override { return length; }
+
+private:
+    PiecewiseText m_text;
+};
+
 /// The same, with the stream buffer of a connection.
 class PiecewiseConnection
 {
@@ -100,23 +114,14 @@ public:
 
     std::istream& stream() { return m_stream; }
     blocxx::IOIFCStreamBuffer& buffer() { return m_buffer; }
-    int reads() const { return m_device.text.reads(); }
+    int reads() const { return m_device.text().reads(); }
     std::string left() const
     {
-        return std::string(m_buffer.window().data, m_buffer.window().size) + m_device.text.left();
+        return std::string(m_buffer.window().data, m_buffer.window().size) + m_device.text().left();
     }
 
 private:
-    struct Device : blocxx::IOIFC
-    {
-        explicit Device(PiecewiseText source) : text(std::move(source)) {}
-        int read(void* to, int room, ErrorAction) override { return text.read(static_cast<char*>(to), room); }
-        int write(const void*, int length, ErrorAction) override { return length; }
-
-        PiecewiseText text;
-    };
-
-    Device m_device;
+    PiecewiseDevice m_device;
     blocxx::IOIFCStreamBuffer m_buffer;
     std::istream m_stream;
 };

@@ -8,11 +8,17 @@
 namespace OpenWBEM
 {
 
-/// Decodes the chunked transfer coding (RFC 9112 section 7.1), fed with bytes as they arrive.
+/// Decodes the chunked transfer coding, fed with bytes as they arrive. The grammar is that of RFC 9112 section 7.1:
 ///
-/// A chunk begins with a line of 1 to 16 hexadecimal digits, optional blanks and tabs, and an optional extension behind
-/// a semicolon. Its data is followed by a line end. The chunk of size zero has no data; behind it come the trailer's
-/// lines up to an empty one. Line ends are CR LF or LF; there is no other CR and no NUL in a line.
+///     chunked-body    = *chunk last-chunk trailer-section CRLF
+///     chunk           = chunk-size [ chunk-ext ] CRLF chunk-data CRLF
+///     chunk-size      = 1*HEXDIG
+///     last-chunk      = 1*("0") [ chunk-ext ] CRLF
+///     chunk-ext       = *( BWS ";" BWS chunk-ext-name [ BWS "=" BWS chunk-ext-val ] )
+///     trailer-section = *( field-line CRLF )
+///
+/// The digits are limited in number, and blanks and tabs may follow them. An extension and a line of the trailer may
+/// hold anything but NUL and CR, as their content is dropped. LF alone ends a line too (section 2.2).
 ///
 /// Threads: one at a time.
 class OW_HTTP_API HTTPChunkDecoder
@@ -29,7 +35,7 @@ public:
     static constexpr std::size_t MAX_TRAILER_SIZE = std::size_t{16} * 1024;
     /// @}
 
-    /// Where a step stopped, in what was to be decoded and in the room for data.
+    /// Where decoding stopped, in what was to be decoded and in the room for data.
     struct Progress
     {
         const char* from;
@@ -40,13 +46,13 @@ public:
     /// trailer if there is data to hand over first.
     Progress decode(const char* from, const char* fromEnd, char* to, char* toEnd);
 
-    /// The bytes of data that come next; 0 while there is framing to parse.
+    /// The bytes of data that come next; 0 while framing is parsed.
     std::uint64_t dataLeft() const { return m_dataLeft; }
 
     /// The size of the chunk that was begun last; of no meaning while a size is being read.
     std::uint64_t chunkSize() const { return m_size; }
 
-    /// Takes so many bytes of data, at most dataLeft(), as read.
+    /// Counts bytes of data, at most dataLeft(), that were read elsewhere.
     void takeData(std::uint64_t count)
     {
         m_dataLeft -= count;
@@ -61,7 +67,7 @@ public:
 
     /// No byte will follow. That completes the message if only the trailer was missing, and breaks it elsewhere.
     void endInput();
-    /// The input cannot be trusted from here on.
+    /// Gives the message up: its input cannot be trusted from here on.
     void fail()
     {
         m_state = E_BROKEN;

@@ -18,11 +18,13 @@ namespace OpenWBEM
 /// body's last byte; the body is complete without it, so input that ends inside the trailer does no harm.
 ///
 /// inputState() tells how the body ended: E_INPUT_ENDED for a complete one; E_INPUT_FAILED for one that was cut short
-/// or is malformed, and for a stream that had failed before the body began. inputError() and
-/// inputErrorText() are then those of the wrapped buffer, or what the exception that it threw says; without either,
-/// EBADMSG for the body, and EIO for a stream that had failed before. What was decoded before is delivered first.
-/// The wrapped stream gets failbit for a malformed body, eofbit and failbit for a cut one, badbit if its buffer
-/// throws.
+/// or is malformed, and for a stream that had failed before the body began. inputError() and inputErrorText() are then
+/// those of the wrapped buffer, or what the exception that it threw says; without either, EBADMSG for the body, and EIO
+/// for a stream that had failed before. What was decoded before is delivered first. The wrapped stream gets failbit for
+/// a malformed body, eofbit and failbit for a cut one, badbit if its buffer throws.
+///
+/// A wrapped buffer of a class derived from BaseStreamBuffer is read through its `underflow`; only that of a connection,
+/// an IOIFCStreamBuffer, is read past.
 ///
 /// Not copyable; one thread at a time.
 class OW_HTTP_API HTTPChunkedIStreamBuffer : public blocxx::BaseStreamBuffer
@@ -34,7 +36,8 @@ public:
 
     std::istream& getInputStreamOrig() { return m_istr; }
 
-    /// Gets ready for another body, which begins where the wrapped stream stands.
+    /// Gets ready for another body, which begins where the wrapped stream stands: behind the body before, if that was
+    /// read up to its end of file. The states of both streams are not cleared.
     void resetInput();
 
 protected:
@@ -48,7 +51,6 @@ private:
     };
 
     int buffer_from_device(char* c, int n) override;
-
     blocxx::String deviceErrorText() const override;
 
     /// Where data goes.
@@ -89,6 +91,15 @@ protected:
 
 /// The body of an HTTP message in chunked transfer coding, as a stream of its data (RFC 9112 section 7.1).
 ///
+/// @code
+/// OpenWBEM::HTTPChunkedIStream body(connection); // which stands behind the head
+/// file << body.rdbuf();
+/// if (body.bad())
+/// {
+///     // cut short or malformed; the file has what came before
+/// }
+/// @endcode
+///
 /// The end of a complete body is the end of the stream: eofbit, and failbit after a read that came short, but never
 /// badbit. A body that is malformed or cut short sets badbit, behind the last byte that was decoded.
 class OW_HTTP_API HTTPChunkedIStream : private HTTPChunkedIStreamBase, public std::istream
@@ -102,10 +113,6 @@ public:
 
     /// The wrapped stream.
     std::istream& getInputStreamOrig() { return m_buffer.getInputStreamOrig(); }
-
-    /// Clears this stream's state for another body, which begins where the wrapped stream stands: behind the body
-    /// before, if that was read up to its end of file. The wrapped stream's state is not cleared.
-    void resetInput();
 };
 
 } // namespace OpenWBEM
