@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <string>
 
 namespace blocxx
 {
@@ -36,13 +37,28 @@ bool isDigitsAndDots(const String& text)
     return allBytes(text, [](char c) { return (c >= '0' && c <= '9') || c == '.'; });
 }
 
-// The resolver would cut at NUL, and take a trailing blank for part of no name or for none at all.
+// The resolver would cut the text at NUL, and ignore a trailing blank.
 bool holdsBlankOrControl(const String& text)
 {
     return !allBytes(text, [](char c) { return static_cast<unsigned char>(c) > ' ' && c != '\x7f'; });
 }
 
-// inet_aton knows the short forms as well, all of whose parts may be octal; inet_pton is the quicker one for the usual.
+// Programs disagree whether such a part is octal, so that a filter may let pass what another reads as a different host.
+bool hasPartWithLeadingZero(const String& digitsAndDots)
+{
+    bool partStarts = true;
+    for (std::size_t i = 0; i + 1 < digitsAndDots.length(); ++i)
+    {
+        if (partStarts && digitsAndDots[i] == '0' && digitsAndDots[i + 1] != '.')
+        {
+            return true;
+        }
+        partStarts = digitsAndDots[i] == '.';
+    }
+    return false;
+}
+
+// inet_pton is the quicker one for the usual form; inet_aton knows the short ones as well.
 bool readIPv4(const char* text, in_addr& address)
 {
     return ::inet_pton(AF_INET, text, &address) == 1 || ::inet_aton(text, &address) != 0;
@@ -74,8 +90,11 @@ SocketAddress SocketAddress::getByName(const String& host, unsigned short port)
     return result;
 }
 
-// Answers whether the name is an address in numbers. Throws for what looks like one and is none, which the resolver
-// would spend a look-up on, or read in forms (0x7f.1) that are no host name here.
+// Returns whether the name is an address in numbers. Throws for what only looks like one: the resolver would spend a
+// look-up on it, or read it in a form (0x7f.1) that is refused here.
+//
+// IPv4: number *3("." number), number = "0" / (%x31-39 *DIGIT), the last one filling the bytes that are left;
+// IPv6: as RFC 4291, section 2.2, has it.
 bool SocketAddress::readLiteral()
 {
     const char* const text = m_name.c_str();
@@ -85,7 +104,7 @@ bool SocketAddress::readLiteral()
     }
     if (isDigitsAndDots(m_name))
     {
-        if (!readIPv4(text, m_first.ipv4.sin_addr))
+        if (hasPartWithLeadingZero(m_name) || !readIPv4(text, m_first.ipv4.sin_addr))
         {
             throwUnknownHost(m_name, NOT_A_HOST);
         }
@@ -189,7 +208,8 @@ String SocketAddress::toString() const
     }
     // Deliberately brackets around IPv6 (RFC 3986, 3.2.2): without them nobody can tell where the port begins.
     const char* const form = m_first.generic.sa_family == AF_INET6 ? "[%1]:%2" : "%1:%2";
-    return Format(form, getAddress(), m_port);
+    // As text: a number in a Format follows the global locale.
+    return Format(form, getAddress(), std::to_string(m_port).c_str());
 }
 
 SocketAddress SocketAddress::getCandidate(std::size_t index) const

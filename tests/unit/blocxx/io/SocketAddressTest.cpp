@@ -1,5 +1,6 @@
 #include "blocxx/SocketAddress.hpp"
 
+#include "GroupingLocale.hpp"
 #include "ScriptedResolver.hpp"
 
 #include <gmock/gmock.h>
@@ -95,7 +96,10 @@ INSTANTIATE_TEST_SUITE_P(Forms, SocketAddressLiteral,
                          testing::Values(Literal{"127.0.0.1", "127.0.0.1", "127.0.0.1:8080"},
                                          Literal{"127.1", "127.0.0.1", "127.0.0.1:8080"},
                                          Literal{"2130706433", "127.0.0.1", "127.0.0.1:8080"},
-                                         Literal{"0", "0.0.0.0", "0.0.0.0:8080"}, Literal{"::1", "::1", "[::1]:8080"},
+                                         Literal{"0", "0.0.0.0", "0.0.0.0:8080"},
+                                         Literal{"10.0.0.20", "10.0.0.20", "10.0.0.20:8080"},
+                                         Literal{"100.200", "100.0.0.200", "100.0.0.200:8080"},
+                                         Literal{"::1", "::1", "[::1]:8080"},
                                          Literal{"::ffff:127.0.0.1", "::ffff:127.0.0.1", "[::ffff:127.0.0.1]:8080"}));
 
 const struct
@@ -115,6 +119,12 @@ const struct
                 {"FiveNumbers", "1.2.3.4.5"},
                 {"Dots", "..."},
                 {"NumberTooLarge", "4294967296"},
+                {"LeadingZero", "127.0.0.01"},
+                {"LeadingZeroFirst", "0177.0.0.1"},
+                {"LeadingZeroInAShortForm", "127.01"},
+                {"LeadingZeroOfOneNumber", "017700000001"},
+                {"TwoZeros", "127.00.0.1"},
+                {"LeadingZeroBehindIPv6", "::ffff:127.0.0.01"},
                 {"Brackets", "[::1]"},
                 {"Zone", "fe80::1%lo"},
                 {"Colon", ":"},
@@ -143,6 +153,13 @@ TEST(SocketAddress, UnknownHostTextNamesTheSystemErrorBehindTheResolvers)
     const ScriptedResolver resolver("nowhere.example", EAI_SYSTEM, EMFILE);
     EXPECT_EQ(unknownHostText("nowhere.example"),
               std::string("Unknown host: nowhere.example: ") + std::strerror(EMFILE));
+}
+
+TEST(SocketAddress, TextDoesNotFollowTheGlobalLocale)
+{
+    const zol_test::GroupingLocale locale;
+    EXPECT_EQ(SocketAddress::getByName("127.0.0.1", 8080).toString(), "127.0.0.1:8080");
+    EXPECT_EQ(SocketAddress::getByName("::1", 65535).toString(), "[::1]:65535");
 }
 
 TEST(SocketAddress, LocalhostResolvesToLoopback)
