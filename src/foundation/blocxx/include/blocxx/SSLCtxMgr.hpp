@@ -32,8 +32,8 @@ public:
     SSLOpts& operator=(const SSLOpts& other);
     ~SSLOpts();
 
-    /// PEM file with the own certificate and the chain above it; empty for none, and then `keyfile` and `pkey` count
-    /// for nothing.
+    /// PEM file with the own certificate and the chain above it; empty for none, and then `keyfile` and `pkey` are
+    /// ignored.
     String certfile;
 
     /// PEM file with the own private key; empty if it stands in `certfile`. It must not be encrypted: nobody is asked
@@ -43,7 +43,8 @@ public:
     /// The own private key in memory, taken instead of `keyfile`; null for none. Owned: freed with the last copy.
     EVP_PKEY* pkey;
 
-    /// The certificates to trust: a PEM file, or a directory of PEM files under their hashed names.
+    /// The certificates to trust: a PEM file, or a directory of PEM files under their hashed names. Revocation lists
+    /// among them are checked.
     String trustStore;
 
     /// More certificates to trust. They stay the caller's, and must live until a context has been made. If this and
@@ -55,7 +56,14 @@ public:
 };
 
 /// A TLS client's context: TLS 1.2 or later; unless verification is disabled, the peer's certificate must lead to a
-/// trusted one, be within its dates, and carry the host name or the address that was connected to (RFC 9110, 4.3.4).
+/// trusted one, be within its dates, not be revoked by a list in the trust store, and carry the host name or the address
+/// that was connected to (RFC 9110, section 4.3.4).
+///
+/// @code
+/// blocxx::SSLOpts opts;
+/// opts.trustStore = "/etc/example/authority.pem";
+/// const blocxx::SSLClientCtxRef context(new blocxx::SSLClientCtx(opts));
+/// @endcode
 ///
 /// Held by reference; one context may serve sockets on many threads. Making one reads the trusted certificates, which
 /// takes tens of milliseconds for a system's: make one and share it.
