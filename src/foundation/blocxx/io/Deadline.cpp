@@ -57,15 +57,4 @@ int Deadline::remainingMilliseconds() const
     return static_cast<int>(std::clamp<decltype(left)>(left, 0, INT_MAX));
 }
 
-Deadline Deadline::firstOf(std::size_t parts) const
-{
-    Deadline part(*this);
-    const auto now = Clock::now();
-    if (m_limited && parts > 1 && m_end > now)
-    {
-        part.m_end = now + (m_end - now) / static_cast<Clock::rep>(parts);
-    }
-    return part;
-}
-
 } // namespace blocxx

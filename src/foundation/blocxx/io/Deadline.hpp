@@ -3,7 +3,6 @@
 #include "blocxx/Timeout.hpp"
 
 #include <chrono>
-#include <cstddef>
 
 namespace blocxx
 {
@@ -19,9 +18,6 @@ public:
 
     /// The milliseconds left, as poll(2) takes them: rounded up, 0 when expired, -1 when there is no limit.
     int remainingMilliseconds() const;
-
-    /// A deadline after one of so many equal parts of the time left.
-    Deadline firstOf(std::size_t parts) const;
 
 private:
     using Clock = std::chrono::steady_clock;

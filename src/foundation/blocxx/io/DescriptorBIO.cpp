@@ -1,8 +1,8 @@
 #include "io/DescriptorBIO.hpp"
 
-#include <openssl/bio.h>
+#include "io/SocketCalls.hpp"
 
-#include <sys/socket.h>
+#include <openssl/bio.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -21,46 +21,23 @@ int descriptorOf(BIO* bio)
 int sendBytes(BIO* bio, const char* data, int length)
 {
     BIO_clear_retry_flags(bio);
-    for (;;)
-    {
-        const ssize_t count =
-            ::send(descriptorOf(bio), data, static_cast<std::size_t>(length), MSG_DONTWAIT | MSG_NOSIGNAL);
-        if (count >= 0)
-        {
-            return static_cast<int>(count);
-        }
-        if (errno != EINTR)
-        {
-            break;
-        }
-    }
-    if (errno == EAGAIN)
+    const ssize_t count = sendNow(descriptorOf(bio), data, static_cast<std::size_t>(length));
+    if (count < 0 && errno == EAGAIN)
     {
         BIO_set_retry_write(bio);
     }
-    return -1;
+    return static_cast<int>(count);
 }
 
 int receiveBytes(BIO* bio, char* data, int length)
 {
     BIO_clear_retry_flags(bio);
-    for (;;)
-    {
-        const ssize_t count = ::recv(descriptorOf(bio), data, static_cast<std::size_t>(length), MSG_DONTWAIT);
-        if (count >= 0)
-        {
-            return static_cast<int>(count);
-        }
-        if (errno != EINTR)
-        {
-            break;
-        }
-    }
-    if (errno == EAGAIN)
+    const ssize_t count = receiveNow(descriptorOf(bio), data, static_cast<std::size_t>(length));
+    if (count < 0 && errno == EAGAIN)
     {
         BIO_set_retry_read(bio);
     }
-    return -1;
+    return static_cast<int>(count);
 }
 
 // Deliberately deaf to BIO_CTRL_EOF: OpenSSL then reports a connection that is cut without close-notify as a failed

@@ -1,19 +1,24 @@
 #include "io/SSLSocketImpl.hpp"
 
+#include "core/CancellationOff.hpp"
 #include "io/DescriptorBIO.hpp"
 #include "io/OpenSSLText.hpp"
 #include "io/Wait.hpp"
 
 #include "blocxx/Format.hpp"
 
+#include <openssl/bio.h>
 #include <openssl/err.h>
 #include <openssl/ssl.h>
-#include <openssl/x509v3.h>
+#include <openssl/x509_vfy.h>
 
 #include <poll.h>
+#include <pthread.h>
+#include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
+#include <cstdint>
+#include <optional>
 
 namespace blocxx
 {
@@ -61,12 +66,13 @@ const char* adviceFor(long verdict)
     }
 }
 
+// How many records without data a read takes after its time is up. Session tickets that lie before data which has
+// already arrived are few; a peer that always has another record ready must not hold a read.
+const int RECORDS_AFTER_EXPIRY = 16;
+
 } // namespace
 
-SSLSocketImpl::SSLSocketImpl(const SSLClientCtxRef& context)
-    : m_context(context), m_ssl(nullptr, &SSL_free), m_mayShutDown(false)
-{
-}
+SSLSocketImpl::SSLSocketImpl(const SSLClientCtxRef& context) : m_context(context), m_ssl(nullptr, &SSL_free) {}
 
 SSLSocketImpl::~SSLSocketImpl()
 {
@@ -84,10 +90,40 @@ String SSLSocketImpl::peerText() const
     return Format("%1 (%2)", peer.getName().empty() ? peer.getAddress() : peer.getName(), peer.toString());
 }
 
-void SSLSocketImpl::prepare()
+// Calls OpenSSL with a clean error queue. A thread is cancelled before the call or in the waits, never in the call:
+// OpenSSL does not put its state in order when something unwinds through it.
+template <class Call>
+int SSLSocketImpl::call(Call function)
+{
+    ::pthread_testcancel();
+    const CancellationOff inOpenSSL;
+    ERR_clear_error();
+    errno = 0;
+    return function(m_ssl.get());
+}
+
+bool SSLSocketImpl::startSession(const Deadline& deadline)
+{
+    const PeerIdentity identity(peerAddress());
+    prepare(identity);
+    if (!shakeHands(deadline))
+    {
+        return false;
+    }
+    if (verifies())
+    {
+        checkPeer(identity);
+    }
+    m_established = true;
+    m_mayShutDown = true;
+    m_process = ::getpid();
+    return true;
+}
+
+void SSLSocketImpl::prepare(const PeerIdentity& identity)
 {
     ERR_clear_error();
-    m_mayShutDown = false;
+    m_failure = 0;
     m_ssl.reset(SSL_new(m_context->getSSLCtx()));
     BIO* const bio = m_ssl ? newDescriptorBIO(descriptor()) : nullptr;
     if (bio == nullptr)
@@ -95,54 +131,23 @@ void SSLSocketImpl::prepare()
         throwSSL(Format("SSL_new failed: %1", takeOpenSSLErrors()));
     }
     SSL_set_bio(m_ssl.get(), bio, bio);
-    expectIdentity();
-}
-
-void SSLSocketImpl::expectIdentity()
-{
-    X509_VERIFY_PARAM* const expected = SSL_get0_param(m_ssl.get());
-    bool set = true;
-    if (peerAddress().hasHostName())
-    {
-        // Certificates and SNI carry names without the root's dot (RFC 6066, 3).
-        String name = peerAddress().getName();
-        if (name.endsWith('.'))
-        {
-            name = name.substring(0, name.length() - 1);
-        }
-        set = SSL_set_tlsext_host_name(m_ssl.get(), name.c_str()) == 1;
-        if (set && verifies())
-        {
-            // The subject is not looked at: it never names a host for certain (RFC 9110, 4.3.4; RFC 6125, 6.2.1).
-            X509_VERIFY_PARAM_set_hostflags(expected,
-                                            X509_CHECK_FLAG_NEVER_CHECK_SUBJECT | X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
-            set = X509_VERIFY_PARAM_set1_host(expected, name.c_str(), name.length()) == 1;
-        }
-    }
-    else if (verifies())
-    {
-        // No SNI: it does not hold addresses.
-        set = X509_VERIFY_PARAM_set1_ip_asc(expected, peerAddress().getAddress().c_str()) == 1;
-    }
-    if (!set)
+    // OpenSSL then returns after each record without data, so that a read can look at its limit.
+    SSL_clear_mode(m_ssl.get(), SSL_MODE_AUTO_RETRY);
+    if (!identity.announce(m_ssl.get()) || (verifies() && !identity.require(m_ssl.get())))
     {
         ERR_clear_error();
         throwSSL(Format("SSL connect error: not a host name for TLS: %1", peerText()));
     }
 }
 
-void SSLSocketImpl::startSession(const Deadline& deadline)
+bool SSLSocketImpl::shakeHands(const Deadline& deadline)
 {
-    prepare();
     for (;;)
     {
-        ERR_clear_error();
-        errno = 0;
-        const int result = SSL_connect(m_ssl.get());
+        const int result = call(SSL_connect);
         if (result == 1)
         {
-            m_mayShutDown = true;
-            return;
+            return true;
         }
         const int error = errno;
         const int sslError = SSL_get_error(m_ssl.get(), result);
@@ -154,18 +159,41 @@ void SSLSocketImpl::startSession(const Deadline& deadline)
         // Asked first, so that a peer that always has another byte ready cannot stretch the limit.
         if (deadline.expired())
         {
-            throwTimedOut("TLS handshake", peerAddress());
+            return false;
         }
         if (!waitUntilReady(descriptor(), event, deadline))
         {
             const int waitError = errno;
             if (waitError == ETIMEDOUT)
             {
-                throwTimedOut("TLS handshake", peerAddress());
+                return false;
             }
             BLOCXX_THROW_ERRNO_MSG1(SSLException, Format("SSL connect error: %1", peerText()), waitError);
         }
     }
+}
+
+// OpenSSL 3.0 verifies without the expected name, and succeeds, when it runs out of memory while it copies the name. So
+// what was agreed on is compared once more.
+void SSLSocketImpl::checkPeer(const PeerIdentity& identity) const
+{
+    long verdict = SSL_get_verify_result(m_ssl.get());
+    if (verdict == X509_V_OK)
+    {
+        X509* const certificate = SSL_get0_peer_certificate(m_ssl.get());
+        verdict = certificate == nullptr ? X509_V_ERR_UNSPECIFIED : identity.compare(certificate);
+    }
+    ERR_clear_error();
+    if (verdict != X509_V_OK)
+    {
+        throwNotVerified(verdict);
+    }
+}
+
+void SSLSocketImpl::throwNotVerified(long verdict) const
+{
+    throwSSL(Format("SSL connect error: certificate verify failed for %1: %2; %3", peerText(),
+                    X509_verify_cert_error_string(verdict), adviceFor(verdict)));
 }
 
 void SSLSocketImpl::throwHandshakeFailed(int sslError, int error) const
@@ -174,8 +202,7 @@ void SSLSocketImpl::throwHandshakeFailed(int sslError, int error) const
     const long verdict = SSL_get_verify_result(m_ssl.get());
     if (verifies() && verdict != X509_V_OK)
     {
-        throwSSL(Format("SSL connect error: certificate verify failed for %1: %2; %3", peerText(),
-                        X509_verify_cert_error_string(verdict), adviceFor(verdict)));
+        throwNotVerified(verdict);
     }
     if (sslError == SSL_ERROR_SYSCALL && error != 0)
     {
@@ -185,23 +212,45 @@ void SSLSocketImpl::throwHandshakeFailed(int sslError, int error) const
                     reasons.empty() ? String("the peer closed the connection during the handshake") : reasons));
 }
 
+// One limit for the whole read: records without data, and parts of a record, do not extend it.
 int SSLSocketImpl::receive(void* data, int length)
 {
+    if (m_failure != 0)
+    {
+        return failAgain();
+    }
+    std::optional<Deadline> deadline;
+    int spare = RECORDS_AFTER_EXPIRY;
     for (;;)
     {
-        ERR_clear_error();
-        errno = 0;
-        const int count = SSL_read(m_ssl.get(), data, length);
+        const int count = call([data, length](SSL* session) { return SSL_read(session, data, length); });
         if (count > 0)
         {
             return count;
         }
+        const int error = errno;
         const int sslError = SSL_get_error(m_ssl.get(), count);
         if (sslError == SSL_ERROR_ZERO_RETURN)
         {
             return 0;
         }
-        if (!awaitProgress(sslError, receiveTimeout))
+        // Reading may have to write (a key update, a renegotiation).
+        const short event = awaitedEvent(sslError);
+        if (event == 0)
+        {
+            return fail(sslError, error);
+        }
+        if (!deadline)
+        {
+            deadline.emplace(receiveTimeout);
+        }
+        if (deadline->expired() && spare-- == 0)
+        {
+            noteReceiveTimedOut();
+            errno = ETIMEDOUT;
+            return -1;
+        }
+        if (!awaitInput(event, *deadline))
         {
             return -1;
         }
@@ -210,56 +259,89 @@ int SSLSocketImpl::receive(void* data, int length)
 
 int SSLSocketImpl::sendAll(const void* data, int length)
 {
+    if (m_failure != 0)
+    {
+        return failAgain();
+    }
+    std::optional<Deadline> deadline;
+    std::uint64_t gone = 0;
     for (;;)
     {
-        ERR_clear_error();
-        errno = 0;
-        const int count = SSL_write(m_ssl.get(), data, length);
+        const int count = call([data, length](SSL* session) { return SSL_write(session, data, length); });
         if (count > 0)
         {
             return count;
         }
-        if (!awaitProgress(SSL_get_error(m_ssl.get(), count), sendTimeout))
+        const int error = errno;
+        const int sslError = SSL_get_error(m_ssl.get(), count);
+        const short event = awaitedEvent(sslError);
+        if (event == 0)
+        {
+            return fail(sslError, error);
+        }
+        // Bytes of data that have left start the limit anew; those of a renegotiation do not.
+        const std::uint64_t goneNow = BIO_number_written(SSL_get_wbio(m_ssl.get()));
+        if (!deadline || (goneNow != gone && SSL_is_init_finished(m_ssl.get()) == 1))
+        {
+            deadline.emplace(sendTimeout);
+            gone = goneNow;
+        }
+        else if (deadline->expired())
+        {
+            errno = ETIMEDOUT;
+            return -1;
+        }
+        if (!waitUntilReady(descriptor(), event, *deadline))
         {
             return -1;
         }
     }
 }
 
-// Reading may have to write and writing to read (a renegotiation, a key update); either counts as the call's own
-// progress. Answers false, with errno set, when the call has failed.
-bool SSLSocketImpl::awaitProgress(int sslError, const Timeout& timeout)
+bool SSLSocketImpl::holdsInput() const
 {
-    const int error = errno;
-    if (const short event = awaitedEvent(sslError))
-    {
-        return waitUntilReady(descriptor(), event, Deadline(timeout));
-    }
-    // OpenSSL forbids the shut-down of a connection that has failed.
-    m_mayShutDown = false;
-    ERR_clear_error();
-    if (sslError == SSL_ERROR_SYSCALL)
-    {
-        // Without errno the connection was cut: it ended, but not with close-notify.
-        errno = error != 0 ? error : ECONNRESET;
-    }
-    else
-    {
-        errno = EPROTO;
-    }
-    return false;
+    return SSL_pending(m_ssl.get()) > 0;
 }
 
-// One attempt to send close-notify; the peer's is not waited for.
+// Sets `errno` and the text for a transfer that OpenSSL has failed. Returns -1.
+int SSLSocketImpl::fail(int sslError, int error)
+{
+    // OpenSSL forbids the shut-down of a connection that has failed.
+    m_mayShutDown = false;
+    const String reasons = takeOpenSSLErrors();
+    if (sslError == SSL_ERROR_SYSCALL && error != 0)
+    {
+        errno = error;
+        return -1;
+    }
+    const bool wasCut = sslError == SSL_ERROR_SYSCALL;
+    m_failureText = wasCut ? String("the connection ended without close-notify") : reasons;
+    m_failure = wasCut ? ECONNRESET : EPROTO;
+    return failAgain();
+}
+
+// OpenSSL itself takes a session that the peer has ended with a fatal alert for one that has ended in order when it is
+// read again.
+int SSLSocketImpl::failAgain()
+{
+    setErrorText(m_failureText);
+    errno = m_failure;
+    return -1;
+}
+
+// One attempt to send close-notify; the peer's is not waited for. A process that was forked off has a copy of the
+// session, but the session goes on in the process that connected: a record from the copy would end it there.
 void SSLSocketImpl::endSession() noexcept
 {
-    if (m_mayShutDown)
+    const CancellationOff ending;
+    if (m_mayShutDown && ::getpid() == m_process)
     {
         ERR_clear_error();
         SSL_shutdown(m_ssl.get());
         ERR_clear_error();
-        m_mayShutDown = false;
     }
+    m_established = false;
+    m_mayShutDown = false;
     m_ssl.reset();
 }
 

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "io/PeerIdentity.hpp"
 #include "io/SocketBaseImpl.hpp"
 
 #include "blocxx/SSLCtxMgr.hpp"
+
+#include <sys/types.h>
 
 #include <memory>
 
@@ -16,23 +19,36 @@ public:
     explicit SSLSocketImpl(const SSLClientCtxRef& context);
     ~SSLSocketImpl() override;
 
+    SSL* ssl() const override { return m_ssl.get(); }
+    bool peerVerified() const override { return m_established && verifies(); }
+
 protected:
-    void startSession(const Deadline& deadline) override;
+    bool startSession(const Deadline& deadline) override;
     void endSession() noexcept override;
     int receive(void* data, int length) override;
     int sendAll(const void* data, int length) override;
+    bool holdsInput() const override;
 
 private:
-    void prepare();
-    void expectIdentity();
+    template <class Call>
+    int call(Call function);
+    void prepare(const PeerIdentity& identity);
+    bool shakeHands(const Deadline& deadline);
+    void checkPeer(const PeerIdentity& identity) const;
     bool verifies() const;
     [[noreturn]] void throwHandshakeFailed(int sslError, int error) const;
-    bool awaitProgress(int sslError, const Timeout& timeout);
+    [[noreturn]] void throwNotVerified(long verdict) const;
+    int fail(int sslError, int error);
+    int failAgain();
     String peerText() const;
 
     SSLClientCtxRef m_context;
     std::unique_ptr<SSL, void (*)(SSL*)> m_ssl;
-    bool m_mayShutDown;
+    bool m_established = false; ///< the handshake has succeeded
+    bool m_mayShutDown = false; ///< and nothing has failed since
+    pid_t m_process = 0;        ///< the one that connected
+    int m_failure = 0;          ///< the `errno` of a session that has failed for good
+    String m_failureText;       ///< and the reason
 };
 
 } // namespace blocxx

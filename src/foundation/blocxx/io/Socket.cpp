@@ -18,11 +18,30 @@ IntrusiveReference<SocketBaseImpl> makeImpl(const SSLClientCtxRef& sslCtx)
     return new SocketImpl;
 }
 
+IntrusiveReference<SocketBaseImpl> makePlain(SocketFlags::ESSLFlag isSSL)
+{
+    if (isSSL != SocketFlags::E_NOT_SSL)
+    {
+        BLOCXX_THROW(SSLException, "Socket: TLS needs a context, and a connect of its own");
+    }
+    return new SocketImpl;
+}
+
 } // namespace
 
 Socket::Socket() : m_impl(new SocketImpl) {}
 
 Socket::Socket(const SSLClientCtxRef& sslCtx) : m_impl(makeImpl(sslCtx)) {}
+
+Socket::Socket(SocketHandle_t fd, SocketAddress::AddressType, SocketFlags::ESSLFlag isSSL) : m_impl(makePlain(isSSL))
+{
+    m_impl->adopt(fd);
+}
+
+Socket::Socket(const SocketAddress& addr, SocketFlags::ESSLFlag isSSL) : m_impl(makePlain(isSSL))
+{
+    connect(addr);
+}
 
 Socket::Socket(const Socket& other) = default;
 Socket& Socket::operator=(const Socket& other) = default;
@@ -95,6 +114,36 @@ int Socket::write(const void* dataOut, int dataOutLen, ErrorAction errorAsExcept
     return m_impl->write(dataOut, dataOutLen, errorAsException);
 }
 
+bool Socket::receiveTimeOutExpired() const
+{
+    return m_impl->receiveTimedOut();
+}
+
+String Socket::lastErrorText() const
+{
+    return m_impl->lastErrorText();
+}
+
+bool Socket::waitForInput(const Timeout& timeout)
+{
+    return !m_impl->isInputReady(timeout);
+}
+
+bool Socket::waitForOutput(const Timeout& timeout)
+{
+    return !m_impl->isOutputReady(timeout);
+}
+
+std::istream& Socket::getInputStream()
+{
+    return m_impl->streams().input();
+}
+
+std::ostream& Socket::getOutputStream()
+{
+    return m_impl->streams().output();
+}
+
 SocketAddress Socket::getPeerAddress() const
 {
     return m_impl->peerAddress();
@@ -105,9 +154,24 @@ SocketAddress Socket::getLocalAddress() const
     return m_impl->localAddress();
 }
 
+Select_t Socket::getSelectObj() const
+{
+    return m_impl->descriptor();
+}
+
 SocketHandle_t Socket::getfd() const
 {
     return m_impl->descriptor();
+}
+
+SSL* Socket::getSSL() const
+{
+    return m_impl->ssl();
+}
+
+bool Socket::peerCertVerified() const
+{
+    return m_impl->peerVerified();
 }
 
 } // namespace blocxx

@@ -1,15 +1,20 @@
 #include "io/SocketBaseImpl.hpp"
 
+#include "io/ConnectAttempts.hpp"
+#include "io/SocketNames.hpp"
 #include "io/Wait.hpp"
 
 #include "blocxx/Format.hpp"
 #include "blocxx/SocketException.hpp"
 
-#include <netinet/tcp.h>
+#include <fcntl.h>
 #include <poll.h>
 
 #include <cerrno>
+#include <charconv>
+#include <cstddef>
 #include <mutex>
+#include <utility>
 
 namespace blocxx
 {
@@ -43,60 +48,28 @@ private:
     Timeout m_timeout = Timeout::relative(300);
 };
 
-// Connects to one address. Answers 0 and the open descriptor, or the errno value.
-int connectToOne(const SocketAddress& address, const Deadline& deadline, FileDescriptor& connected)
+// Numbers of a fixed text do not follow the global locale, as streams do.
+template <class Number>
+String decimal(Number number)
 {
-    if (address.getType() == SocketAddress::UNSET)
-    {
-        return EINVAL;
-    }
-    const sockaddr* const native = address.getNativeForm();
-    FileDescriptor attempt(::socket(native->sa_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    if (!attempt.isOpen())
-    {
-        return errno;
-    }
-    if (::connect(attempt.get(), native, static_cast<socklen_t>(address.getNativeFormSize())) != 0)
-    {
-        // An interrupted connect goes on in the background, as one in progress does.
-        if (errno != EINPROGRESS && errno != EINTR)
-        {
-            return errno;
-        }
-        if (!waitUntilReady(attempt.get(), POLLOUT, deadline))
-        {
-            return errno;
-        }
-        int outcome = 0;
-        socklen_t size = sizeof outcome;
-        if (::getsockopt(attempt.get(), SOL_SOCKET, SO_ERROR, &outcome, &size) != 0)
-        {
-            return errno;
-        }
-        if (outcome != 0)
-        {
-            return outcome;
-        }
-    }
-    const int on = 1;
-    ::setsockopt(attempt.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    connected = std::move(attempt);
-    return 0;
-}
-
-// The address families that a machine lacks say nothing about the peer.
-bool isAboutThisMachine(int error)
-{
-    return error == ENETUNREACH || error == EAFNOSUPPORT || error == EADDRNOTAVAIL;
+    char digits[64];
+    const std::to_chars_result end = std::to_chars(digits, digits + sizeof digits, number);
+    return String(digits, static_cast<std::size_t>(end.ptr - digits));
 }
 
 String describeLimit(const Timeout& timeout)
 {
     if (timeout.getType() == Timeout::E_ABSOLUTE)
     {
-        return Format("the moment %1 seconds after the epoch", timeout.getAbsolute().get());
+        return Format("the moment %1 seconds after the epoch", decimal(timeout.getAbsolute().get()));
     }
-    return Format("%1 seconds", timeout.getRelative());
+    return Format("%1 seconds", decimal(timeout.getRelative()));
+}
+
+[[noreturn]] void throwTimedOut(const char* phase, const String& addresses, const Timeout& limit)
+{
+    const Format message("%1 timed out: %2 (limit: %3)", phase, addresses, describeLimit(limit));
+    BLOCXX_THROW_ERR(SocketException, message.c_str(), ETIMEDOUT);
 }
 
 } // namespace
@@ -112,10 +85,29 @@ void SocketBaseImpl::connect(const SocketAddress& address)
 {
     disconnect();
     const Deadline deadline(connectTimeout);
-    connectToAny(address, deadline);
+    ConnectAttempts attempts(address);
+    const ConnectAttempts::EOutcome outcome = attempts.run(deadline);
+    const String unsuccessful = attempts.describeTheUnsuccessful();
+    if (outcome == ConnectAttempts::E_TIMED_OUT)
+    {
+        throwTimedOut("connect", unsuccessful, connectTimeout);
+    }
+    if (outcome == ConnectAttempts::E_FAILED)
+    {
+        const Format message("Failed to connect to: %1", unsuccessful);
+        BLOCXX_THROW_ERR(SocketException, message.c_str(), attempts.tellingError());
+    }
+    start(attempts.takeSocket(), attempts.connectedAddress());
     try
     {
-        startSession(deadline);
+        if (!startSession(deadline))
+        {
+            const String connected = m_peerAddress.toString();
+            throwTimedOut("TLS handshake",
+                          unsuccessful.empty() ? connected
+                                               : String(Format("%1; also tried: %2", connected, unsuccessful)),
+                          connectTimeout);
+        }
     }
     catch (...)
     {
@@ -124,57 +116,63 @@ void SocketBaseImpl::connect(const SocketAddress& address)
     }
 }
 
-void SocketBaseImpl::connectToAny(const SocketAddress& address, const Deadline& deadline)
+void SocketBaseImpl::adopt(int connected)
 {
-    const std::size_t count = address.getCandidateCount();
-    int tellingError = 0;
-    String failures;
-    for (std::size_t index = 0; index == 0 || index < count; ++index)
+    FileDescriptor socket(connected);
+    disconnect();
+    const int flags = ::fcntl(connected, F_GETFD);
+    if (flags < 0 || ::fcntl(connected, F_SETFD, flags | FD_CLOEXEC) < 0)
     {
-        const SocketAddress candidate = count == 0 ? address : address.getCandidate(index);
-        const std::size_t left = count > index ? count - index : 1;
-        const int error = connectToOne(candidate, deadline.firstOf(left), m_descriptor);
-        if (error == 0)
-        {
-            m_peerAddress = candidate;
-            return;
-        }
-        if (error == ETIMEDOUT && deadline.expired())
-        {
-            throwTimedOut("connect", candidate);
-        }
-        if (tellingError == 0 || !isAboutThisMachine(error))
-        {
-            tellingError = error;
-        }
-        const ExceptionDetail::FormatMsg failure(candidate.toString().c_str(), error);
-        failures = failures.empty() ? String(failure.get()) : String(Format("%1; %2", failures, failure.get()));
+        BLOCXX_THROW_ERRNO_MSG(SocketException, "SocketBaseImpl::adopt");
     }
-    BLOCXX_THROW_ERR(SocketException, Format("Failed to connect to: %1", failures).c_str(), tellingError);
+    start(std::move(socket), addressOf(connected, ::getpeername));
 }
 
-void SocketBaseImpl::throwTimedOut(const char* phase, const SocketAddress& address) const
+void SocketBaseImpl::start(FileDescriptor&& socket, const SocketAddress& peer)
 {
-    const Format message("%1 timed out: %2 (limit: %3)", phase, address.toString(), describeLimit(connectTimeout));
-    BLOCXX_THROW_ERR(SocketException, message.c_str(), ETIMEDOUT);
+    m_descriptor = std::move(socket);
+    m_peerAddress = peer;
+    m_errorText = String();
+    m_receiveTimedOut = false;
+    if (m_streams)
+    {
+        m_streams->restart();
+    }
 }
 
 void SocketBaseImpl::disconnect()
 {
-    if (isConnected())
+    if (!isConnected())
     {
-        endSession();
-        m_descriptor.close();
-        m_peerAddress = SocketAddress();
+        return;
+    }
+    endSession();
+    m_descriptor.close();
+    m_peerAddress = SocketAddress();
+    if (m_streams)
+    {
+        m_streams->end();
     }
 }
 
-int SocketBaseImpl::read(void* data, int length, IOIFC::ErrorAction errorAction)
+SocketStreams& SocketBaseImpl::streams()
+{
+    if (!m_streams)
+    {
+        m_streams = std::make_unique<SocketStreams>(*this);
+    }
+    return *m_streams;
+}
+
+// The frame of a read and a write: `bytes` moves at least one byte of a connected socket.
+template <class Transfer>
+int SocketBaseImpl::transfer(const char* name, int length, ErrorAction errorAction, Transfer bytes)
 {
     if (length == 0)
     {
         return 0;
     }
+    m_errorText = String();
     int count = -1;
     if (!isConnected() || length < 0)
     {
@@ -182,47 +180,64 @@ int SocketBaseImpl::read(void* data, int length, IOIFC::ErrorAction errorAction)
     }
     else
     {
-        count = receive(data, length);
+        count = bytes();
     }
-    if (count < 0 && errorAction == IOIFC::E_THROW_ON_ERROR)
+    if (count < 0 && errorAction == E_THROW_ON_ERROR)
     {
-        BLOCXX_THROW_ERRNO_MSG(SocketException, "SocketBaseImpl::read");
+        const int error = errno;
+        const String message = m_errorText.empty() ? String(name) : String(Format("%1: %2", name, m_errorText));
+        BLOCXX_THROW_ERRNO_MSG1(SocketException, message, error);
     }
     return count;
 }
 
-int SocketBaseImpl::write(const void* data, int length, IOIFC::ErrorAction errorAction)
+int SocketBaseImpl::read(void* data, int length, ErrorAction errorAction)
 {
-    if (length == 0)
+    return transfer("SocketBaseImpl::read", length, errorAction,
+                    [this, data, length]
+                    {
+                        m_receiveTimedOut = false;
+                        return receive(data, length);
+                    });
+}
+
+int SocketBaseImpl::write(const void* data, int length, ErrorAction errorAction)
+{
+    return transfer("SocketBaseImpl::write", length, errorAction,
+                    [this, data, length] { return sendAll(data, length); });
+}
+
+bool SocketBaseImpl::awaitInput(short event, const Deadline& deadline)
+{
+    const bool ready = waitUntilReady(descriptor(), event, deadline);
+    m_receiveTimedOut = !ready && errno == ETIMEDOUT;
+    return ready;
+}
+
+bool SocketBaseImpl::isInputReady(const Timeout& timeout)
+{
+    m_receiveTimedOut = false;
+    if (!isConnected())
     {
-        return 0;
+        errno = ENOTCONN;
+        return false;
     }
-    int count = -1;
-    if (!isConnected() || length < 0)
+    return holdsInput() || awaitInput(POLLIN, Deadline(timeout));
+}
+
+bool SocketBaseImpl::isOutputReady(const Timeout& timeout)
+{
+    if (!isConnected())
     {
-        errno = length < 0 ? EINVAL : ENOTCONN;
+        errno = ENOTCONN;
+        return false;
     }
-    else
-    {
-        count = sendAll(data, length);
-    }
-    if (count < 0 && errorAction == IOIFC::E_THROW_ON_ERROR)
-    {
-        BLOCXX_THROW_ERRNO_MSG(SocketException, "SocketBaseImpl::write");
-    }
-    return count;
+    return waitUntilReady(descriptor(), POLLOUT, Deadline(timeout));
 }
 
 SocketAddress SocketBaseImpl::localAddress() const
 {
-    SocketAddress address;
-    sockaddr_storage native{};
-    socklen_t size = sizeof native;
-    if (isConnected() && ::getsockname(descriptor(), reinterpret_cast<sockaddr*>(&native), &size) == 0)
-    {
-        address.assignFromNativeForm(reinterpret_cast<const sockaddr*>(&native), size);
-    }
-    return address;
+    return isConnected() ? addressOf(descriptor(), ::getsockname) : SocketAddress();
 }
 
 } // namespace blocxx

@@ -2,31 +2,53 @@
 
 #include "core/FileDescriptor.hpp"
 #include "io/Deadline.hpp"
+#include "io/SocketStreams.hpp"
 
 #include "blocxx/IOIFC.hpp"
 #include "blocxx/IntrusiveCountableBase.hpp"
 #include "blocxx/SocketAddress.hpp"
+#include "blocxx/String.hpp"
 #include "blocxx/Timeout.hpp"
+
+#include <openssl/types.h>
+
+#include <memory>
 
 namespace blocxx
 {
 
 /// What the copies of one Socket share: the descriptor, the time-outs, the address. Subclasses say how bytes travel.
-class SocketBaseImpl : public IntrusiveCountableBase
+class SocketBaseImpl : public IntrusiveCountableBase, public IOIFC
 {
 public:
-    ~SocketBaseImpl() override = default;
+    SocketBaseImpl(const SocketBaseImpl&) = delete;
+    SocketBaseImpl& operator=(const SocketBaseImpl&) = delete;
+    ~SocketBaseImpl() noexcept override = default;
 
     void connect(const SocketAddress& address);
+
+    /// Takes over a connected descriptor.
+    void adopt(int connected);
+
     void disconnect();
     bool isConnected() const { return m_descriptor.isOpen(); }
 
-    int read(void* data, int length, IOIFC::ErrorAction errorAction);
-    int write(const void* data, int length, IOIFC::ErrorAction errorAction);
+    int read(void* data, int length, ErrorAction errorAction) override;
+    int write(const void* data, int length, ErrorAction errorAction) override;
+    String lastErrorText() const override { return m_errorText; }
+
+    bool isInputReady(const Timeout& timeout);
+    bool isOutputReady(const Timeout& timeout);
+    bool receiveTimedOut() const { return m_receiveTimedOut; }
+
+    /// Made when first asked for.
+    SocketStreams& streams();
 
     int descriptor() const { return m_descriptor.get(); }
     const SocketAddress& peerAddress() const { return m_peerAddress; }
     SocketAddress localAddress() const;
+    virtual SSL* ssl() const { return nullptr; }
+    virtual bool peerVerified() const { return false; }
 
     static void setDefaultTimeout(const Timeout& timeout);
 
@@ -37,23 +59,36 @@ public:
 protected:
     SocketBaseImpl();
 
-    /// Follows the connect, under the same deadline. Throws to give the connection up.
-    virtual void startSession(const Deadline& deadline) = 0;
+    /// Follows the connect, under the same deadline. Throws to give the connection up. @return false if the time is up
+    virtual bool startSession(const Deadline& deadline) = 0;
 
-    /// Precedes the closing of the descriptor; must not block.
+    /// Precedes the closing of the descriptor; neither blocks nor is a cancellation point.
     virtual void endSession() noexcept = 0;
 
     /// As IOIFC::read and write, with at least one byte asked for, on a connected socket.
     virtual int receive(void* data, int length) = 0;
     virtual int sendAll(const void* data, int length) = 0;
 
-    [[noreturn]] void throwTimedOut(const char* phase, const SocketAddress& address) const;
+    /// Whether a read can deliver bytes that have left the descriptor already.
+    virtual bool holdsInput() const { return false; }
+
+    /// Waits as part of reading; `event` is what the reading needs. @return as waitUntilReady.
+    bool awaitInput(short event, const Deadline& deadline);
+    void noteReceiveTimedOut() { m_receiveTimedOut = true; }
+
+    /// For a failed transfer: the reason that `errno` cannot tell.
+    void setErrorText(const String& text) { m_errorText = text; }
 
 private:
-    void connectToAny(const SocketAddress& address, const Deadline& deadline);
+    void start(FileDescriptor&& socket, const SocketAddress& peer);
+    template <class Transfer>
+    int transfer(const char* name, int length, ErrorAction errorAction, Transfer bytes);
 
     FileDescriptor m_descriptor;
     SocketAddress m_peerAddress;
+    std::unique_ptr<SocketStreams> m_streams;
+    String m_errorText;
+    bool m_receiveTimedOut = false;
 };
 
 } // namespace blocxx

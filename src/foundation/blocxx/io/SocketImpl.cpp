@@ -1,29 +1,36 @@
 #include "io/SocketImpl.hpp"
 
+#include "io/SocketCalls.hpp"
 #include "io/Wait.hpp"
 
 #include <poll.h>
 
 #include <cerrno>
+#include <optional>
 
 namespace blocxx
 {
 
 int SocketImpl::receive(void* data, int length)
 {
+    std::optional<Deadline> deadline;
     for (;;)
     {
         // Tried before any wait: most of the time the bytes are there.
-        const ssize_t count = ::recv(descriptor(), data, static_cast<std::size_t>(length), MSG_DONTWAIT);
+        const ssize_t count = receiveNow(descriptor(), data, static_cast<std::size_t>(length));
         if (count >= 0)
         {
             return static_cast<int>(count);
         }
-        if (errno == EINTR)
+        if (errno != EAGAIN)
         {
-            continue;
+            return -1;
         }
-        if (errno != EAGAIN || !waitUntilReady(descriptor(), POLLIN, Deadline(receiveTimeout)))
+        if (!deadline)
+        {
+            deadline.emplace(receiveTimeout);
+        }
+        if (!awaitInput(POLLIN, *deadline))
         {
             return -1;
         }
@@ -34,20 +41,25 @@ int SocketImpl::sendAll(const void* data, int length)
 {
     const char* const bytes = static_cast<const char*>(data);
     int sent = 0;
+    std::optional<Deadline> deadline;
     while (sent < length)
     {
-        const auto left = static_cast<std::size_t>(length - sent);
-        const ssize_t count = ::send(descriptor(), bytes + sent, left, MSG_DONTWAIT | MSG_NOSIGNAL);
+        const ssize_t count = sendNow(descriptor(), bytes + sent, static_cast<std::size_t>(length - sent));
         if (count >= 0)
         {
             sent += static_cast<int>(count);
+            deadline.reset();
             continue;
         }
-        if (errno == EINTR)
+        if (errno != EAGAIN)
         {
-            continue;
+            return -1;
         }
-        if (errno != EAGAIN || !waitUntilReady(descriptor(), POLLOUT, Deadline(sendTimeout)))
+        if (!deadline)
+        {
+            deadline.emplace(sendTimeout);
+        }
+        if (!waitUntilReady(descriptor(), POLLOUT, *deadline))
         {
             return -1;
         }

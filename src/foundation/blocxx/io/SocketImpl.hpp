@@ -9,7 +9,7 @@ namespace blocxx
 class SocketImpl : public SocketBaseImpl
 {
 protected:
-    void startSession(const Deadline&) override {}
+    bool startSession(const Deadline&) override { return true; }
     void endSession() noexcept override {}
     int receive(void* data, int length) override;
     int sendAll(const void* data, int length) override;

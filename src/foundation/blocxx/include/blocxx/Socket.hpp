@@ -3,26 +3,39 @@
 #include "blocxx/BLOCXX_config.h"
 #include "blocxx/IOIFC.hpp"
 #include "blocxx/IntrusiveReference.hpp"
+#include "blocxx/SSLCtxMgr.hpp"
+#include "blocxx/SelectableIFC.hpp"
 #include "blocxx/SocketAddress.hpp"
 #include "blocxx/SocketException.hpp"
+#include "blocxx/SocketFlags.hpp"
 #include "blocxx/Timeout.hpp"
+
+#include <openssl/types.h>
+
+#include <iosfwd>
 
 namespace blocxx
 {
 
-class SSLClientCtx;
 class SocketBaseImpl;
 
-using SSLClientCtxRef = IntrusiveReference<SSLClientCtx>;
-using SocketHandle_t = int;
+using SocketHandle_t = Select_t;
 
 /// A client's stream socket, plain TCP or TLS: a handle on shared state.
 ///
-/// Copies share the connection, the time-outs and the TLS state; disconnecting one disconnects all, and the last one
-/// closes the connection. The descriptor is closed on exec, never blocks a thread beyond the time-outs, and may have
-/// any number. No operation raises SIGPIPE or touches the process's signal dispositions; interrupting signals do not
-/// end an operation. Copies may be made and dropped on any thread; one thread at a time uses the connection.
-class BLOCXX_COMMON_API Socket : public IOIFC
+/// @code
+/// blocxx::Socket socket(blocxx::SSLClientCtxRef(new blocxx::SSLClientCtx));
+/// socket.setConnectTimeout(blocxx::Timeout::relative(10));
+/// socket.connect(blocxx::SocketAddress::getByName("www.example.com", 443));
+/// socket.write("GET / HTTP/1.0\r\n\r\n", 18);
+/// @endcode
+///
+/// Copies share the connection, the time-outs, the streams and the TLS state; disconnecting one disconnects all, and
+/// the last one closes the connection. The descriptor is closed on exec, never blocks a thread beyond the time-outs,
+/// and may have any number. No operation raises SIGPIPE or touches the process's signal dispositions; interrupting
+/// signals do not end an operation. Copies may be made and dropped on any thread; one thread at a time uses the
+/// connection. A thread may be cancelled (pthread_cancel) in any operation that waits, never in one that closes.
+class BLOCXX_COMMON_API Socket : public SelectableIFC, public IOIFC
 {
 public:
     /// A plain TCP socket, not connected.
@@ -31,21 +44,33 @@ public:
     /// A TLS client's socket, not connected; a plain one if the reference is null.
     Socket(const SSLClientCtxRef& sslCtx);
 
+    /// Takes over a connected descriptor; it is closed with the last copy. The addresses are those that the system
+    /// knows, whatever the type given.
+    /// @throws SSLException for E_SSL: a client's TLS starts with `connect`.
+    Socket(SocketHandle_t fd, SocketAddress::AddressType addrType,
+           SocketFlags::ESSLFlag isSSL = SocketFlags::E_NOT_SSL);
+
+    /// A plain TCP socket, connected without a time limit.
+    /// @throws SocketException as `connect` does; SSLException for E_SSL, since there is no context to take trust from.
+    Socket(const SocketAddress& addr, SocketFlags::ESSLFlag isSSL = SocketFlags::E_NOT_SSL);
+
     Socket(const Socket& other);
     Socket& operator=(const Socket& other);
     ~Socket() override;
 
-    /// Connects, after disconnecting what was connected. The addresses of a name are tried in turn, each with an equal
-    /// share of the time that is left; on a TLS socket the handshake follows and shares the same limit. TCP_NODELAY is
-    /// set.
-    /// @throws SocketException with the `errno` value as its code (ECONNREFUSED, EHOSTUNREACH, ...) if no address could
-    /// be connected to; the text names each address that was tried. With code ETIMEDOUT if the connect time-out
-    /// expired; the text names the address, the phase ("connect" or "TLS handshake") and the limit.
+    /// Connects, after disconnecting what was connected. The addresses of a name are tried side by side (RFC 8305,
+    /// section 5): each starts 250 ms after the one before it or as soon as that has failed, earlier ones stay open,
+    /// and the first that connects wins. On a TLS socket the handshake follows. One limit bounds all of it. TCP_NODELAY
+    /// is set.
+    /// @throws SocketException if no address could be connected to. The text lists each address with its error; the
+    /// code is the `errno` value (ECONNREFUSED, EHOSTUNREACH, ...) of the first in that list that the peer or the
+    /// network caused, or else of the first. With code ETIMEDOUT if the connect time-out expired; the text names the
+    /// addresses tried, the phase ("connect" or "TLS handshake") and the limit.
     /// @throws SSLException if the handshake failed; the text names the host and the reason.
     void connect(const SocketAddress& addr);
 
-    /// Closes the connection without waiting; a TLS socket sends close-notify if it can at once. Does nothing on a
-    /// socket that is not connected.
+    /// Closes the connection without waiting; a TLS socket sends close-notify if it can at once, and if it is still in
+    /// the process that connected it. Does nothing on a socket that is not connected.
     void disconnect();
 
     bool isConnected() const;
@@ -54,11 +79,11 @@ public:
     void setConnectTimeout(const Timeout& timeout);
     Timeout getConnectTimeout() const;
 
-    /// Bounds one read: how long no byte may arrive.
+    /// Bounds one read: how long no byte of data may arrive. Under TLS session tickets and key updates are no data.
     void setReceiveTimeout(const Timeout& timeout);
     Timeout getReceiveTimeout() const;
 
-    /// Bounds one write: how long no byte may leave.
+    /// Bounds one write: how long no byte of data may leave.
     void setSendTimeout(const Timeout& timeout);
     Timeout getSendTimeout() const;
 
@@ -69,6 +94,9 @@ public:
     /// any thread.
     static void setDefaultTimeouts(const Timeout& timeout);
 
+    /// Whether the last read or wait for input ended because its time was up.
+    bool receiveTimeOutExpired() const;
+
     /// Reads what has arrived, waiting for the first byte if there is none.
     /// @return the bytes read; 0 at the orderly end of the stream (under TLS: close-notify); -1 on error, with `errno`
     /// ETIMEDOUT when the receive time-out expired, ENOTCONN on a socket that is not connected.
@@ -78,6 +106,24 @@ public:
     /// @return the number of bytes given; -1 on error, with `errno` as for `read`. Some bytes may have left then.
     int write(const void* dataOut, int dataOutLen, ErrorAction errorAsException = E_RETURN_ON_ERROR) override;
 
+    /// Under TLS the reason why the last read or write failed, for which `errno` has only EPROTO or ECONNRESET.
+    String lastErrorText() const override;
+
+    /// Waits until a read would not block: there are bytes, or the stream has ended or failed. Under TLS the bytes may
+    /// turn out to be no data.
+    /// @return true when it is *not* ready: the time is up (`errno` ETIMEDOUT), or the socket is not connected
+    /// (ENOTCONN).
+    bool waitForInput(const Timeout& timeout = Timeout::infinite);
+
+    /// Waits until a write of a byte would not block. @return as `waitForInput`.
+    bool waitForOutput(const Timeout& timeout = Timeout::infinite);
+
+    /// Streams over the connection, with a buffer of 2048 bytes each way. They belong to the socket and start anew with
+    /// each connect. The output stream throws `std::ios_base::failure` when a write fails; what is not flushed before
+    /// the socket disconnects is dropped. They and another stream buffer over the socket do not mix.
+    std::istream& getInputStream();
+    std::ostream& getOutputStream();
+
     /// The address connected to, with the name it was asked for by; UNSET if not connected.
     SocketAddress getPeerAddress() const;
 
@@ -85,7 +131,15 @@ public:
     SocketAddress getLocalAddress() const;
 
     /// The descriptor, -1 if not connected. It stays the socket's.
+    Select_t getSelectObj() const override;
     SocketHandle_t getfd() const;
+
+    /// OpenSSL's object; null for a plain socket and for one that is not connected. It stays the socket's.
+    SSL* getSSL() const;
+
+    /// Whether this is a TLS connection whose peer has shown a valid certificate for the name or address asked for;
+    /// false when verification is disabled.
+    bool peerCertVerified() const;
 
 private:
     IntrusiveReference<SocketBaseImpl> m_impl;

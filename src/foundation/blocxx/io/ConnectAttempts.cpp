@@ -1,0 +1,239 @@
+#include "io/ConnectAttempts.hpp"
+
+#include "io/SocketNames.hpp"
+
+#include "blocxx/Format.hpp"
+
+#include <netinet/tcp.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace blocxx
+{
+
+namespace
+{
+
+// The Connection Attempt Delay that RFC 8305, section 5, recommends.
+const float ATTEMPT_DELAY_IN_SECONDS = 0.25F;
+
+const short NOT_READY = 0;
+
+// What socket(2) and connect(2) say for want of a network, an address family, a permission or memory of this machine's
+// tells nothing about the peer.
+bool isAboutThisMachine(int error)
+{
+    switch (error)
+    {
+    case EACCES:
+    case EADDRNOTAVAIL:
+    case EAFNOSUPPORT:
+    case EINVAL:
+    case EMFILE:
+    case ENETDOWN:
+    case ENETUNREACH:
+    case ENFILE:
+    case ENOBUFS:
+    case ENOMEM:
+    case EPERM:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// TCP's simultaneous open (RFC 9293, section 3.5) connects a socket to itself when the port that the system chose for
+// this end is the one connected to. There is no peer then.
+bool isConnectedToItself(int descriptor)
+{
+    const SocketAddress here = addressOf(descriptor, ::getsockname);
+    const SocketAddress there = addressOf(descriptor, ::getpeername);
+    return there.getType() != SocketAddress::UNSET && here.getPort() == there.getPort() &&
+           here.getAddress() == there.getAddress();
+}
+
+// The earlier of two times left, as poll(2) takes them.
+int earlier(int left, int right)
+{
+    return left < 0 ? right : right < 0 ? left : std::min(left, right);
+}
+
+} // namespace
+
+ConnectAttempts::ConnectAttempts(const SocketAddress& peer)
+    : m_peer(peer), m_addresses(std::max<std::size_t>(peer.getCandidateCount(), 1)), m_nextStart(Timeout::infinite)
+{
+}
+
+ConnectAttempts::EOutcome ConnectAttempts::run(const Deadline& deadline)
+{
+    for (;;)
+    {
+        while (!connected() && nextIsDue())
+        {
+            startNext();
+        }
+        if (connected())
+        {
+            m_polled.clear();
+            return E_CONNECTED;
+        }
+        if (!underWay())
+        {
+            return E_FAILED;
+        }
+        if (!awaitAny(deadline) && deadline.expired())
+        {
+            std::for_each(m_attempts.begin(), m_attempts.end(), [](Attempt& attempt) { attempt.socket.close(); });
+            return E_TIMED_OUT;
+        }
+    }
+}
+
+bool ConnectAttempts::underWay() const
+{
+    return std::any_of(m_attempts.begin(), m_attempts.end(),
+                       [](const Attempt& attempt) { return attempt.socket.isOpen(); });
+}
+
+bool ConnectAttempts::nextIsDue() const
+{
+    return m_attempts.size() < m_addresses &&
+           (m_attempts.empty() || !m_attempts.back().socket.isOpen() || m_nextStart.expired());
+}
+
+void ConnectAttempts::startNext()
+{
+    const std::size_t index = m_attempts.size();
+    m_attempts.push_back({m_peer.getCandidateCount() == 0 ? m_peer : m_peer.getCandidate(index), FileDescriptor()});
+    Attempt& attempt = m_attempts.back();
+    const sockaddr* const native = attempt.address.getNativeForm();
+    if (native == nullptr)
+    {
+        conclude(index, EINVAL);
+        return;
+    }
+    attempt.socket = FileDescriptor(::socket(native->sa_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    if (!attempt.socket.isOpen())
+    {
+        conclude(index, errno);
+        return;
+    }
+    m_nextStart = Deadline(Timeout::relative(ATTEMPT_DELAY_IN_SECONDS));
+    const auto size = static_cast<socklen_t>(attempt.address.getNativeFormSize());
+    if (::connect(attempt.socket.get(), native, size) == 0)
+    {
+        conclude(index, 0);
+    }
+    // An interrupted connect continues in the background, as one in progress does.
+    else if (errno != EINPROGRESS && errno != EINTR)
+    {
+        conclude(index, errno);
+    }
+}
+
+// Waits until an attempt is ready, the next one is due, or the time is up. Returns whether one was ready.
+bool ConnectAttempts::awaitAny(const Deadline& deadline)
+{
+    m_polled.clear();
+    for (const Attempt& attempt : m_attempts)
+    {
+        // poll(2) skips the negative descriptors of those that have failed.
+        m_polled.push_back({attempt.socket.get(), POLLOUT, NOT_READY});
+    }
+    int limit = deadline.remainingMilliseconds();
+    if (m_attempts.size() < m_addresses)
+    {
+        limit = earlier(limit, m_nextStart.remainingMilliseconds());
+    }
+    const int ready = ::poll(m_polled.data(), m_polled.size(), limit);
+    const int pollError = ready < 0 ? errno : 0;
+    if (ready == 0 || pollError == EINTR)
+    {
+        return false;
+    }
+    for (std::size_t index = 0; index < m_polled.size() && !connected(); ++index)
+    {
+        if (pollError != 0 && m_attempts[index].socket.isOpen())
+        {
+            conclude(index, pollError);
+        }
+        else if (m_polled[index].revents != NOT_READY)
+        {
+            look(index);
+        }
+    }
+    return true;
+}
+
+void ConnectAttempts::look(std::size_t index)
+{
+    int outcome = 0;
+    socklen_t size = sizeof outcome;
+    if (::getsockopt(m_attempts[index].socket.get(), SOL_SOCKET, SO_ERROR, &outcome, &size) != 0)
+    {
+        outcome = errno;
+    }
+    conclude(index, outcome);
+}
+
+void ConnectAttempts::conclude(std::size_t index, int error)
+{
+    Attempt& attempt = m_attempts[index];
+    if (error == 0 && isConnectedToItself(attempt.socket.get()))
+    {
+        error = ECONNREFUSED;
+    }
+    attempt.error = error;
+    if (error != 0)
+    {
+        attempt.socket.close();
+        return;
+    }
+    const int on = 1;
+    ::setsockopt(attempt.socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    m_connected = index;
+    for (Attempt& other : m_attempts)
+    {
+        if (&other != &attempt)
+        {
+            other.socket.close();
+        }
+    }
+}
+
+FileDescriptor ConnectAttempts::takeSocket()
+{
+    return std::move(m_attempts[m_connected].socket);
+}
+
+String ConnectAttempts::describeTheUnsuccessful() const
+{
+    String all;
+    for (std::size_t index = 0; index < m_attempts.size(); ++index)
+    {
+        if (index == m_connected)
+        {
+            continue;
+        }
+        const Attempt& attempt = m_attempts[index];
+        String one = attempt.address.toString();
+        if (attempt.error != 0)
+        {
+            one = ExceptionDetail::FormatMsg(one.c_str(), attempt.error).get();
+        }
+        all = all.empty() ? one : String(Format("%1; %2", all, one));
+    }
+    return all;
+}
+
+int ConnectAttempts::tellingError() const
+{
+    const auto telling = std::find_if(m_attempts.begin(), m_attempts.end(),
+                                      [](const Attempt& attempt) { return !isAboutThisMachine(attempt.error); });
+    return telling == m_attempts.end() ? m_attempts.front().error : telling->error;
+}
+
+} // namespace blocxx

@@ -1,0 +1,8 @@
+#include "blocxx/SelectableIFC.hpp"
+
+namespace blocxx
+{
+
+SelectableIFC::~SelectableIFC() = default;
+
+} // namespace blocxx
