@@ -16,13 +16,8 @@ namespace ZOLNS2::SearchDetail
 class ZOL_API ByteSink
 {
 public:
+    virtual ~ByteSink() = default;
     virtual void append(const char* bytes, std::size_t count) = 0;
-
-protected:
-    ByteSink() = default;
-    ByteSink(const ByteSink&) = default;
-    ByteSink& operator=(const ByteSink&) = default;
-    ~ByteSink() = default;
 };
 
 /// A pattern with the tables of the search by Boyer and Moore. Searching changes nothing in it.
