@@ -1,5 +1,12 @@
 # The CMake package zol_http and the pkg-config module of the same name.
 include(CMakePackageConfigHelpers)
+foreach(folder BINDIR LIBDIR INCLUDEDIR MANDIR)
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_${folder}}")
+    message(FATAL_ERROR "CMAKE_INSTALL_${folder} has to be relative to the prefix: what is installed finds its "
+      "parts from the place where it is.")
+  endif()
+endforeach()
+
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zol_http)
 configure_package_config_file(cmake/zol_httpConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/zol_httpConfig.cmake
   INSTALL_DESTINATION ${package_dir})

@@ -1,31 +1,48 @@
-# zol_add_library(<target> ALIAS <exported name> VERSION <x.y.z> OUTPUT <file stem> LINKS <public libraries...>)
+# zol_add_library(<target> ALIAS <exported name> VERSION <x.y.z> OUTPUT <file stem> [MODULES <folders...>]
+#   LINKS <public libraries...>)
 #
-# One shared library of the project: its sources are the .cpp files below the calling folder, its public headers the
-# folder include/. The first number of VERSION is the shared object's version.
+# A library of the project, shared or static as BUILD_SHARED_LIBS says. Each of its modules is a folder, the calling one
+# unless others are named: its sources are the .cpp files below it, its public headers the folder include/ in it. The
+# first number of VERSION is the shared object's version.
 function(zol_add_library target)
-  cmake_parse_arguments(arg "" "ALIAS;VERSION;OUTPUT" "LINKS" ${ARGN})
-  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
-  add_library(${target} SHARED ${sources})
+  cmake_parse_arguments(arg "" "ALIAS;VERSION;OUTPUT" "MODULES;LINKS" ${ARGN})
+  list(TRANSFORM arg_MODULES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  if(NOT arg_MODULES)
+    set(arg_MODULES ${CMAKE_CURRENT_SOURCE_DIR})
+  endif()
+
+  add_library(${target})
   add_library(zol::${arg_ALIAS} ALIAS ${target})
+  foreach(module IN LISTS arg_MODULES)
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${module}/*.cpp)
+    target_sources(${target} PRIVATE ${sources})
+    target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${module}/include>)
+  endforeach()
+  target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+
   string(REGEX MATCH "^[0-9]+" soversion ${arg_VERSION})
   set_target_properties(${target} PROPERTIES
     OUTPUT_NAME ${arg_OUTPUT}
     EXPORT_NAME ${arg_ALIAS}
     VERSION ${arg_VERSION}
     SOVERSION ${soversion}
+    POSITION_INDEPENDENT_CODE ON # a static library may go into somebody's shared one
     INSTALL_RPATH $ORIGIN) # installed anywhere, the libraries find one another
-  target_include_directories(${target}
-    PUBLIC
-      $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
-      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zol_http>
-    PRIVATE
-      ${CMAKE_CURRENT_SOURCE_DIR})
   target_compile_features(${target} PUBLIC cxx_std_17)
-  target_link_libraries(${target} PUBLIC ${arg_LINKS} PRIVATE $<BUILD_INTERFACE:zol_warnings>)
-  # A library's calls to its own functions are its own: nobody replaces them from outside, so they may be inlined.
-  target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+  target_link_libraries(${target} PUBLIC ${arg_LINKS})
+  target_compile_options(${target} PRIVATE
+    $<TARGET_PROPERTY:zol_warnings,INTERFACE_COMPILE_OPTIONS>
+    # A library's calls to its own functions are its own: nobody replaces them from outside, so they may be inlined.
+    -fno-semantic-interposition)
   target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
-  install(TARGETS ${target} EXPORT zol_http_targets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-  install(DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zol_http)
+
+  if(ZOL_INSTALL)
+    target_include_directories(${target} PUBLIC $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zol_http>)
+    install(TARGETS ${target} EXPORT zol_http_targets
+      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+      ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    foreach(module IN LISTS arg_MODULES)
+      install(DIRECTORY ${module}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zol_http)
+    endforeach()
+  endif()
 endfunction()
