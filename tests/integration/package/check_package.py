@@ -1,20 +1,29 @@
 #!/usr/bin/env python3
-"""Checks one property of an installed libzol_http. usage: check_package.py [options] COMMAND
+"""Checks one property of libzol_http, built or installed. usage: check_package.py [options] COMMAND
 
   headers             every public header compiles alone, as C++17 and as C++20, without a warning, and zol/http.hpp
-                      holds all of zol/
+                      includes all of zol/
   versions            the shared objects carry their versions
   symbols             the shared objects export nothing outside the library's namespaces
   paths               no installed file names the folders that it was built in
   cmake_consumer      a program builds through find_package(zol_http), and runs
   pkgconfig_consumer  a program builds through the pkg-config module zol_http, and runs
   zolget              the installed zolget finds its libraries and fetches a page
+  subproject          as a part of another project the library leaves that project's settings alone, and brings neither
+                      programs nor tests nor anything to install
+  static_build        as a part of another project it is built static where that asks for it, a program links it and
+                      runs; installs it below the prefix
+  dependencies        each dependency that is missing is named with what needs it and how to do without
+  make                "make" calls CMake alone, and "make install" installs what was built without building
+
+With --static, the consumers are to be linked to the static libraries.
 """
 
 import argparse
 import concurrent.futures
 import os
 import re
+import shlex
 import shutil
 import socket
 import subprocess
@@ -22,6 +31,7 @@ import sys
 import threading
 from pathlib import Path
 
+HERE = Path(__file__).resolve().parent
 SHARED_OBJECTS = ["libzol_http.so.2", "libzolcommon.so.2", "libzol_openwbem.so.7", "libzol_blocxx.so.6"]
 NAMESPACES = "6ZOLNS2|6blocxx|8OpenWBEM"
 # What a symbol may begin with: tables, type information, thunks, guards and function-local statics included.
@@ -31,10 +41,10 @@ OWN = re.compile(rf"^_Z(T[VIST]|TC|GV|GR|T[hv]n?[0-9_n]+|Tc[hv0-9_n]+)?Z?N?[rVK]
 STANDARD = re.compile(r"^_Z((T[VIST]|GV)?Z?N?[rVK]*[RO]?(S[tabsiod]|9__gnu_cxx|10__cxxabiv1)|T[IS](P|Do)*F)")
 
 
-def run(command, **options):
+def run(command, timeout=280, **options):
     """Runs a command; prints what it wrote and ends the check when it fails."""
     done = subprocess.run([str(word) for word in command], text=True, stdout=subprocess.PIPE,
-                          stderr=subprocess.STDOUT, timeout=280, check=False, **options)
+                          stderr=subprocess.STDOUT, timeout=timeout, check=False, **options)
     if done.returncode != 0:
         sys.exit(f"{' '.join(map(str, command))}: status {done.returncode}\n{done.stdout}")
     return done.stdout
@@ -103,20 +113,15 @@ def symbols(args):
 
 
 def paths(args):
+    folders = {path for folder in (args.source, args.build, args.prefix) for path in (str(folder), str(folder.resolve()))}
     problems = []
     checked = []
     for path in sorted(args.prefix.rglob("*")):
         if path.is_symlink() or not path.is_file():
             continue
         checked.append(path)
-        if ".so" in path.name or os.access(path, os.X_OK):
-            # Debug information names sources, as it should; what the loader reads must not.
-            text = run(["readelf", "-dW", path])
-        else:
-            text = path.read_text(encoding="utf-8")
-        for folder in (args.source, args.build, args.prefix):
-            if str(folder) in text:
-                problems.append(f"{path} names {folder}")
+        content = path.read_bytes()
+        problems += [f"{path} names {folder}" for folder in sorted(folders) if os.fsencode(folder) in content]
     report(problems, checked)
 
 
@@ -144,7 +149,7 @@ class OneAnswerServer:
         return "127.0.0.1:%d" % self.listener.getsockname()[1]
 
 
-def use_consumer(program, environment=None):
+def use_consumer(args, program, environment=None):
     """Runs the consumer, which prints the body of a page or the message and code of what it caught."""
     environment = dict(os.environ, **(environment or {}))
     page = OneAnswerServer(b"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 5\r\n\r\nhello")
@@ -158,6 +163,10 @@ def use_consumer(program, environment=None):
     output = run([program, missing.address()], env=environment)
     if output != "HTTPException 404 Error response from http server: HTTP/1.1 404 Not Found\n":
         problems.append(f"for an error status the consumer printed {output!r}")
+    tags = run(["readelf", "-dW", program])
+    is_static = not any(name in tags for name in SHARED_OBJECTS)
+    if is_static != args.static:
+        problems.append(f"the consumer loads, of {SHARED_OBJECTS}: {tags}")
     report(problems, [page, missing])
 
 
@@ -167,23 +176,135 @@ def fresh(folder):
     return folder
 
 
+def configure(args, source, build, *options, environment=None):
+    """Has CMake configure a folder with the compiler that the library was built with; returns how that ended."""
+    command = [args.cmake, "-G", args.generator, "-S", source, "-B", build, f"-DCMAKE_CXX_COMPILER={args.compiler}",
+               f"-DCMAKE_CXX_COMPILER_LAUNCHER={args.launcher}", f"-DCMAKE_CXX_FLAGS={args.flags}", *options]
+    return subprocess.run([str(word) for word in command], text=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, timeout=280, check=False, env=environment)
+
+
+def configured(args, source, build, *options):
+    done = configure(args, source, build, *options)
+    if done.returncode != 0:
+        sys.exit(f"{source} could not be configured with {' '.join(map(str, options))}:\n{done.stdout}")
+
+
 def cmake_consumer(args):
     build = fresh(args.work)
-    run([args.cmake, "-S", Path(__file__).parent / "consumer", "-B", build, f"-DCMAKE_PREFIX_PATH={args.prefix}",
-         f"-DCMAKE_CXX_COMPILER={args.compiler}", f"-DCMAKE_CXX_FLAGS={args.flags}"])
+    configured(args, HERE / "consumer", build, f"-DCMAKE_PREFIX_PATH={args.prefix}")
     run([args.cmake, "--build", build])
-    use_consumer(build / "consumer")
+    use_consumer(args, build / "consumer")
 
 
 def pkgconfig_consumer(args):
     build = fresh(args.work)
     libraries = args.prefix / args.libdir
     environment = dict(os.environ, PKG_CONFIG_PATH=str(libraries / "pkgconfig"))
-    flags = run(["pkg-config", "--cflags", "--libs", "zol_http"], env=environment).split()
+    static = ["--static"] if args.static else []
+    flags = shlex.split(run(["pkg-config", "--cflags", "--libs", *static, "zol_http"], env=environment))
     program = build / "consumer"
-    run([args.compiler, "-std=c++17", *args.flags.split(), Path(__file__).parent / "consumer/consumer.cpp", *flags,
+    run([args.compiler, "-std=c++17", *shlex.split(args.flags), HERE / "consumer/consumer.cpp", *flags,
          "-o", program])
-    use_consumer(program, {"LD_LIBRARY_PATH": str(libraries)})
+    use_consumer(args, program, {"LD_LIBRARY_PATH": str(libraries)})
+
+
+def subproject(args):
+    # The project itself compares its settings before and after, and lists targets and tests.
+    build = fresh(args.work)
+    configured(args, HERE / "subproject", build, f"-DZOL_SOURCE={args.source}", "-DFIND_FIRST=ON")
+    # Nothing is built yet, so anything to be installed is either found missing or found installed.
+    run([args.cmake, "--install", build, "--prefix", build / "prefix"])
+    report(["there is something to install"] if (build / "prefix").exists() else [], [build])
+
+
+def static_build(args):
+    # The build folder is kept: a second run compiles only what has changed.
+    build = args.work
+    configured(args, HERE / "subproject", build, f"-DZOL_SOURCE={args.source}", "-DZOL_INSTALL=ON",
+               "-DBUILD_SHARED_LIBS=OFF", "-DCMAKE_BUILD_TYPE=Debug", f"-DCMAKE_INSTALL_LIBDIR:PATH={args.libdir}")
+    run([args.cmake, "--build", build, "--parallel", os.cpu_count()], timeout=1700)
+    fresh(args.prefix)
+    run([args.cmake, "--install", build, "--prefix", args.prefix])
+    use_consumer(args, build / "consumer")
+
+
+def dependencies(args):
+    tools = "-DZOL_BUILD_TOOLS=OFF"
+    tests = "-DZOL_BUILD_TESTS=OFF"
+    benchmarks = "-DZOL_BUILD_BENCHMARKS=OFF"
+    # The package that CMake is told not to find, and what has to be in the one sentence about it.
+    packages = {
+        "OpenSSL": ("OpenSSL 3.0 is missing", "TLS", "libssl-dev", "cannot be built without"),
+        "CLI11": ("CLI11 is missing", "zolget", "libcli11-dev", tools),
+        "GTest": ("GoogleTest is missing", "The tests", "libgtest-dev", tests),
+        "Python3": ("Python 3 is missing", "The tests", "python3", tests),
+        "CURL": ("libcurl is missing", "The benchmarks", "libcurl4-openssl-dev", benchmarks),
+        "Poco": ("Poco is missing", "The benchmarks", "libpoco-dev", benchmarks),
+        "benchmark": ("Google Benchmark is missing", "The benchmarks", "libbenchmark-dev", benchmarks),
+        "GMime": ("GMime 3.0 (found through pkg-config) is missing", "The benchmarks", "pkg-config", benchmarks),
+    }
+    # GMime is found by pkg-config, which is given a folder without modules.
+    environment = dict(os.environ, PKG_CONFIG_LIBDIR=str(HERE), PKG_CONFIG_PATH="")
+    disabled = [f"-DCMAKE_DISABLE_FIND_PACKAGE_{name}=ON" for name in packages]
+    done = configure(args, args.source, fresh(args.work), "-DZOL_BUILD_BENCHMARKS=ON", *disabled,
+                     environment=environment)
+    # CMake breaks the lines of a message at blanks.
+    said = " ".join(done.stdout.split())
+    problems = [] if done.returncode != 0 else ["nothing of what is missing is needed"]
+    for words in packages.values():
+        # From the name to the next dependency's.
+        start = said.find(words[0])
+        sentence = said[start:said.find(" is missing", start + len(words[0]))] if start >= 0 else ""
+        problems += [f"{words[0]!r} is said without {word!r}" for word in words if word not in sentence]
+    if problems:
+        problems.append(done.stdout)
+
+    # The options that the messages name keep their promise.
+    options = [tools, tests, benchmarks]
+    needless = [option for option in disabled if not option.endswith("OpenSSL=ON")]
+    done = configure(args, args.source, fresh(args.work), *options, *needless, environment=environment)
+    if done.returncode != 0:
+        problems.append(f"with {options} it still needs:\n{done.stdout}")
+    report(problems, packages)
+
+
+def make(args):
+    work = fresh(args.work)
+    # Programs that neither target may use, and a cmake that only tells how it was called.
+    commands = work / "commands"
+    commands.mkdir()
+    for name in ("apt-get", "sudo", "su", "dpkg", "dpkg-query"):
+        (commands / name).write_text(f"#!/bin/sh\necho CALLED {name}\nexit 1\n")
+    (commands / "cmake").write_text("#!/bin/sh\necho cmake \"$@\"\n")
+    for path in commands.iterdir():
+        path.chmod(0o755)
+    quiet = dict(os.environ, PATH=f"{commands}:{os.environ['PATH']}", MAKEFLAGS="")
+    problems = []
+    make_here = ["make", "--no-print-directory", "-C", args.source]
+    output = run([*make_here, "--silent", f"BUILD={work}/build", f"PREFIX={work}/prefix"], env=quiet)
+    expected = (f"cmake --preset install -B {work}/build -DCMAKE_INSTALL_PREFIX={work}/prefix\n"
+                f"cmake --build {work}/build\n")
+    if output != expected:
+        problems.append(f"make did:\n{output}")
+
+    # What was built is installed without the tools that could build it.
+    (commands / "cmake").unlink()
+    (commands / "cmake").symlink_to(shutil.which(args.cmake))
+    for name in ("ninja", "make", "c++", "g++", "clang++", Path(args.compiler).name):
+        if not (commands / name).exists() and name != "make":
+            (commands / name).symlink_to("apt-get")
+    output = run([*make_here, "install", f"BUILD={args.build}", f"PREFIX={work}/prefix", "DESTDIR="], env=quiet)
+    if "CALLED" in output:
+        problems.append(f"make install did:\n{output}")
+    if not (work / "prefix" / args.libdir / "libzol_http.so.2").exists():
+        problems.append(f"make install did not install the library:\n{output}")
+
+    done = subprocess.run([*map(str, make_here), "install", f"BUILD={work}/none"], text=True, env=quiet, timeout=60,
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+    if done.returncode == 0 or "nothing is built yet; run make first" not in done.stdout:
+        problems.append(f"make install without a build: {done.stdout}")
+    report(problems, [expected, output])
 
 
 def zolget(args):
@@ -196,13 +317,17 @@ def zolget(args):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("command", choices=["headers", "versions", "symbols", "paths", "cmake_consumer",
-                                            "pkgconfig_consumer", "zolget"])
+                                            "pkgconfig_consumer", "zolget", "subproject", "static_build",
+                                            "dependencies", "make"])
     parser.add_argument("--prefix", type=Path, required=True, help="where the library is installed")
+    parser.add_argument("--static", action="store_true", help="what is installed there are the static libraries")
     parser.add_argument("--libdir", default="lib", help="the folder of libraries below the prefix")
     parser.add_argument("--compiler", default="c++")
+    parser.add_argument("--launcher", default="", help="program that the compiler is called through")
     parser.add_argument("--cmake", default="cmake")
+    parser.add_argument("--generator", default="Unix Makefiles", help="the build system CMake writes for")
     parser.add_argument("--flags", default="", help="compiler flags that the library was built with")
-    parser.add_argument("--work", type=Path, help="folder to build consumers in; it is emptied first")
+    parser.add_argument("--work", type=Path, help="folder to build in")
     parser.add_argument("--source", type=Path, help="folder that the library was built from")
     parser.add_argument("--build", type=Path, help="folder that the library was built in")
     args = parser.parse_args()
