@@ -35,7 +35,7 @@ std::string withoutApiNames(std::string_view text)
 
 std::string describeContextFailure(std::string_view text)
 {
-    const std::string reason = withoutApiNames(text);
+    std::string reason = withoutApiNames(text);
     if (contains(reason, "it is encrypted"))
     {
         return reason + "; remove the pass phrase from the key first";

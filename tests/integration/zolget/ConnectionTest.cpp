@@ -264,3 +264,35 @@ TEST_F(ZolgetTls, DoesNotNeedCloseNotifyAfterTheAnnouncedLength)
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "all");
 }
+
+TEST(ZolgetTls13, NamesWhatTheServerRequires)
+{
+    const TemporaryDirectory folder;
+    const zol_test::Certificate authority = zol_test::makeAuthority();
+    const zol_test::Certificate own = zol_test::issue(authority, forLocalhost());
+    const zol_test::Certificate client = zol_test::issue(authority, {});
+    const zol_test::Certificate stranger = zol_test::selfSigned({});
+    const std::string trust = folder.write("ca.pem", authority.certificatePem());
+    zol_test::ChildProcess server({"openssl", "s_server", "-4", "-tls1_3", "-accept", "127.0.0.1:0", "-www", "-cert",
+                                   folder.write("own.pem", own.certificatePem()), "-key",
+                                   folder.write("own-key.pem", own.keyPem()), "-CAfile", trust, "-Verify", "1",
+                                   "-verify_return_error"});
+    ASSERT_TRUE(server.waitForOutput("ACCEPT 127.0.0.1:") && server.waitForOutput("\n")) << server.errorOutput();
+    const std::string output = server.output();
+    const std::string port = output.substr(output.find(':') + 1);
+    const std::string url = "https://localhost:" + port.substr(0, port.find_first_not_of("0123456789")) + "/";
+
+    const Outcome without = zolget({"--ca", trust, url});
+    EXPECT_EQ(without.status, 5) << without.errors;
+    EXPECT_THAT(without.errors, HasSubstr("the secure connection to localhost:"));
+    EXPECT_THAT(without.errors, HasSubstr("alert certificate required"));
+    EXPECT_THAT(without.errors, HasSubstr("; --cert and --key send a client certificate\n"));
+
+    const std::string unknown = folder.write("stranger.pem", stranger.certificatePem() + stranger.keyPem());
+    const Outcome refused = zolget({"--ca", trust, "--cert", unknown, url});
+    EXPECT_EQ(refused.status, 5) << refused.errors;
+    EXPECT_THAT(refused.errors, HasSubstr("alert unknown ca"));
+
+    const std::string known = folder.write("client.pem", client.certificatePem() + client.keyPem());
+    EXPECT_EQ(zolget({"--ca", trust, "--cert", known, url}).status, 0);
+}
