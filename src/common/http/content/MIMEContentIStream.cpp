@@ -1,5 +1,10 @@
 #include "zol/http/MIMEContentIStream.hpp"
 
+#include "zol/mime/ContentEnd.hpp"
+#include "zol/mime/OctetStreamContent.hpp"
+
+#include <cerrno>
+
 namespace ZOLNS2::HTTP
 {
 
@@ -12,12 +17,36 @@ MIMEContentIStreamBuf::~MIMEContentIStreamBuf() = default;
 
 int MIMEContentIStreamBuf::buffer_from_device(char* buffer, int count)
 {
-    return static_cast<int>(m_content->getData(buffer, static_cast<size_t>(count), m_state));
+    const size_t got = m_content->getData(buffer, static_cast<size_t>(count), m_state);
+    if (got == 0 || got == MIME::END_OF_DATA)
+    {
+        noteReadOfNothing(got == MIME::END_OF_DATA);
+    }
+    else
+    {
+        m_emptyReads = 0;
+    }
+    return static_cast<int>(got);
+}
+
+void MIMEContentIStreamBuf::noteReadOfNothing(bool endOfData)
+{
+    m_reachedEndOfData = endOfData;
+    if (MIME::endedBadly(m_content, m_state))
+    {
+        failInput(EIO, "The content ended before all of its data was delivered");
+        return;
+    }
+    const auto files = m_state.cast_to<MIME::FileApplicationOctetStreamContentStreamState>();
+    const size_t fileIndex = files ? files->fileIndex : 0;
+    m_emptyReads = endOfData || fileIndex != m_fileIndex ? 0 : m_emptyReads + 1;
+    m_fileIndex = fileIndex;
 }
 
 MIMEContentIStream::MIMEContentIStream(const MIME::ContentRef& content)
     : MIMEContentIStreamBase(content), PayloadIStream(&m_buffer), m_content(content)
 {
+    m_buffer.reportErrorsTo(this);
 }
 
 MIMEContentIStream::~MIMEContentIStream() = default;

@@ -6,12 +6,14 @@
 #include "response/ResponseHead.hpp"
 #include "response/SinglePartBody.hpp"
 
+#include "blocxx/BaseStreamBuffer.hpp"
 #include "zol/http/HTTPTransferDecoder.hpp"
 #include "zol/mime/UnbufferedContent.hpp"
 #include "zol/text/untokenize.hpp"
 
 #include <istream>
 #include <limits>
+#include <ostream>
 
 namespace ZOLNS2::HTTP
 {
@@ -22,6 +24,13 @@ namespace
 {
 
 blocxx::GlobalString DEFAULT_TYPE = BLOCXX_GLOBAL_STRING_INIT("Content-type: application/octet-stream");
+
+bool outputIsSent(const std::ostream& output)
+{
+    // The stream's bits cannot tell: a write that failed in the middle of a body has left none.
+    const auto* const buffer = dynamic_cast<const blocxx::BaseStreamBuffer*>(output.rdbuf());
+    return buffer == nullptr || buffer->outputState() == blocxx::BaseStreamBuffer::E_OUTPUT_SENT;
+}
 
 bool isMultipart(const MIME::ContentTypeHeader& contentType)
 {
@@ -111,6 +120,7 @@ void Response::parseResponseData(HTTPConnection& conn)
 {
     const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     m_readToItsEnd = false;
+    m_requestIsComplete = outputIsSent(conn.ostream());
     if (isMultipart(contentType))
     {
         ZOL_LOG(log, DEBUG, "Content is multi-part.  Reading all parts to memory.");

@@ -57,6 +57,7 @@ void BaseStreamBuffer::initGetBuffer()
 {
     setg(nullptr, nullptr, nullptr);
     m_inputState = E_INPUT_OPEN;
+    m_deviceFailedInput = false;
     m_inputErrorText.erase();
 }
 
@@ -180,6 +181,10 @@ std::streamsize BaseStreamBuffer::readFromDevice(char* to, std::streamsize room,
 std::streamsize BaseStreamBuffer::noteRead(int result, std::streamsize room)
 {
     const int error = errno;
+    if (m_deviceFailedInput)
+    {
+        return 0;
+    }
     if (result > room)
     {
         noteFailure({EIO, String()});
@@ -193,6 +198,12 @@ std::streamsize BaseStreamBuffer::noteRead(int result, std::streamsize room)
     // Deliberately not sticky: a reader that asks again after the end, asks the device again.
     m_inputState = result > 0 ? E_INPUT_OPEN : E_INPUT_ENDED;
     return std::max(result, 0);
+}
+
+void BaseStreamBuffer::failInput(int error, const String& text)
+{
+    m_deviceFailedInput = true;
+    noteFailure({error, text});
 }
 
 void BaseStreamBuffer::noteFailure(Internal::FailureReason reason)

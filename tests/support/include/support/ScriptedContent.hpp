@@ -70,6 +70,7 @@ public:
         {
             throw std::runtime_error("scripted refusal");
         }
+        ++readers;
         return ZOLNS2::MIME::ContentStreamStateRef(new State);
     }
 
@@ -77,6 +78,7 @@ public:
     std::optional<size_t> announcedLength; ///< instead of the length of the pieces
     bool refusesReaders = false;
     size_t throwAtPiece = std::numeric_limits<size_t>::max();
+    mutable size_t readers = 0;   ///< the stream states that were made
     std::vector<size_t> requests; ///< the lengths that getData() was asked for
 
 private:

@@ -553,3 +553,41 @@ TEST(BaseStreamBuffer, CannotSeek)
     EXPECT_EQ(buffer.pubseekoff(0, std::ios::beg), std::streampos(-1));
     EXPECT_EQ(buffer.pubseekpos(0), std::streampos(-1));
 }
+
+TEST(BaseStreamBuffer, DeviceCanCallItsEndAFailure)
+{
+    class CutDevice : public blocxx::BaseStreamBuffer
+    {
+    public:
+        CutDevice() : BaseStreamBuffer(E_IN) {}
+
+    protected:
+        int buffer_from_device(char* to, int) override
+        {
+            if (m_delivered)
+            {
+                failInput(EPIPE, "cut");
+                return -1;
+            }
+            m_delivered = true;
+            *to = 'x';
+            return 1;
+        }
+
+    private:
+        bool m_delivered = false;
+    };
+    CutDevice buffer;
+    std::istream in(&buffer);
+    buffer.reportErrorsTo(&in);
+    char read[10];
+    in.read(read, sizeof(read));
+    EXPECT_EQ(in.gcount(), 1);
+    EXPECT_TRUE(in.bad());
+    EXPECT_EQ(buffer.inputState(), blocxx::BaseStreamBuffer::E_INPUT_FAILED);
+    EXPECT_EQ(buffer.inputError(), EPIPE);
+    EXPECT_EQ(buffer.inputErrorText(), "cut");
+    in.clear();
+    EXPECT_EQ(in.get(), std::istream::traits_type::eof());
+    EXPECT_TRUE(in.bad());
+}

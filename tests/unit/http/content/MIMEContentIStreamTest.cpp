@@ -3,6 +3,8 @@
 #include "support/ScriptedContent.hpp"
 
 #include "blocxx/NULLReferenceException.hpp"
+#include "zol/mime/ContentEnd.hpp"
+#include "zol/mime/MultipartMixedContent.hpp"
 #include "zol/mime/TextContent.hpp"
 
 #include <gmock/gmock.h>
@@ -31,6 +33,14 @@ IntrusiveReference<ScriptedContent> scripted(std::vector<std::string> pieces)
 {
     return IntrusiveReference<ScriptedContent>(new ScriptedContent(std::move(pieces)));
 }
+
+/// Has less to deliver than it should, and says so.
+class CutContent : public ScriptedContent, public MIME::ContentEnd
+{
+public:
+    using ScriptedContent::ScriptedContent;
+    bool endedBadly(const MIME::ContentStreamStateRef&) const override { return true; }
+};
 
 std::string readByByte(std::istream& in)
 {
@@ -148,6 +158,89 @@ TEST(MIMEContentIStream, ExceptionOfTheContentSetsBadbit)
     EXPECT_TRUE(stream.good());
     EXPECT_EQ(stream.get(), std::istream::traits_type::eof());
     EXPECT_TRUE(stream.bad());
+}
+
+TEST(MIMEContentIStream, WhatAThrowingContentHadDeliveredReachesTheReaderFirst)
+{
+    // Once read through the buffer and once straight into the reader's memory.
+    for (const size_t size : {size_t{100}, size_t{5000}})
+    {
+        const std::string before(size, 'b');
+        const auto content = scripted({before, "never"});
+        content->throwAtPiece = 1;
+        MIMEContentIStream stream(content);
+        std::string read(10000, '\0');
+        EXPECT_NO_THROW(stream.read(read.data(), 10000));
+        EXPECT_EQ(stream.gcount(), static_cast<std::streamsize>(size));
+        EXPECT_EQ(read.substr(0, size), before);
+        EXPECT_TRUE(stream.bad());
+    }
+}
+
+TEST(MIMEContentIStream, StaysBadAfterAnExceptionOfTheContent)
+{
+    const auto content = scripted({"abc", "def"});
+    content->throwAtPiece = 1;
+    MIMEContentIStream stream(content);
+    char buffer[10];
+    stream.read(buffer, sizeof(buffer));
+    EXPECT_EQ(stream.gcount(), 3);
+    content->throwAtPiece = 100;
+    stream.clear();
+    EXPECT_EQ(stream.get(), std::istream::traits_type::eof());
+    EXPECT_TRUE(stream.bad());
+}
+
+TEST(MIMEContentIStream, IsBadBehindTheBytesOfAContentThatEndedBadly)
+{
+    const MIME::ContentRef content(new CutContent({"abc"}));
+    MIMEContentIStream stream(content);
+    char buffer[10];
+    stream.read(buffer, sizeof(buffer));
+    EXPECT_EQ(stream.gcount(), 3);
+    EXPECT_TRUE(stream.bad());
+    stream.clear();
+    EXPECT_EQ(stream.get(), std::istream::traits_type::eof());
+    EXPECT_TRUE(stream.bad());
+}
+
+TEST(MIMEContentIStream, BadEndIsFoundInsideAMultipartBody)
+{
+    const blocxx::IntrusiveReference<MIME::MultipartMixedContent> outer(new MIME::MultipartMixedContent("B"));
+    outer->addPart(MIME::ContentRef(new CutContent({"abc"})));
+    MIMEContentIStream stream(outer);
+    EXPECT_EQ(readByByte(stream), "--B\r\ncontent-type: application/x-scripted\r\n\r\nabc\r\n--B--");
+    stream.clear();
+    stream.get();
+    EXPECT_TRUE(stream.bad());
+}
+
+TEST(MIMEContentIStream, BufferTellsTheEndOfTheDataFromAReadOfNoBytes)
+{
+    HTTP::MIMEContentIStreamBuf buffer(scripted({"", "", "x", ""}));
+    const auto eof = std::istream::traits_type::eof();
+    EXPECT_EQ(buffer.sgetc(), eof);
+    EXPECT_FALSE(buffer.reachedEndOfData());
+    EXPECT_EQ(buffer.emptyReads(), 1U);
+    EXPECT_EQ(buffer.sgetc(), eof);
+    EXPECT_EQ(buffer.emptyReads(), 2U);
+    EXPECT_EQ(buffer.sbumpc(), 'x');
+    EXPECT_EQ(buffer.emptyReads(), 0U);
+    EXPECT_EQ(buffer.sgetc(), eof);
+    EXPECT_FALSE(buffer.reachedEndOfData());
+    EXPECT_EQ(buffer.sgetc(), eof);
+    EXPECT_TRUE(buffer.reachedEndOfData());
+    EXPECT_EQ(buffer.emptyReads(), 0U);
+}
+
+TEST(MIMEContentIStream, AsksItsContentForOneStreamState)
+{
+    const auto content = scripted({"abc"});
+    MIMEContentIStream stream(content);
+    readByByte(stream);
+    stream.clear();
+    readByByte(stream);
+    EXPECT_EQ(content->readers, 1U);
 }
 
 TEST(MIMEContentIStream, LengthIsThatOfTheContent)

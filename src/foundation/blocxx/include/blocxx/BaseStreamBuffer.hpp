@@ -160,6 +160,9 @@ protected:
     /// that were read before it have still to be delivered.
     virtual int buffer_from_device(char* c, int n);
 
+    /// For `buffer_from_device`: what ends the input now is a failure, whatever the result says.
+    void failInput(int error, const String& text);
+
     /// What the device can say beyond `errno` about the read or write that has just failed; empty by default.
     virtual String deviceErrorText() const;
 
@@ -183,6 +186,7 @@ private:
     const EDirectionFlag m_direction;
     const ENegativeResult m_negativeResult;
     EInputState m_inputState;
+    bool m_deviceFailedInput = false; // by failInput()
     int m_inputError;
     int m_outputError; // 0 as long as no write has failed
     const std::streamsize m_size;

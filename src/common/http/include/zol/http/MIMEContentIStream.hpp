@@ -10,6 +10,9 @@ namespace ZOLNS2::HTTP
 
 /// A stream buffer that refills itself, 4096 bytes at a time, from a content. It reads through a stream state of its
 /// own, from the content's first byte.
+///
+/// What the content delivers before it throws or ends badly (MIME::ContentEnd) is read first. From then on the input
+/// has failed for good: inputState() says so, and a MIMEContentIStream is bad, also after clear().
 class ZOL_API MIMEContentIStreamBuf : public blocxx::BaseStreamBuffer
 {
 public:
@@ -18,14 +21,26 @@ public:
     explicit MIMEContentIStreamBuf(const MIME::ContentRef& content);
     ~MIMEContentIStreamBuf() override;
 
+    /// Whether the content has reported the end of its data. If not, a stream that has ended can be read on.
+    bool reachedEndOfData() const { return m_reachedEndOfData; }
+
+    /// The reads in a row that brought nothing and did not end the data. Those that moved the library's own file content
+    /// on to its next file do not count.
+    size_t emptyReads() const { return m_emptyReads; }
+
 protected:
-    /// What the content's getData() answers; its end of data is -1. Deliberate: 0 ends the stream as well, although a
-    /// content that answers 0 may have more; reading goes on after the stream's state has been cleared.
+    /// What the content's getData() returns; its end of data is -1. Deliberate: 0 ends the stream as well, although a
+    /// content that returns 0 may have more; the stream can be read on when its state has been cleared.
     int buffer_from_device(char* buffer, int count) override;
 
 private:
+    void noteReadOfNothing(bool endOfData);
+
     MIME::ContentRef m_content;
     MIME::ContentStreamStateRef m_state;
+    bool m_reachedEndOfData = false;
+    size_t m_emptyReads = 0;
+    size_t m_fileIndex = 0; // at the last empty read
 };
 
 /// Holds the buffer of a MIMEContentIStream, so that it exists before the stream that uses it.

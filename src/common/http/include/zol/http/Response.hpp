@@ -69,6 +69,10 @@ public:
     /// length is looked at, and parts that were dropped for their type do not count as missing.
     bool bodyIsComplete() const;
 
+    /// Whether the request was sent whole. False where a write failed in the middle of it and the server answered all
+    /// the same, as one may that refuses a large body early. True for a response that was not read from a connection.
+    bool requestIsComplete() const { return m_requestIsComplete; }
+
     blocxx::String reserved1;            ///< not used by the library
     blocxx::String reserved2;            ///< not used by the library
     MIME::Contents contents;             ///< the body, in the order its parts arrived
@@ -80,6 +84,7 @@ public:
 
 private:
     bool m_readToItsEnd = false; // of a body that was read into memory
+    bool m_requestIsComplete = true;
 };
 
 /// Reads a response from the input of a connection on which a request has been sent. Every blocxx exception is logged
