@@ -5,7 +5,8 @@
 
 #include <string>
 
-/// @file The forms in which a head goes onto the wire, appended to a string. A head that is gathered in a string is
+/// @file
+/// The forms in which a head goes onto the wire, appended to a string. A head that is gathered in a string is
 /// written as one piece: a write on a stream costs more than the copying of a header line.
 
 namespace ZOLNS2::HTTP

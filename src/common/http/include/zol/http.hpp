@@ -1,6 +1,7 @@
 #pragma once
 
-/// @file Everything that the library offers.
+/// @file
+/// Everything that the library offers.
 
 #include "zol/http/HTTPClient.hpp"
 #include "zol/http/HTTPConnection.hpp"

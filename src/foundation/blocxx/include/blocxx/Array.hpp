@@ -14,8 +14,8 @@
 namespace blocxx
 {
 
-/// An index is not inside an array; subclass id -31, message `Array Index out of bounds. size = <size>, index =
-/// <index>`.
+/// An index is not inside an array. The subclass id is -31, the message
+/// `Array Index out of bounds. size = <size>, index = <index>`.
 BLOCXX_DECLARE_APIEXCEPTION(OutOfBounds, BLOCXX_COMMON_API)
 
 namespace ArrayDetail

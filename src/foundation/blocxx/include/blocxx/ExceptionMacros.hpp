@@ -1,6 +1,7 @@
 #pragma once
 
-/// @file Declaring, defining and throwing exceptions; included through Exception.hpp. `NAME` is the class's name
+/// @file
+/// Declaring, defining and throwing exceptions; included through Exception.hpp. `NAME` is the class's name
 /// without its ending "Exception"; `BASE` is a whole class name.
 
 #include "blocxx/Exception.hpp"

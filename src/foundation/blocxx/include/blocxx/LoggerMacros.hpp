@@ -1,6 +1,7 @@
 #pragma once
 
-/// @file The logging statements; included through Logger.hpp.
+/// @file
+/// The logging statements; included through Logger.hpp.
 
 #include "blocxx/ErrnoKeeper.hpp"
 

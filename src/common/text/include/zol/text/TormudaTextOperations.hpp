@@ -10,7 +10,8 @@
 #include <sstream>
 #include <utility>
 
-/// @file Writing collections to a log, one record for each element.
+/// @file
+/// Writing collections to a log, one record for each element.
 ///
 /// @code
 /// blocxx::Logger logger("my.component");
