@@ -1,6 +1,7 @@
 #include "Peers.hpp"
 #include "ScriptedResolver.hpp"
 #include "SystemCalls.hpp"
+#include "TLSPeers.hpp"
 #include "support/Process.hpp"
 #include "support/ScriptedServer.hpp"
 
@@ -138,6 +139,32 @@ TEST(ConnectAttempts, AnEarlierOneStaysOpenAndMayStillWin)
     ASSERT_EQ(attempts.size(), 2U);
     EXPECT_EQ(socket.getfd(), attempts[0]);
     EXPECT_EQ(::fcntl(attempts[1], F_GETFD), -1) << "the other attempt is still open";
+}
+
+TEST(ConnectAttempts, TheOthersAreClosedBeforeTheHandshakeStarts)
+{
+    const SilentPort silent;
+    const Descriptor listener = listenOn("127.0.0.9", silent.port());
+    const ScriptedResolver resolver(HOST, {"127.0.0.1", "127.0.0.9"});
+    SystemCalls calls;
+    std::vector<int> attempts;
+    calls.onConnect = [&](int fd, const sockaddr* native, socklen_t size)
+    {
+        attempts.push_back(fd);
+        return SystemCalls::connect(fd, native, size);
+    };
+    int flags = 0;
+    calls.onSend = [&](int, const void*, std::size_t, int) -> ssize_t
+    {
+        flags = ::fcntl(attempts.at(0), F_GETFD);
+        errno = EPIPE;
+        return -1;
+    };
+    Socket socket(zol_test::uncheckedClient());
+    const ConnectFailure failure = connectFailure(socket, someHost(silent.port()));
+    EXPECT_EQ(failure.code, EPIPE);
+    EXPECT_EQ(attempts.size(), 2U);
+    EXPECT_EQ(flags, -1) << "the silent attempt is still open";
 }
 
 TEST(ConnectAttempts, AnInterruptedConnectContinues)

@@ -1,5 +1,6 @@
 #include "Peers.hpp"
 #include "ScriptedResolver.hpp"
+#include "SystemCalls.hpp"
 #include "TLSPeers.hpp"
 #include "support/ScriptedServer.hpp"
 
@@ -19,6 +20,8 @@
 #include <future>
 #include <memory>
 #include <string>
+#include <thread>
+#include <vector>
 
 using blocxx::IOIFC;
 using blocxx::Socket;
@@ -36,6 +39,7 @@ using zol_test::ScriptedResolver;
 using zol_test::ScriptedServer;
 using zol_test::secondsSince;
 using zol_test::ServerConnection;
+using zol_test::SystemCalls;
 using zol_test::tlsServer;
 using zol_test::trustingClient;
 
@@ -232,6 +236,32 @@ TEST(SSLRead, ARowOfKeyUpdatesThatDoesNotEndIsLeftWhenTheTimeIsUp)
     EXPECT_EQ(errno, ETIMEDOUT);
     socket.setReceiveTimeout(Timeout::relative(30));
     EXPECT_EQ(readUpTo(socket, 4), "data");
+}
+
+TEST(SSLWrite, AWakeUpForNothingDoesNotStartTheLimitAnew)
+{
+    ScriptedServer server(tlsServer(), waitForThePeer);
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.setSendTimeout(Timeout::relative(100));
+    SystemCalls calls;
+    calls.onSend = [](int, const void*, std::size_t, int) -> ssize_t
+    {
+        errno = EAGAIN;
+        return -1;
+    };
+    std::vector<int> limits;
+    calls.onPoll = [&](pollfd* waiting, nfds_t, int limit)
+    {
+        limits.push_back(limit);
+        std::this_thread::sleep_for(milliseconds(20));
+        waiting->revents = waiting->events;
+        errno = ENOMEM;
+        return limits.size() == 2 ? -1 : 1;
+    };
+    EXPECT_EQ(socket.write("x", 1), -1);
+    ASSERT_EQ(limits.size(), 2U);
+    EXPECT_LT(limits[1], limits[0]);
 }
 
 // What OpenSSL is left with when it runs out of memory while it copies what the certificate has to carry.
