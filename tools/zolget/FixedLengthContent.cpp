@@ -52,15 +52,9 @@ std::size_t FixedLengthContent::getData(char* buffer, std::size_t size, const mi
         return END_OF_DATA;
     }
     const std::size_t wanted = std::min(size, cursor->m_remaining);
-    std::size_t count = 0;
+    const std::size_t count = m_content->getData(buffer, wanted, cursor->m_inner);
     // A file that cannot be read delivers nothing for ever.
-    bool isAtEnd = false;
-    do
-    {
-        count = m_content->getData(buffer, wanted, cursor->m_inner);
-        isAtEnd = count == END_OF_DATA || (count == 0 && mime::endedBadly(m_content, cursor->m_inner));
-    } while (count == 0 && wanted > 0 && !isAtEnd);
-    if (isAtEnd)
+    if (count == END_OF_DATA || (count == 0 && mime::endedBadly(m_content, cursor->m_inner)))
     {
         cursor->m_endedEarly = true;
         cursor->m_remaining = 0;

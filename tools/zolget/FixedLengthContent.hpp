@@ -9,9 +9,6 @@ namespace zolget
 
 /// Another content under a type of its own, delivered in exactly the length announced for it: bytes beyond that length
 /// are left out, and an early end is a bad one.
-///
-/// Where the other content has nothing to deliver between two of its pieces (files, for example), the next piece is
-/// asked for at once, since a stream that reads this content takes an empty delivery for the end.
 class FixedLengthContent : public ZOLNS2::MIME::Content, public ZOLNS2::MIME::ContentEnd
 {
 public:
