@@ -14,7 +14,7 @@
 namespace blocxx
 {
 
-/// Connects to whichever of a peer's addresses answers first, after RFC 8305, section 5: the attempts run side by side,
+/// Connects to whichever of a peer's addresses accepts first, after RFC 8305, section 5: the attempts run side by side,
 /// on the calling thread.
 class ConnectAttempts
 {

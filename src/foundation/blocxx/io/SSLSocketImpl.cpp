@@ -330,7 +330,7 @@ int SSLSocketImpl::failAgain()
 }
 
 // One attempt to send close-notify; the peer's is not waited for. A process that was forked off has a copy of the
-// session, but the session goes on in the process that connected: a record from the copy would end it there.
+// session, but the session continues in the process that connected: a record from the copy would end it there.
 void SSLSocketImpl::endSession() noexcept
 {
     const CancellationOff ending;

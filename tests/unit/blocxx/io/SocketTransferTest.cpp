@@ -35,7 +35,7 @@ namespace
 
 using std::chrono::milliseconds;
 
-// Writes until the reset of the peer has arrived; answers errno then.
+// Writes until the reset of the peer has arrived. Returns errno then.
 int writeUntilFailure(Socket& socket)
 {
     for (int i = 0; i < 1000; ++i)
