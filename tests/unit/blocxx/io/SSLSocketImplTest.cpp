@@ -279,7 +279,7 @@ protected:
 
     static SSLClientCtxRef forgetfulClient()
     {
-        const SSLClientCtxRef context = trustingClient();
+        SSLClientCtxRef context = trustingClient();
         SSL_CTX_set_cert_verify_callback(context->getSSLCtx(), verifyWithoutIdentity, nullptr);
         return context;
     }
