@@ -1,12 +1,14 @@
 #include "search/StreamSearch.hpp"
 
-#include "search/GetArea.hpp"
+#include "blocxx/internal/GetArea.hpp"
 
 #include <algorithm>
 #include <istream>
 
 namespace ZOLNS2::SearchDetail
 {
+
+using blocxx::Internal::GetArea;
 
 StreamSearch::StreamSearch(const SearchEngine& engine, std::istream& in, ByteSink& out)
     : m_engine(engine), m_in(in), m_out(out)

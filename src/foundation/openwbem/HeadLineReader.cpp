@@ -1,8 +1,8 @@
 #include "HeadLineReader.hpp"
 
+#include "blocxx/internal/GetArea.hpp"
 #include "openwbem/OW_HTTPUtils.hpp"
 
-#include <algorithm>
 #include <cstring>
 
 namespace OpenWBEM
@@ -11,6 +11,7 @@ namespace OpenWBEM
 namespace
 {
 
+using blocxx::Internal::GetArea;
 using Traits = std::streambuf::traits_type;
 
 constexpr std::string_view LINE_END = "\r\n";
@@ -29,7 +30,7 @@ HeadLineReader::HeadLineReader(std::streambuf& input)
 
 HeadLineReader::EResult HeadLineReader::next()
 {
-    if (takeFromWindow())
+    if (takeFromGetArea())
     {
         return accept(E_LINE);
     }
@@ -46,21 +47,16 @@ HeadLineReader::EResult HeadLineReader::next()
 }
 
 /// Takes the next line, if the buffer holds all of it.
-bool HeadLineReader::takeFromWindow()
+bool HeadLineReader::takeFromGetArea()
 {
-    if (m_buffered == nullptr)
+    const std::string_view held = GetArea::of(m_source).substr(0, HTTPUtils::MAX_HEADER_LINE_LENGTH + LINE_END.size());
+    const std::size_t length = held.find(LINE_END.back());
+    if (length == std::string_view::npos)
     {
         return false;
     }
-    const blocxx::BaseStreamBuffer::Window window = m_buffered->window();
-    const std::size_t longest = std::min(window.size, HTTPUtils::MAX_HEADER_LINE_LENGTH + LINE_END.size());
-    const void* const end = longest == 0 ? nullptr : std::memchr(window.data, LINE_END.back(), longest);
-    if (end == nullptr)
-    {
-        return false;
-    }
-    m_line = std::string_view(window.data, static_cast<std::size_t>(static_cast<const char*>(end) - window.data));
-    m_buffered->consume(m_line.size() + 1);
+    m_line = held.substr(0, length);
+    GetArea::consume(m_source, length + 1);
     return true;
 }
 
@@ -73,7 +69,7 @@ HeadLineReader::EGathered HeadLineReader::gather()
     {
         return E_INPUT_OVER;
     }
-    if (takeFromWindow())
+    if (takeFromGetArea())
     {
         return E_WHOLE_LINE;
     }

@@ -44,7 +44,7 @@ private:
         E_TOO_LONG
     };
 
-    bool takeFromWindow();
+    bool takeFromGetArea();
     EGathered gather();
     EGathered gatherBytes();
     EResult accept(EResult result);

@@ -2,11 +2,12 @@
 
 #include "blocxx/internal/DirectInput.hpp"
 #include "blocxx/internal/ForcedUnwind.hpp"
+#include "blocxx/internal/GetArea.hpp"
 #include "blocxx/internal/StreamFailure.hpp"
-#include "blocxx/internal/StreamReads.hpp"
 
 #include <algorithm>
 #include <cerrno>
+#include <string_view>
 #include <utility>
 
 namespace OpenWBEM
@@ -18,6 +19,7 @@ namespace
 using Traits = std::streambuf::traits_type;
 using blocxx::Internal::DirectInput;
 using blocxx::Internal::FailureReason;
+using blocxx::Internal::GetArea;
 
 // The data of chunks of at least this size goes past the wrapped buffer, if the reader has asked for as much.
 constexpr std::size_t LARGE_CHUNK_SIZE = 8192;
@@ -30,7 +32,7 @@ constexpr std::size_t FRAMING_READ_SIZE = 32;
 
 HTTPChunkedIStreamBuffer::HTTPChunkedIStreamBuffer(std::istream& istr)
     : BaseStreamBuffer(E_IN, blocxx::HTTP_BUF_SIZE, E_NEGATIVE_FAILS), m_istr(istr), m_source(nullptr),
-      m_windowSource(nullptr), m_error(0)
+      m_deviceBuffer(nullptr), m_error(0)
 {
 }
 
@@ -41,7 +43,7 @@ void HTTPChunkedIStreamBuffer::resetInput()
     initBuffers();
     m_decoder = HTTPChunkDecoder();
     m_source = nullptr;
-    m_windowSource = nullptr;
+    m_deviceBuffer = nullptr;
     m_error = 0;
     m_errorText.erase();
 }
@@ -113,7 +115,7 @@ void HTTPChunkedIStreamBuffer::begin()
         return;
     }
     m_source = m_istr.rdbuf();
-    m_windowSource = dynamic_cast<BaseStreamBuffer*>(m_source);
+    m_deviceBuffer = dynamic_cast<BaseStreamBuffer*>(m_source);
     if (m_istr.fail())
     {
         m_decoder.fail();
@@ -124,30 +126,24 @@ void HTTPChunkedIStreamBuffer::begin()
 /// Decodes what the wrapped buffer holds. If it holds nothing, waits for what comes next.
 void HTTPChunkedIStreamBuffer::decodeStep(Room& room, bool straight)
 {
-    if (m_windowSource == nullptr)
-    {
-        decodeWithoutWindow(room);
-        return;
-    }
-    if (m_windowSource->window().size == 0 && !fetch(room, straight))
+    if (GetArea::of(*m_source).empty() && !fetch(room, straight))
     {
         return;
     }
-    const Window window = m_windowSource->window();
-    if (window.size == 0)
+    const std::string_view held = GetArea::of(*m_source);
+    if (held.empty())
     {
-        // The buffer is of a class that keeps nothing in its get area.
-        decodeWithoutWindow(room);
+        decodeByte(room);
         return;
     }
     const HTTPChunkDecoder::Progress progress =
-        m_decoder.decode(window.data, window.data + window.size, room.next, room.end);
-    m_windowSource->consume(static_cast<std::size_t>(progress.from - window.data));
+        m_decoder.decode(held.data(), held.data() + held.size(), room.next, room.end);
+    GetArea::consume(*m_source, static_cast<std::size_t>(progress.from - held.data()));
     room.next = progress.to;
 }
 
 /// Waits for one read of the wrapped buffer's device, which the data of a large chunk does past the buffer.
-/// @return whether the buffer has bytes to decode
+/// @return whether there is something to decode
 bool HTTPChunkedIStreamBuffer::fetch(Room& room, bool straight)
 {
     // Behind one large chunk, another is likely.
@@ -157,10 +153,10 @@ bool HTTPChunkedIStreamBuffer::fetch(Room& room, bool straight)
     {
         const std::size_t run = std::min<std::uint64_t>(m_decoder.dataLeft(), room.size());
         take(room, direct.readDirect(room.next, run, std::min(room.size() - run, FRAMING_READ_SIZE)));
-        return m_windowSource->window().size > 0;
+        return !GetArea::of(*m_source).empty();
     }
     const bool filled =
-        large ? direct.fillWindow(FRAMING_READ_SIZE) : !Traits::eq_int_type(m_source->sgetc(), Traits::eof());
+        large ? direct.fillGetArea(FRAMING_READ_SIZE) : !Traits::eq_int_type(m_source->sgetc(), Traits::eof());
     if (!filled)
     {
         noteEndOfInput();
@@ -168,24 +164,8 @@ bool HTTPChunkedIStreamBuffer::fetch(Room& room, bool straight)
     return filled;
 }
 
-/// Decodes from a buffer whose bytes cannot be seen where they lie: waits for one byte, then takes what came with it.
-void HTTPChunkedIStreamBuffer::decodeWithoutWindow(Room& room)
-{
-    const char* const start = room.next;
-    do
-    {
-        if (m_decoder.dataLeft() == 0)
-        {
-            decodeFramingByte(room.next);
-            continue;
-        }
-        const std::size_t run = std::min<std::uint64_t>(m_decoder.dataLeft(), room.size());
-        take(room, blocxx::Internal::readRun(*m_source, room.next, run));
-    } while (!m_decoder.isOver() && room.next != room.end && m_source->in_avail() > 0 &&
-             !(room.next != start && m_decoder.isInTrailer()));
-}
-
-void HTTPChunkedIStreamBuffer::decodeFramingByte(char* to)
+/// Decodes one byte of a buffer that keeps nothing in its get area. More at a time could be lost if it throws.
+void HTTPChunkedIStreamBuffer::decodeByte(Room& room)
 {
     const Traits::int_type read = m_source->sbumpc();
     if (Traits::eq_int_type(read, Traits::eof()))
@@ -194,7 +174,7 @@ void HTTPChunkedIStreamBuffer::decodeFramingByte(char* to)
         return;
     }
     const char byte = Traits::to_char_type(read);
-    m_decoder.decode(&byte, &byte + 1, to, to + 1);
+    room.next = m_decoder.decode(&byte, &byte + 1, room.next, room.end).to;
 }
 
 /// Counts data that was read into the room; none of it is the end of the input.
@@ -212,9 +192,9 @@ void HTTPChunkedIStreamBuffer::take(Room& room, std::size_t count)
 void HTTPChunkedIStreamBuffer::noteEndOfInput()
 {
     constexpr std::ios_base::iostate ENDED = std::ios_base::eofbit | std::ios_base::failbit;
-    if (m_windowSource != nullptr && m_windowSource->inputState() == E_INPUT_FAILED)
+    if (m_deviceBuffer != nullptr && m_deviceBuffer->inputState() == E_INPUT_FAILED)
     {
-        endInput(ENDED | std::ios_base::badbit, m_windowSource->inputError(), m_windowSource->inputErrorText());
+        endInput(ENDED | std::ios_base::badbit, m_deviceBuffer->inputError(), m_deviceBuffer->inputErrorText());
     }
     else
     {

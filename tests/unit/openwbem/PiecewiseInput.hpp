@@ -3,6 +3,7 @@
 #include "blocxx/BaseStreamBuffer.hpp"
 #include "blocxx/IOIFC.hpp"
 #include "blocxx/IOIFCStreamBuffer.hpp"
+#include "blocxx/internal/GetArea.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -80,7 +81,7 @@ public:
     int reads() const { return m_text.reads(); }
 
     /// What was not taken from the buffer, delivered or not.
-    std::string left() const { return std::string(window().data, window().size) + m_text.left(); }
+    std::string left() const { return std::string(blocxx::Internal::GetArea::of(*this)) + m_text.left(); }
 
 private:
     int buffer_from_device(char* c, int n) override { return m_text.read(c, n); }
@@ -115,10 +116,7 @@ public:
     std::istream& stream() { return m_stream; }
     blocxx::IOIFCStreamBuffer& buffer() { return m_buffer; }
     int reads() const { return m_device.text().reads(); }
-    std::string left() const
-    {
-        return std::string(m_buffer.window().data, m_buffer.window().size) + m_device.text().left();
-    }
+    std::string left() const { return std::string(blocxx::Internal::GetArea::of(m_buffer)) + m_device.text().left(); }
 
 private:
     PiecewiseDevice m_device;

@@ -1,18 +1,22 @@
 #include "request/WriteEntityBody.hpp"
 
 #include "blocxx/internal/ForcedUnwind.hpp"
+#include "blocxx/internal/GetArea.hpp"
 #include "blocxx/internal/StreamFailure.hpp"
 #include "zol/http/HTTPException.hpp"
 #include "zol/http/MIMEContentIStream.hpp"
 
 #include <istream>
 #include <ostream>
+#include <string_view>
 
 namespace ZOLNS2::HTTP
 {
 
 namespace
 {
+
+using blocxx::Internal::GetArea;
 
 // A content that never ends must not hold the request for ever.
 constexpr size_t MOST_EMPTY_READS = 64;
@@ -33,14 +37,14 @@ bool copyContent(std::streambuf& to, MIMEContentIStreamBuf& body)
         {
             continue;
         }
-        const blocxx::BaseStreamBuffer::Window window = body.window();
-        const std::streamsize taken = to.sputn(window.data, static_cast<std::streamsize>(window.size));
+        const std::string_view held = GetArea::of(body);
+        const std::streamsize taken = to.sputn(held.data(), static_cast<std::streamsize>(held.size()));
         copiedAny = copiedAny || taken > 0;
-        if (static_cast<size_t>(taken) < window.size)
+        if (static_cast<size_t>(taken) < held.size())
         {
             return copiedAny;
         }
-        body.consume(window.size);
+        GetArea::consume(body, held.size());
     }
     return copiedAny && body.reachedEndOfData() && body.inputState() != blocxx::BaseStreamBuffer::E_INPUT_FAILED;
 }

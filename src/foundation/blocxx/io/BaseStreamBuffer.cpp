@@ -41,12 +41,6 @@ BaseStreamBuffer::BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize
 // Deliberately no flush: the device may be gone or stuck, and whoever writes flushes.
 BaseStreamBuffer::~BaseStreamBuffer() = default;
 
-void BaseStreamBuffer::consume(std::size_t count)
-{
-    const auto unread = static_cast<std::size_t>(egptr() - gptr());
-    setg(eback(), gptr() + std::min(count, unread), egptr());
-}
-
 void BaseStreamBuffer::initBuffers()
 {
     initGetBuffer();

@@ -16,7 +16,7 @@ DirectInput::DirectInput(std::streambuf* buffer)
 {
 }
 
-bool DirectInput::fillWindow(std::size_t atMost) const
+bool DirectInput::fillGetArea(std::size_t atMost) const
 {
     const auto size = static_cast<std::size_t>(m_buffer->m_size);
     return m_buffer->gptr() != m_buffer->egptr() ||

@@ -5,69 +5,24 @@
 #include "blocxx/IOIFCStreamBuffer.hpp"
 #include "blocxx/internal/DirectInput.hpp"
 #include "blocxx/internal/ForcedUnwind.hpp"
+#include "blocxx/internal/GetArea.hpp"
 #include "blocxx/internal/StreamFailure.hpp"
-#include "blocxx/internal/StreamReads.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <sstream>
 #include <stdexcept>
-#include <streambuf>
 #include <string>
 
 using blocxx::BaseStreamBuffer;
 using blocxx::IOIFCStreamBuffer;
 using blocxx::Internal::catchAllButUnwind;
 using blocxx::Internal::DirectInput;
-using blocxx::Internal::readRun;
+using blocxx::Internal::GetArea;
 using testing::ElementsAre;
 using zol_test::ProbeBuffer;
 using zol_test::ScriptedDevice;
-
-namespace
-{
-
-std::string runOf(std::streambuf& buffer, std::size_t count)
-{
-    std::string run(count, '\0');
-    run.resize(readRun(buffer, run.data(), count));
-    return run;
-}
-
-std::string windowOf(const BaseStreamBuffer& buffer)
-{
-    return {buffer.window().data, buffer.window().size};
-}
-
-/// A buffer without a get area, which claims to have more at hand, and throws behind its text.
-class BytewiseText : public std::streambuf
-{
-public:
-    explicit BytewiseText(std::string text) : m_text(std::move(text)) {}
-
-private:
-    std::streamsize showmanyc() override { return 1000; }
-    int_type underflow() override
-    {
-        if (m_next == m_text.size())
-        {
-            throw std::runtime_error("no more");
-        }
-        return traits_type::to_int_type(m_text[m_next]);
-    }
-    int_type uflow() override
-    {
-        const int_type c = underflow();
-        ++m_next;
-        return c;
-    }
-
-    const std::string m_text;
-    std::size_t m_next = 0;
-};
-
-} // namespace
 
 TEST(CatchAllButUnwind, ReturnsWhatTheCallOrTheHandlerReturns)
 {
@@ -99,23 +54,28 @@ TEST(SetStateQuietly, SetsTheBitsAndThrowsNothing)
     EXPECT_EQ(stream.exceptions(), std::ios::badbit);
 }
 
-TEST(ReadRun, TakesWhatTheBufferHoldsAndNoMore)
+TEST(GetArea, ShowsUnreadBytesInPlaceAndTakesThem)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_IN, 8);
-    buffer.input = {ProbeBuffer::data("abc"), ProbeBuffer::data("de")};
-    EXPECT_EQ(runOf(buffer, 2), "ab");
-    EXPECT_EQ(runOf(buffer, 100), "c");
-    EXPECT_EQ(runOf(buffer, 100), "de");
-    EXPECT_EQ(buffer.asked.size(), 2U);
-    EXPECT_EQ(runOf(buffer, 100), "");
+    EXPECT_EQ(GetArea::of(buffer), "");
+    buffer.input = {ProbeBuffer::data("abcdef"), ProbeBuffer::data("gh")};
+    EXPECT_EQ(buffer.sbumpc(), 'a');
+    EXPECT_EQ(GetArea::of(buffer), "bcdef");
+    GetArea::consume(buffer, 2);
+    EXPECT_EQ(GetArea::of(buffer), "def");
+    EXPECT_EQ(buffer.sgetc(), 'd');
+    GetArea::consume(buffer, 3);
+    EXPECT_EQ(GetArea::of(buffer), "");
+    EXPECT_EQ(buffer.sgetc(), 'g');
 }
 
-TEST(ReadRun, ReadsABufferWithoutAGetAreaSinglySoThatNothingIsLost)
+TEST(GetArea, IsThatOfAnyStreamBuffer)
 {
-    BytewiseText buffer("ab");
-    EXPECT_EQ(runOf(buffer, 100), "a");
-    EXPECT_EQ(runOf(buffer, 100), "b");
-    EXPECT_THROW(runOf(buffer, 100), std::runtime_error);
+    std::istringstream stream("text");
+    stream.get();
+    EXPECT_EQ(GetArea::of(*stream.rdbuf()), "ext");
+    GetArea::consume(*stream.rdbuf(), 2);
+    EXPECT_EQ(stream.get(), 't');
 }
 
 TEST(DirectInput, IsAllowedForTheBufferOfAConnectionAlone)
@@ -134,23 +94,23 @@ TEST(DirectInput, IsAllowedForTheBufferOfAConnectionAlone)
     EXPECT_FALSE(DirectInput(nullptr));
 }
 
-TEST(DirectInput, FillsAnEmptyWindowWithOneReadOfAtMostThatMuch)
+TEST(DirectInput, FillsAnEmptyGetAreaWithOneReadOfAtMostThatMuch)
 {
     ScriptedDevice device;
     device.reads = {ScriptedDevice::data("abcdef"), ScriptedDevice::data("x")};
     IOIFCStreamBuffer buffer(&device, BaseStreamBuffer::E_IN, 8);
     const DirectInput direct(&buffer);
-    EXPECT_TRUE(direct.fillWindow(3));
-    EXPECT_EQ(windowOf(buffer), "abc");
-    EXPECT_TRUE(direct.fillWindow(100));
-    EXPECT_EQ(windowOf(buffer), "abc");
-    buffer.consume(3);
-    EXPECT_TRUE(direct.fillWindow(100));
-    EXPECT_EQ(windowOf(buffer), "def");
+    EXPECT_TRUE(direct.fillGetArea(3));
+    EXPECT_EQ(GetArea::of(buffer), "abc");
+    EXPECT_TRUE(direct.fillGetArea(100));
+    EXPECT_EQ(GetArea::of(buffer), "abc");
+    GetArea::consume(buffer, 3);
+    EXPECT_TRUE(direct.fillGetArea(100));
+    EXPECT_EQ(GetArea::of(buffer), "def");
     EXPECT_THAT(device.readRequests, ElementsAre(3, 8));
-    buffer.consume(4);
+    GetArea::consume(buffer, 3);
     device.reads.clear();
-    EXPECT_FALSE(direct.fillWindow(100));
+    EXPECT_FALSE(direct.fillGetArea(100));
 }
 
 TEST(DirectInput, ReadsIntoTheCallersMemoryAndKeepsWhatCameBehind)
@@ -162,11 +122,11 @@ TEST(DirectInput, ReadsIntoTheCallersMemoryAndKeepsWhatCameBehind)
     char bytes[16] = {};
     EXPECT_EQ(direct.readDirect(bytes, 4, 3), 4U);
     EXPECT_EQ(std::string(bytes, 4), "abcd");
-    EXPECT_EQ(windowOf(buffer), "ef");
-    buffer.consume(2);
+    EXPECT_EQ(GetArea::of(buffer), "ef");
+    GetArea::consume(buffer, 2);
     EXPECT_EQ(direct.readDirect(bytes, 4, 3), 2U);
     EXPECT_EQ(std::string(bytes, 2), "gh");
-    EXPECT_EQ(windowOf(buffer), "");
+    EXPECT_EQ(GetArea::of(buffer), "");
     EXPECT_EQ(direct.readDirect(bytes, 10, 3), 8U);
     EXPECT_THAT(device.readRequests, ElementsAre(7, 7, 8));
     device.reads.clear();

@@ -81,13 +81,6 @@ public:
         E_OUTPUT_FAILED   ///< a write failed: the device has not got all bytes
     };
 
-    /// Bytes that are buffered and unread, where they lie. Valid until the buffer is read from again.
-    struct Window
-    {
-        const char* data;
-        std::size_t size;
-    };
-
     /// @param bufSize bytes of one direction's buffer, at least 1; the memory is taken when it is first needed. A
     /// negative result of `buffer_from_device` ends the input.
     explicit BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize = BASE_BUF_SIZE);
@@ -124,11 +117,6 @@ public:
     /// registration here. If the stream's exception mask asks for it, its reading operations throw after the data that
     /// arrived before the failure has been delivered.
     void reportErrorsTo(std::ios* stream) { m_reportTo = stream; }
-
-    Window window() const { return {gptr(), static_cast<std::size_t>(egptr() - gptr())}; }
-
-    /// Takes that many bytes of the window as read; more than the window holds takes them all.
-    void consume(std::size_t count);
 
 protected:
     /// What a negative result of `buffer_from_device` means.

@@ -66,15 +66,14 @@ private:
     void begin();
     void decodeStep(Room& room, bool straight);
     bool fetch(Room& room, bool straight);
-    void decodeWithoutWindow(Room& room);
-    void decodeFramingByte(char* to);
+    void decodeByte(Room& room);
     void take(Room& room, std::size_t count);
     void noteEndOfInput();
     void endInput(std::ios_base::iostate bits, int error, blocxx::String text);
 
     std::istream& m_istr;
-    std::streambuf* m_source;                 // the wrapped stream's, null before the body begins
-    blocxx::BaseStreamBuffer* m_windowSource; // the same, if its bytes can be seen where they lie
+    std::streambuf* m_source;                 // the wrapped stream's; null before the body begins
+    blocxx::BaseStreamBuffer* m_deviceBuffer; // the same, if it knows how its input ends
     HTTPChunkDecoder m_decoder;
     int m_error;
     blocxx::String m_errorText;

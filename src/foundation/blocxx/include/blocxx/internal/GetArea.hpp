@@ -6,9 +6,11 @@
 #include <streambuf>
 #include <string_view>
 
-namespace ZOLNS2::SearchDetail
+namespace blocxx::Internal
 {
 
+/// Internal to the libraries of this project; not an interface for programs.
+///
 /// The get area of any stream buffer: the bytes that it has read from its device and not yet given to a reader.
 /// Single-character reads take these without a virtual call, so reading them in place is the same to the buffer.
 ///
@@ -18,6 +20,7 @@ class GetArea : private std::streambuf
 public:
     GetArea() = delete;
 
+    /// Valid until the buffer is read from again.
     static std::string_view of(const std::streambuf& buffer)
     {
         const char* const begin = (buffer.*&GetArea::gptr)();
@@ -25,7 +28,7 @@ public:
         return {begin, static_cast<std::size_t>(end - begin)};
     }
 
-    /// Takes the first `count` bytes as read.
+    /// Takes the first `count` bytes as read; there are at least as many.
     static void consume(std::streambuf& buffer, std::size_t count)
     {
         while (count > 0)
@@ -37,4 +40,4 @@ public:
     }
 };
 
-} // namespace ZOLNS2::SearchDetail
+} // namespace blocxx::Internal
