@@ -15,7 +15,7 @@ macro(zol_need name)
   endif()
 endmacro()
 
-zol_need("OpenSSL 3.0" FIND OpenSSL 3.0 DEBIAN libssl-dev
+zol_need("OpenSSL 3.0 or newer" FIND OpenSSL 3.0 DEBIAN libssl-dev
   FOR "The library's TLS connections and content BIO need"
   OFF "The library cannot be built without it; OPENSSL_ROOT_DIR names a place of its own.")
 zol_need("A thread library" FIND Threads DEBIAN libc6-dev
