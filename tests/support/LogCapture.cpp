@@ -3,6 +3,7 @@
 #include "blocxx/LogMessage.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <mutex>
 
 namespace zol_test
@@ -46,6 +47,7 @@ private:
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_records.push_back({bytesOf(message.component), bytesOf(message.category), bytesOf(message.message),
                              orEmpty(message.filename), orEmpty(message.methodname), message.fileline});
+        errno = ERRNO_OF_THE_CAPTURE;
     }
 
     mutable std::mutex m_mutex;

@@ -2,11 +2,16 @@
 
 #include "support/Descriptor.hpp"
 #include "support/LogLines.hpp"
+#include "support/ScriptedContent.hpp"
 #include "support/ScriptedServer.hpp"
+#include "support/TemporaryDirectory.hpp"
 
+#include "blocxx/LogMessage.hpp"
+#include "blocxx/Socket.hpp"
 #include "blocxx/SocketAddress.hpp"
 #include "blocxx/SocketException.hpp"
 #include "zol/http/HTTPException.hpp"
+#include "zol/mime/OctetStreamContent.hpp"
 #include "zol/mime/TextContent.hpp"
 
 #include <gmock/gmock.h>
@@ -14,8 +19,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace
@@ -280,6 +287,132 @@ TEST(HTTPClient, LogsEveryStep)
                             "DEBUG3 HTTP Client: No port in requested URL: GET /page HTTP/1.1\r\n",
                             "DEBUG2 HTTP Client: Sending the request...",
                             "DEBUG2 HTTP Client: Reading the response..."));
+}
+
+/// Shows every record to a function, on the thread that writes it.
+class WatchingAppender : public blocxx::LogAppender
+{
+public:
+    explicit WatchingAppender(std::function<void(const std::string&)> watch)
+        : LogAppender(ALL_COMPONENTS, ALL_CATEGORIES, ""), m_watch(std::move(watch))
+    {
+    }
+
+private:
+    void doProcessLogMessage(const blocxx::String&, const blocxx::LogMessage& message) const override
+    {
+        m_watch(message.message.c_str());
+    }
+
+    std::function<void(const std::string&)> m_watch;
+};
+
+/// Notes when it is read.
+class WatchedContent : public zol_test::ScriptedContent
+{
+public:
+    explicit WatchedContent(bool& wasRead) : ScriptedContent({"the body"}), m_wasRead(wasRead) {}
+    size_t getData(char* buf, size_t len, const ZOLNS2::MIME::ContentStreamStateRef& state) override
+    {
+        m_wasRead = true;
+        return ScriptedContent::getData(buf, len, state);
+    }
+
+private:
+    bool& m_wasRead;
+};
+
+TEST(HTTPClient, SaysThatItSendsBeforeItWritesAndThatItReadsBehindTheFlush)
+{
+    std::atomic<bool> received{false};
+    ScriptedServer server(
+        [&received](ServerConnection& peer)
+        {
+            peer.receiveHead();
+            peer.receive(8);
+            received = true;
+            peer.send("HTTP/1.1 200 OK\r\n\r\n");
+        });
+    bool wasRead = false;
+    bool readWhenSending = true;
+    bool receivedWhenReading = false;
+    const blocxx::LogAppenderRef former = blocxx::LogAppender::getDefaultLogAppender();
+    blocxx::LogAppender::setDefaultLogAppender(new WatchingAppender(
+        [&](const std::string& message)
+        {
+            if (message == "HTTP Client: Sending the request...")
+            {
+                readWhenSending = wasRead;
+            }
+            if (message == "HTTP Client: Reading the response...")
+            {
+                // The request is on its way, or never will be: the thread that would flush it stands here.
+                for (int i = 0; i < 500 && !received; ++i)
+                {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+                }
+                receivedWhenReading = received;
+            }
+        }));
+    const Response response =
+        getPage(requestFor(server.address(), ContentRef(new WatchedContent(wasRead))), Timeout::relative(10));
+    blocxx::LogAppender::setDefaultLogAppender(former);
+    EXPECT_EQ(response.statusLine.statusCode, 200);
+    EXPECT_FALSE(readWhenSending);
+    EXPECT_TRUE(wasRead);
+    EXPECT_TRUE(receivedWhenReading);
+}
+
+TEST(HTTPClient, UploadOfFilesArrivesWhole)
+{
+    const zol_test::TemporaryDirectory directory;
+    const std::string full(4096, 'f');
+    const std::string empty = directory.write("empty", "");
+    const std::vector<String> names = {directory.write("full", full), empty, directory.write("tail", "tail"), empty};
+    ScriptedServer server(
+        [](ServerConnection& peer)
+        {
+            peer.receiveHead();
+            peer.receive(4100);
+            peer.send("HTTP/1.1 200 OK\r\n\r\n");
+        });
+    const ContentRef files(
+        new ZOLNS2::MIME::FileApplicationOctetStreamContent(blocxx::Array<String>(names.begin(), names.end())));
+    const Response response = getPage(requestFor(server.address(), files), Timeout::relative(10));
+    EXPECT_TRUE(response.requestIsComplete());
+    EXPECT_EQ(server.requests().at(0).substr(server.requests().at(0).size() - 4100), full + "tail");
+}
+
+TEST(HTTPClient, ResponseTellsThatTheRequestWasNotSentWhole)
+{
+    ScriptedServer::Options options;
+    options.receiveBufferSize = 4096;
+    ScriptedServer server(options,
+                          [](ServerConnection& peer)
+                          {
+                              peer.receiveHead();
+                              peer.send("HTTP/1.1 200 OK\r\n\r\nearly");
+                              peer.shutdownWrite();
+                              peer.pause(std::chrono::seconds(20)); // and reads no more of the body
+                          });
+    blocxx::Socket::setDefaultTimeouts(Timeout::relative(0.5F));
+    const std::string body(32 << 20, 'b');
+    const ContentRef content(new ZOLNS2::MIME::ApplicationOctetStreamContent(body.data(), body.size()));
+    const Response response = getPage(requestFor(server.address(), content), Timeout::relative(10));
+    blocxx::Socket::setDefaultTimeouts(Timeout::relative(300));
+    EXPECT_EQ(response.statusLine.statusCode, 200);
+    EXPECT_FALSE(response.requestIsComplete());
+    EXPECT_EQ(textOf(response.contents[0]), "early") << "what the server said stays readable";
+    EXPECT_FALSE(Response(response).requestIsComplete());
+}
+
+TEST(HTTPClient, ContentThatNeverEndsDoesNotHoldTheFetch)
+{
+    const zol_test::TemporaryDirectory directory;
+    ScriptedServer server([](ServerConnection& peer) { peer.waitUntilPeerCloses(); });
+    const ContentRef missing(
+        new ZOLNS2::MIME::FileApplicationOctetStreamContent(String((directory.path() / "missing").string())));
+    EXPECT_THROW(getPage(requestFor(server.address(), missing), Timeout::relative(10)), HTTPException);
 }
 
 TEST(HTTPClient, LogsNothingBelowDebug2WhereNothingIsWrong)

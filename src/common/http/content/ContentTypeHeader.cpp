@@ -51,6 +51,13 @@ void unquote(String& value)
     }
 }
 
+/// What is parsed here is looser than the grammar (RFC 9110, sections 5.6.6 and 8.3.1):
+///
+///     media-type = type "/" subtype parameters
+///     parameters = *( OWS ";" OWS [ parameter ] )
+///     parameter  = parameter-name "=" ( token / quoted-string )
+///
+/// The next "=" ends a name, the next ";" behind it ends a value, also inside quotes.
 void parseParameters(const String& headerLine, size_t semicolon, blocxx::Array<HTTP::Parameter>& parameters,
                      const OperationLog& log)
 {

@@ -86,6 +86,15 @@ void appendContent(MIME::ReceivedBytes& part, MIME::Contents& contents, const MI
 
 } // namespace
 
+/// The grammar of what is read here (RFC 2046, section 5.1.1), in which the delimiters are found by their bytes alone:
+///
+///     multipart-body    = [preamble CRLF] dash-boundary transport-padding CRLF body-part *encapsulation
+///                         close-delimiter transport-padding [CRLF epilogue]
+///     dash-boundary     = "--" boundary
+///     encapsulation     = delimiter transport-padding CRLF body-part
+///     delimiter         = CRLF dash-boundary
+///     close-delimiter   = delimiter "--"
+///     transport-padding = *LWSP-char
 bool parseMultipartContent(std::istream& istr, MIME::Contents& contents, const MIME::ContentTypeHeader& contentType)
 {
     const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);

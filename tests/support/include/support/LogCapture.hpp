@@ -3,6 +3,7 @@
 #include "blocxx/LogAppender.hpp"
 #include "blocxx/LogLevel.hpp"
 
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -20,9 +21,14 @@ struct LogRecord
     int line;
 };
 
+/// A value of errno that nothing else here leaves behind.
+inline constexpr int ERRNO_OF_THE_CAPTURE = EXFULL;
+
 /// Keeps the log records of the process while it lives: it is the default appender from its construction on, and the
 /// former one is put back by its destructor. Loggers made before keep the appender they have. Captures are nested, not
 /// crossed.
+///
+/// Writing a record leaves ERRNO_OF_THE_CAPTURE in errno, as an appender of a program may do: who logs keeps its errno.
 ///
 /// Threads: records may arrive and be looked at on any thread.
 class LogCapture

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <istream>
 #include <memory>
@@ -70,6 +71,43 @@ TEST(HTTPConnection, WritesAreKeptBackUpTo64KiB)
     connection.ostream() << std::string(65535, 'a');
     connection.ostream() << std::string(2, 'b');
     EXPECT_EQ(connection.istream().get(), 'b') << "a full buffer is sent without a flush";
+}
+
+TEST(HTTPConnection, WritesOf64KiBAreHeldBackWhole)
+{
+    ScriptedServer server([](ServerConnection& peer) { peer.receiveUntilEnd(); });
+    {
+        HTTPConnection connection = connectTo(server);
+        connection.ostream() << std::string(1, 'a');
+        connection.ostream() << std::string(65535, 'b');
+        EXPECT_TRUE(connection.ostream().good());
+    }
+    ASSERT_TRUE(server.waitForConnections(1));
+    ASSERT_TRUE(server.waitUntilIdle());
+    EXPECT_EQ(server.requests().at(0), "") << "a smaller buffer would have been sent";
+}
+
+TEST(HTTPConnection, ReadsAskForUpTo64KiB)
+{
+    ScriptedServer server(
+        [](ServerConnection& peer)
+        {
+            const std::string block(1 << 20, 'x');
+            for (int i = 0; i < 16; ++i)
+            {
+                peer.send(block);
+            }
+        });
+    HTTPConnection connection = connectTo(server);
+    std::streamsize largest = 0;
+    while (connection.istream().get() != std::istream::traits_type::eof())
+    {
+        // What one read from the socket brought, less the byte taken.
+        const std::streamsize buffered = connection.istream().rdbuf()->in_avail();
+        largest = std::max(largest, buffered + 1);
+        connection.istream().ignore(buffered);
+    }
+    EXPECT_EQ(largest, 65536);
 }
 
 TEST(HTTPConnection, DroppingTheLastHandleSendsNothing)

@@ -255,6 +255,50 @@ TEST(ContentBIO, TwoOverOneContentReadIndependently)
     EXPECT_EQ(readAll(first.get()), "2345");
 }
 
+/// What a BIO keeps, for a program that fills one by itself.
+struct Record
+{
+    ContentRef content;
+    ContentStreamStateRef state;
+};
+
+TEST(ContentBIO, WithAContentAndNoStateMakesOneAtTheFirstReadAndKeepsIt)
+{
+    const Chain bio(BIO_new(BIO_s_httpcontent()));
+    auto* const record = static_cast<Record*>(BIO_get_data(bio.get()));
+    record->content = octets("12345");
+    EXPECT_FALSE(record->state);
+    std::array<char, 3> buffer{};
+    EXPECT_EQ(BIO_read(bio.get(), buffer.data(), 3), 3);
+    const ContentStreamStateRef made = record->state;
+    EXPECT_TRUE(made);
+    EXPECT_EQ(BIO_read(bio.get(), buffer.data(), 3), 2);
+    EXPECT_EQ(record->state, made);
+    EXPECT_EQ(std::string(buffer.data(), 2), "45");
+}
+
+TEST(ContentBIO, ReleasesTheStateBeforeTheContent)
+{
+    static std::string released;
+    class NotingState : public ContentStreamState
+    {
+    public:
+        ~NotingState() override { released += 's'; }
+    };
+    class NotingContent : public TextPlainContent
+    {
+    public:
+        NotingContent() : TextPlainContent("text") {}
+        ~NotingContent() override { released += 'c'; }
+        ContentStreamStateRef createInitialStreamState() const override { return {new NotingState}; }
+    };
+    released.clear();
+    Chain bio = chainOver(ContentRef(new NotingContent));
+    EXPECT_EQ(released, "");
+    bio.reset();
+    EXPECT_EQ(released, "sc");
+}
+
 TEST(ContentBIO, HoldsContentAndStateUntilItIsFreed)
 {
     std::atomic<int> alive{0};

@@ -127,6 +127,32 @@ TEST(MultipartMixedContent, APartWithoutALengthLeavesTheWholeWithoutOne)
     EXPECT_NE(readAll(content).find("\r\n\r\ny\r\n--b"), std::string::npos) << "it is written all the same";
 }
 
+TEST(MultipartMixedContent, TheLengthTakesThePartsTypeBeforeItsLength)
+{
+    static std::string order;
+    class OrderedContent : public TextPlainContent
+    {
+    public:
+        OrderedContent() : TextPlainContent("abc") {}
+        ContentTypeHeader getContentType() override
+        {
+            order += 't';
+            return TextPlainContent::getContentType();
+        }
+        size_t getContentLength() override
+        {
+            order += 'l';
+            return TextPlainContent::getContentLength();
+        }
+    };
+    order.clear();
+    MultipartMixedContent content("B");
+    content.addPart(ContentRef(new OrderedContent));
+    content.addPart(ContentRef(new OrderedContent));
+    content.getContentLength();
+    EXPECT_EQ(order, "tltl");
+}
+
 TEST(MultipartMixedContent, TheLengthIsAskedThroughTheVirtualFunction)
 {
     class NeverKnown : public MultipartMixedContent

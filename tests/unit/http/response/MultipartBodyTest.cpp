@@ -108,6 +108,31 @@ TEST(MultipartBody, BlanksBehindABoundaryAreDiscarded)
     EXPECT_THAT(errorsIn(tabbed), IsEmpty());
 }
 
+TEST(MultipartBody, AMissingLineEndIsReportedBeforeTheDiscard)
+{
+    for (const auto& [body, error] :
+         {std::pair("--B X\r\n\r\nbody", "ERROR response: No trailing \\r\\n located after boundary."),
+          std::pair("--B  ", "ERROR response: No trailing \\r\\n located after boundary (.")})
+    {
+        const zol_test::LogCapture log;
+        partsOf(body);
+        const std::vector<std::string> lines = logLines(log, RESPONSE);
+        const auto reported = std::find(lines.begin(), lines.end(), error);
+        ASSERT_NE(reported, lines.end()) << body;
+        ASSERT_NE(reported + 1, lines.end()) << body;
+        EXPECT_EQ((reported + 1)->rfind("DEBUG3 response: Discarding ", 0), 0U) << *(reported + 1);
+    }
+}
+
+TEST(MultipartBody, WithoutABoundaryParameterNothingIsLogged)
+{
+    std::istringstream in("--B\r\n\r\nbody\r\n--B--");
+    Response response = multipartResponse("");
+    const zol_test::LogCapture log;
+    EXPECT_THROW(response.parseResponseData(in), MIME::ContentException);
+    EXPECT_TRUE(log.records().empty());
+}
+
 TEST(MultipartBody, ABoundaryWithoutItsLineEndIsReportedAndItsPartKept)
 {
     const std::string body = "--BContent-Type: text/plain\r\n\r\none\r\n--B--";
@@ -329,6 +354,20 @@ private:
     bool m_throws;
     size_t m_at = 0;
 };
+
+TEST(MultipartBody, TheClosingDashesMayArriveOneByOne)
+{
+    const std::string body = "--B\r\n\r\none\r\n--B--epilogue";
+    for (size_t size = 1; size < body.size(); ++size)
+    {
+        PieceBuffer pieces(body, size);
+        std::istream in(&pieces);
+        Response response = multipartResponse();
+        response.parseResponseData(in);
+        EXPECT_THAT(described(response.contents), testing::ElementsAre("octets:one")) << size;
+        EXPECT_TRUE(response.bodyIsComplete()) << size;
+    }
+}
 
 TEST(MultipartBody, IsReadAlikeInPiecesOfEverySize)
 {

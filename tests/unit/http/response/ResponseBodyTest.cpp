@@ -133,6 +133,46 @@ TEST(ResponseBody, ContentLengthMayBeTheLargestNumber)
     EXPECT_FALSE(onlyContentOf(receive("Content-Length: 18446744073709551615\r\n", ""))->hasContentLength());
 }
 
+TEST(ResponseBody, ContentLengthIsConvertedBeforeTheDecoderIsMade)
+{
+    ScriptedServer server([](ServerConnection& peer) { peer.waitUntilPeerCloses(); });
+    HTTPConnection connection = connectTo(server);
+    Response bad;
+    bad.headers.addHeader("content-length", "12x");
+    Response good;
+    good.headers.addHeader("content-length", "12");
+    const zol_test::LogCapture log;
+    EXPECT_THROW(bad.parseResponseData(connection), StringConversionException);
+    EXPECT_THAT(log.messages("zol.common.http"), IsEmpty());
+    good.parseResponseData(connection);
+    EXPECT_THAT(log.messages(),
+                ElementsAre("response: Content is single part with size 12 and type application/octet-stream",
+                            "response: Creating transfer decoder for transfer encoding \"\""));
+}
+
+TEST(ResponseBody, PlainStreamIsReadIn2048ByteBlocks)
+{
+    class NotingBuffer : public std::stringbuf
+    {
+    public:
+        explicit NotingBuffer(const std::string& bytes) : std::stringbuf(bytes) {}
+        std::vector<std::streamsize> requests;
+
+    protected:
+        std::streamsize xsgetn(char* to, std::streamsize count) override
+        {
+            requests.push_back(count);
+            return std::stringbuf::xsgetn(to, count);
+        }
+    };
+    NotingBuffer buffer(std::string(5000, 'x'));
+    std::istream input(&buffer);
+    Response response;
+    response.parseResponseData(input);
+    EXPECT_THAT(buffer.requests, ElementsAre(2048, 2048, 2048));
+    EXPECT_EQ(textOf(response.contents[0]), std::string(5000, 'x'));
+}
+
 TEST(ResponseBody, ContentLengthThatIsNoNumberIsLoggedAndThrown)
 {
     for (const std::string length : {"12x", "18446744073709551616", "-1", "+5", "5, 6", "0x5"})

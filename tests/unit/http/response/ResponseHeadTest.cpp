@@ -1,4 +1,6 @@
+#include "support/ConnectTo.hpp"
 #include "support/LogLines.hpp"
+#include "support/ScriptedServer.hpp"
 
 #include "blocxx/LogAppender.hpp"
 #include "blocxx/LogMessage.hpp"
@@ -9,7 +11,10 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <streambuf>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -31,6 +36,34 @@ struct Outcome
     std::string message;
     int errorCode = 0;
     std::string file;
+};
+
+struct BufferBroke
+{
+};
+
+/// Delivers its bytes one at a time, and throws behind the last one.
+class ThrowingBuffer : public std::streambuf
+{
+public:
+    explicit ThrowingBuffer(std::string bytes) : m_bytes(std::move(bytes)) {}
+
+protected:
+    int_type underflow() override
+    {
+        if (m_next == m_bytes.size())
+        {
+            throw BufferBroke();
+        }
+        m_byte = m_bytes[m_next++];
+        setg(&m_byte, &m_byte, &m_byte + 1);
+        return traits_type::to_int_type(m_byte);
+    }
+
+private:
+    const std::string m_bytes;
+    size_t m_next = 0;
+    char m_byte = 0;
 };
 
 Outcome readHead(std::istream& input)
@@ -255,6 +288,52 @@ TEST(ResponseHead, RefusedHeadOfTwoOrFourWordsIsTakenAsRead)
         EXPECT_EQ(outcome.response.statusLine.statusCode, 200);
         EXPECT_THAT(headerLines(outcome.response), ElementsAre("a=1"));
         EXPECT_TRUE(input.fail()) << "a cut head must not pass for a whole answer";
+    }
+}
+
+TEST(ResponseHead, RefusedHeadOfOneWordHasNoCode)
+{
+    const Outcome outcome = readHead("HTTP/1.1\r\nno colon\r\n\r\n");
+    EXPECT_TRUE(outcome.refused);
+    EXPECT_EQ(outcome.message, "Unrecognizable status code () in response from HTTP server: HTTP/1.1");
+}
+
+TEST(ResponseHead, OfAConnectionIsReadAsThatOfItsStreamAndNothingElse)
+{
+    const std::string wire = "HTTP/1.1 200 OK\r\nX: 1\r\nContent-Type: text/plain\r\n\r\nbody";
+    std::istringstream stream(wire);
+    zol_test::LogCapture log;
+    Response fromStream;
+    fromStream.checkStatus(stream);
+    const std::vector<std::string> expected = log.messages();
+    zol_test::ScriptedServer server([&wire](zol_test::ServerConnection& peer) { peer.send(wire); });
+    ZOLNS2::HTTP::HTTPConnection connection = zol_test::connectTo(server);
+    log.clear();
+    Response response;
+    response.checkStatus(connection);
+    EXPECT_EQ(log.messages(), expected);
+    EXPECT_EQ(headerLines(response), headerLines(fromStream));
+    EXPECT_EQ(toString(response.contentType), "text/plain");
+    EXPECT_TRUE(response.contents.empty());
+    EXPECT_TRUE(connection.istream().good());
+    EXPECT_EQ(connection.istream().get(), 'b');
+}
+
+TEST(ResponseHead, WhatTheStreamsBufferThrowsPassesUnchangedWithBadbit)
+{
+    // Behind whole words and lines, and in the middle of each.
+    const std::string head = "HTTP/1.1 200 All well\r\nA: 1\r\nContent-Type: text/plain\r\n\r\n";
+    for (size_t length = 0; length < head.size(); ++length)
+    {
+        ThrowingBuffer buffer(head.substr(0, length));
+        std::istream input(&buffer);
+        Response response;
+        EXPECT_THROW(response.checkStatus(input), BufferBroke) << length;
+        EXPECT_TRUE(input.bad()) << length;
+        ThrowingBuffer again(head.substr(0, length));
+        std::istream extracted(&again);
+        EXPECT_THROW(extracted >> response, BufferBroke) << length;
+        EXPECT_TRUE(extracted.bad()) << length;
     }
 }
 

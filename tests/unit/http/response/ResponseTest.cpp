@@ -91,6 +91,18 @@ TEST(Response, CopyGoesOnWhereTheOriginalStoodAndAdvancesByItself)
     EXPECT_EQ(textOf(response.getNextPart()), "two");
 }
 
+TEST(Response, NextPartUnsharesTheListOfContents)
+{
+    Response response;
+    response.contents.push_back(ZOLNS2::MIME::ContentRef(new ZOLNS2::MIME::TextPlainContent("text")));
+    const Response copy(response);
+    const ZOLNS2::MIME::Contents& list = response.contents;
+    ASSERT_EQ(&*list.begin(), &*copy.contents.begin()) << "a copy shares the list";
+    const ZOLNS2::MIME::ContentRef part = response.getNextPart();
+    EXPECT_NE(&*list.begin(), &*copy.contents.begin());
+    EXPECT_EQ(part, copy.contents[0]) << "the contents themselves stay shared";
+}
+
 TEST(Response, CopiesShareTheContents)
 {
     Response response = responseOfThreeParts();

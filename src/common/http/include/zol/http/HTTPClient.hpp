@@ -11,8 +11,17 @@ namespace ZOLNS2::HTTP
 /// Opens a connection, sends `request` and reads the response, whose single-part body is still to be pulled from the
 /// connection through its content.
 ///
+/// @code
+/// HTTP::Headers headers;
+/// headers.addHeader("Host", "example.com");
+/// headers.addHeader("Connection", "close");
+/// const HTTP::RequestLine line("GET", "/", "example.com", HTTP::HTTP_1_1);
+/// HTTP::Response response = HTTP::getPage(HTTP::Request(line, headers, blocxx::SSLClientCtxRef()),
+///                                         blocxx::Timeout::relative(10));
+/// @endcode
+///
 /// Host and port come from the `url` of the request line: a host, or a host, a colon and a port. Without a port, and
-/// where the port is no number up to 65535, it is 80, with TLS as well. No redirect is followed and nothing is retried.
+/// where the port is not a number up to 65535, it is 80, with TLS as well. No redirect is followed and nothing is retried.
 ///
 /// May be called from many threads at once.
 ///

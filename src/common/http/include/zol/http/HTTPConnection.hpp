@@ -19,6 +19,13 @@ class HTTPConnectionImpl;
 /// Copies share the connection; the socket closes when the last copy goes, without sending what is still buffered for
 /// output. There is no keep-alive: one connection serves one request and its response.
 ///
+/// @code
+/// HTTP::HTTPConnection connection(blocxx::SocketAddress::getByName("example.com", 80), blocxx::SSLClientCtxRef(),
+///                                 blocxx::Timeout::relative(10));
+/// connection.ostream() << request << std::flush;
+/// HTTP::Response response = HTTP::getResponse(connection);
+/// @endcode
+///
 /// Threads: handles may be copied and dropped on any thread; the connection itself is read and written by one thread at
 /// a time.
 class ZOL_API HTTPConnection

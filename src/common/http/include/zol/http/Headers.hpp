@@ -30,6 +30,12 @@ public:
 ///
 /// Copies share one collection until one of them is added to. Threads: distinct copies are independent of each other;
 /// one object is changed by one thread at a time.
+///
+/// @code
+/// HTTP::Headers headers;
+/// headers.addHeader("Accept", "text/plain");
+/// const blocxx::String accepted = headers.getHeaderValue("accept");
+/// @endcode
 class ZOL_API Headers
 {
 public:

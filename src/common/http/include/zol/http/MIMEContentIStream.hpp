@@ -53,6 +53,14 @@ protected:
 };
 
 /// Reads any content as a standard input stream. Keeps the content alive.
+///
+/// @code
+/// HTTP::MIMEContentIStream body(content);
+/// for (std::string line; std::getline(body, line);)
+/// {
+///     ...
+/// }
+/// @endcode
 class ZOL_API MIMEContentIStream : private MIMEContentIStreamBase, public PayloadIStream
 {
 public:

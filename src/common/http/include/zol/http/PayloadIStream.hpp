@@ -13,7 +13,7 @@ class ZOL_API PayloadIStream : public std::iostream
 public:
     ~PayloadIStream() override;
 
-    /// Whether getContentLength() means anything.
+    /// Whether the length of the body is known.
     virtual bool hasContentLength() = 0;
     /// The bytes of the whole body, whatever has been read of it.
     virtual unsigned long getContentLength() = 0;

@@ -22,6 +22,16 @@ using EntityBodyRef = blocxx::Reference<PayloadIStream>;
 ///
 /// The headers are sent exactly as given and none is added: no Host, Content-Length or Content-Type. The body is sent
 /// raw and is not compared with any header.
+///
+/// @code
+/// const MIME::ContentRef body(new MIME::TextPlainContent("hello"));
+/// HTTP::Headers headers;
+/// headers.addHeader("Host", "example.com");
+/// headers.addHeader("Content-Type", toString(body->getContentType()));
+/// headers.addHeader("Content-Length", blocxx::String(body->getContentLength()));
+/// const HTTP::Request request(HTTP::RequestLine("POST", "/", "example.com", HTTP::HTTP_1_1), headers, body,
+///                             blocxx::SSLClientCtxRef());
+/// @endcode
 class ZOL_API Request
 {
 public:
@@ -53,8 +63,10 @@ private:
 };
 
 /// Writes the request as it goes onto the wire: request line, headers, blank line, and the body, after which `out` is
-/// flushed. A body that yields no byte at all leaves failbit on `out`, and so does a content that throws while it is
-/// read.
+/// flushed. The body is read until its content reports the end of its data; a read of no bytes in between does not end
+/// it. `out` gets failbit for a body that yields no byte at all, and for one that does not come to its end: a content
+/// that throws, that ends badly (MIME::ContentEnd), or that has nothing for 64 reads in a row. Where `out` stops taking
+/// bytes in the middle of the body, it shows nothing; Response::requestIsComplete() tells.
 /// @throws HTTPException if the body's stream is failed from the start; the head has been written then
 ZOL_API std::ostream& operator<<(std::ostream& out, const Request& request);
 

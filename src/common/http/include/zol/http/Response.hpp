@@ -18,8 +18,20 @@
 namespace ZOLNS2::HTTP
 {
 
-/// What a server answered: status line, headers, and the body as contents (one for a single-part body, one per part of
-/// a multipart body).
+/// A server's response: status line, headers, and the body as contents (one for a single-part body, one per part of a
+/// multipart body).
+///
+/// @code
+/// while (const MIME::ContentRef part = response.getNextPart())
+/// {
+///     HTTP::MIMEContentIStream body(part);
+///     std::cout << body.rdbuf();
+/// }
+/// if (!response.bodyIsComplete())
+/// {
+///     std::cerr << "the body was cut\n";
+/// }
+/// @endcode
 ///
 /// A response is filled once, by getResponse or operator>>, and then only read. Copies are cheap and share the content
 /// objects. A single-part body that was received over a connection has not been read yet: its content holds the
@@ -49,7 +61,7 @@ public:
 
     /// Stores a head that has been split up: the words of its first line and the header lines. The content-type header
     /// goes to `contentType`, all others to `headers`, in the order of their names.
-    /// @throws HTTPException  no words; a version other than HTTP/1.0 and HTTP/1.1; a code that is no 16-bit number
+    /// @throws HTTPException  no words; a version other than HTTP/1.0 and HTTP/1.1; a code that is not a 16-bit number
     void convertToNewHeaderFormat(blocxx::Array<blocxx::String> statusLines, const OpenWBEM::HTTPHeaderMap& headerMap);
 
     /// Turns the body behind a head read from `conn` into contents. A single-part body is left on the connection for
@@ -65,12 +77,12 @@ public:
 
     /// Whether the whole body has arrived: the input came to an orderly end, neither a cut nor an error, and a
     /// multipart body had its closing boundary in front of that end. For a body that its content reads from a
-    /// connection this is false until it has been read to the end; the decoder of that content answers. No announced
+    /// connection this is false until it has been read to the end, and then what the content's decoder says. No announced
     /// length is looked at, and parts that were dropped for their type do not count as missing.
     bool bodyIsComplete() const;
 
-    /// Whether the request was sent whole. False where a write failed in the middle of it and the server answered all
-    /// the same, as one may that refuses a large body early. True for a response that was not read from a connection.
+    /// Whether the request was sent whole. False where a write failed in the middle of it and the server sent a
+    /// response all the same, as one may that refuses a large body early. True for a response that was not read from a connection.
     bool requestIsComplete() const { return m_requestIsComplete; }
 
     blocxx::String reserved1;            ///< not used by the library

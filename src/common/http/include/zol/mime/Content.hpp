@@ -28,11 +28,20 @@ using ContentStreamStateRef = blocxx::IntrusiveReference<ContentStreamState>;
 
 /// A message body: its type, its length if known, and its bytes.
 ///
-/// A reader asks for a stream state once, and then calls getData() with it until that answers the end of the data. The
+/// A reader asks for a stream state once, and then calls getData() with it until that returns END_OF_DATA. The
 /// content itself keeps no position, so any number of readers can read it, each with a state of its own (the exception
 /// is UnbufferedContent, which is read once).
 ///
 /// Lives as long as a handle to it. A state does not keep its content alive.
+///
+/// @code
+/// const MIME::ContentStreamStateRef state = content->createInitialStreamState();
+/// char buffer[4096];
+/// for (size_t count; (count = content->getData(buffer, sizeof(buffer), state)) != MIME::END_OF_DATA;)
+/// {
+///     consume(buffer, count); // a count of 0 is not the end
+/// }
+/// @endcode
 class ZOL_API Content : public blocxx::IntrusiveCountableBase
 {
 public:
@@ -40,15 +49,15 @@ public:
 
     virtual ContentTypeHeader getContentType() = 0;
 
-    /// Whether getContentLength() means anything.
+    /// Whether getContentLength() can be asked.
     virtual bool hasContentLength() = 0;
 
     /// The bytes that a whole reading delivers.
     virtual size_t getContentLength() = 0;
 
-    /// Copies at most `len` bytes to `buf` and moves `state` on by as many.
-    /// @return the bytes copied; the largest size_t at the end of the data, and on every call after it. 0 is not the
-    ///         end: nothing came this time, and the reader asks again.
+    /// Copies at most `len` bytes to `buf` and advances `state` by the number copied.
+    /// @return the number of bytes copied; END_OF_DATA at the end of the data, and on every call after it. 0 is not the
+    /// end: nothing came this time, and the reader asks again.
     /// @throws blocxx::NULLReferenceException if `state` is null or belongs to another kind of content
     virtual size_t getData(char* buf, size_t len, const ContentStreamStateRef& state) = 0;
 

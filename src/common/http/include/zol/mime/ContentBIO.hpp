@@ -16,12 +16,17 @@ ZOL_API BIO_METHOD* BIO_s_httpcontent();
 /// A BIO that delivers the bytes of `content`; it can only be read, and it holds `content` and one stream state until
 /// it is freed. The caller owns it and frees it with BIO_free.
 ///
-/// BIO_read answers the number of bytes read, 0 when the content had none this time (ask again), and -1 at the end; no
-/// retry flag is ever set, and BIO_ctrl answers 0 to every command, so BIO_eof and BIO_pending tell nothing. What the
+/// BIO_read returns the number of bytes read, 0 when the content had none this time (ask again), and -1 at the end; no
+/// retry flag is ever set, and BIO_ctrl returns 0 for every command, so BIO_eof and BIO_pending tell nothing. What the
 /// content throws passes through OpenSSL's functions to the caller of BIO_read, also where filter BIOs stand in
 /// between; the chain is then good for nothing but being freed.
 ///
-/// A null content makes a BIO whose reads answer -1.
+/// @code
+/// BIO* const bio = MIME::BIO_new_httpcontent(content);
+/// X509* const certificate = PEM_read_bio_X509(BIO_push(BIO_new(BIO_f_buffer()), bio), nullptr, nullptr, nullptr);
+/// @endcode
+///
+/// A null content makes a BIO whose reads return -1.
 /// @return null if OpenSSL cannot make a BIO
 /// @throws what createInitialStreamState() of the content throws; no BIO is left then
 ZOL_API BIO* BIO_new_httpcontent(const ContentRef& content);

@@ -21,6 +21,8 @@ namespace ZOLNS2::MIME
 class ZOL_API ContentEnd
 {
 public:
+    virtual ~ContentEnd() noexcept(false); // as a counted object's
+
     /// Whether the data that was read with `state` ended before all of it had been delivered. Means something once
     /// getData() has returned END_OF_DATA or 0.
     /// @throws blocxx::NULLReferenceException if the kind looks at `state` and it is null or of another kind
@@ -28,7 +30,6 @@ public:
 
 protected:
     ContentEnd() = default;
-    virtual ~ContentEnd() noexcept(false); // as a counted object's
     ContentEnd(const ContentEnd&) = default;
     ContentEnd& operator=(const ContentEnd&) = default;
 };

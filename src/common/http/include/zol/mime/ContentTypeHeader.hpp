@@ -14,6 +14,12 @@ namespace ZOLNS2::MIME
 ///
 /// Parsing and writing are deliberately not each other's inverse: setContentTypeString() takes a whole header line, the
 /// output operator writes the header's value alone.
+///
+/// @code
+/// MIME::ContentTypeHeader header;
+/// header.setContentTypeString("Content-Type: text/plain; charset=UTF-8");
+/// const blocxx::String charset = header.getParameterValue("charset");
+/// @endcode
 class ZOL_API ContentTypeHeader
 {
 public:

@@ -42,6 +42,12 @@ public:
 /// the part and a line end; at last the closing delimiter without a line end. There is no preamble and no epilogue.
 ///
 /// The boundary may not occur in the bytes of a part; nobody checks that.
+///
+/// @code
+/// blocxx::IntrusiveReference<MIME::MultipartMixedContent> body(new MIME::MultipartMixedContent("boundary-7f3a"));
+/// body->addPart(MIME::ContentRef(new MIME::TextPlainContent("a text")));
+/// body->addPart(MIME::ContentRef(new MIME::FileApplicationOctetStreamContent("photo.jpg")));
+/// @endcode
 class ZOL_API MultipartMixedContent : public Content, public ContentEnd
 {
 public:
@@ -61,11 +67,11 @@ public:
     /// @throws ContentException if a part does not know its length
     unsigned long getContentLength() override;
 
-    /// Deliberate irregularities: a request of 0 bytes is answered with the end-of-data value; one call copies less
-    /// than 2 GiB; a part whose getData() answers 0 is asked again at once, until it delivers or reports its end.
+    /// Deliberate irregularities: a request of 0 bytes returns END_OF_DATA; one call copies less
+    /// than 2 GiB; a part whose getData() returns 0 is asked again at once, until it delivers or reports its end.
     ///
     /// What a part throws passes through. The bytes copied by that call are lost, and after a failing getContentType()
-    /// the next call goes on behind that part's header line.
+    /// the next call continues behind that part's header line.
     /// @return the bytes copied; the largest size_t at the end, and at once where there is no part
     /// @throws blocxx::NULLReferenceException if `state` is null or of another kind, or a part is null
     size_t getData(char* buffer, size_t count, const ContentStreamStateRef& state) override;

@@ -28,6 +28,11 @@ class StoredBytes;
 
 /// Bytes in memory, of type application/octet-stream. Never changed after construction, so readers on several threads
 /// need no lock. Copies share the bytes.
+///
+/// @code
+/// const std::vector<unsigned char> image = load();
+/// const MIME::ContentRef body(new MIME::ApplicationOctetStreamContent(image.begin(), image.end()));
+/// @endcode
 class ZOL_API ApplicationOctetStreamContent : public Content, public ContentEnd
 {
 public:
@@ -95,9 +100,9 @@ public:
 /// The bytes of one or more files as one body, read when they are asked for, of type application/octet-stream. The
 /// names are neither opened nor checked at construction; every new reading opens the files again.
 ///
-/// getData() never reads across the end of a file, and answers 0 when a file ended exactly with the read before. A
+/// getData() never reads across the end of a file, and returns 0 when a file ended exactly with the read before. A
 /// later file that cannot be opened ends the body. Deliberate: if the first one cannot be opened, or after such an
-/// early end, getData() answers 0 for ever and never reports the end of the data.
+/// early end, getData() returns 0 for ever and never reports the end of the data.
 class ZOL_API FileApplicationOctetStreamContent : public Content, public ContentEnd
 {
 public:

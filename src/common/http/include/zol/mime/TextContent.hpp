@@ -20,6 +20,10 @@ public:
 
 /// A text in memory, encoded, of type "text" and with the parameter "charset". Never changed after construction, so
 /// readers on several threads need no lock. Its subtype is told by the derived class.
+///
+/// @code
+/// const MIME::ContentRef body(new MIME::TextXMLContent("<greeting/>"));
+/// @endcode
 class ZOL_API TextContent : public Content, public ContentEnd
 {
 public:

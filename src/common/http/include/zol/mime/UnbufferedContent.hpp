@@ -55,7 +55,7 @@ public:
     ContentStreamStateRef createInitialStreamState() const override;
 
     /// Whether the decoder's stream has failed before the body was complete: after a cut, an error or malformed framing.
-    /// Deliberate: a body shorter than its announced length is no bad end. `state` is not looked at.
+    /// Deliberate: a body shorter than its announced length is not a bad end. `state` is not looked at.
     bool endedBadly(const ContentStreamStateRef& state) const override;
 
     /// The decoder that the body is read through.
