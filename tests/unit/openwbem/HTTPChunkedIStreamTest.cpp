@@ -680,6 +680,21 @@ TEST(HTTPChunkedIStream, ABufferWithoutAGetAreaThatThrowsLosesNothingBefore)
     }
 }
 
+TEST(HTTPChunkedIStreamBuffer, ResetForgetsTheTextOfAnError)
+{
+    UnbufferedText broken("5\r\n", UnbufferedText::E_THROW);
+    std::istream wrapped(&broken);
+    HTTPChunkedIStreamBuffer buffer(wrapped);
+    EXPECT_EQ(buffer.sgetc(), -1);
+    EXPECT_EQ(buffer.inputErrorText(), "the buffer broke");
+    std::stringbuf malformed("zz");
+    wrapped.rdbuf(&malformed);
+    buffer.resetInput();
+    EXPECT_EQ(buffer.sgetc(), -1);
+    EXPECT_EQ(buffer.inputError(), EBADMSG);
+    EXPECT_EQ(buffer.inputErrorText(), "");
+}
+
 TEST(HTTPChunkedIStream, ACancelledThreadIsNotHeldUp)
 {
     for (const std::size_t wanted : {std::size_t{1}, std::size_t{100}})

@@ -126,6 +126,12 @@ TEST(HeadLimits, AnEndlessLineIsNotReadToItsEnd)
     EXPECT_FALSE(head.result);
     EXPECT_TRUE(head.map.empty());
     EXPECT_GT(head.left.size(), endless - 2 * HTTPUtils::MAX_HEADER_LINE_LENGTH);
+
+    std::istringstream input(lineOf(endless) + "\r\n\r\n");
+    HTTPHeaderMap map;
+    EXPECT_FALSE(HTTPUtils::buildMap(map, input));
+    input.clear();
+    EXPECT_LT(input.tellg(), std::streamoff{2 * HTTPUtils::MAX_HEADER_LINE_LENGTH});
 }
 
 TEST(HeadLimits, ThousandHeaderLines)

@@ -135,6 +135,18 @@ TEST(BaseStreamBufferInputError, ACancelledThreadIsNotHeldUpAndLeavesAFailedInpu
     }
 }
 
+TEST(BaseStreamBufferInputError, ACancelledReadHasNoTextOfAFailureBeforeTheReset)
+{
+    ProbeBuffer buffer(BaseStreamBuffer::E_IN, 8);
+    buffer.errorText = "unknown authority";
+    buffer.input = {ProbeBuffer::answer(-1, EPROTO), ProbeBuffer::cancellation()};
+    buffer.sgetc();
+    EXPECT_EQ(buffer.inputErrorText(), "unknown authority");
+    buffer.reset();
+    EXPECT_TRUE(zol_test::endsCancelled([&] { buffer.sgetc(); }));
+    EXPECT_EQ(buffer.inputErrorText(), "");
+}
+
 TEST(BaseStreamBufferOutputState, IsPendingUntilAFlushHasSentTheBytes)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
