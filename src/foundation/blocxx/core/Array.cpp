@@ -1,6 +1,6 @@
 #include "blocxx/Array.hpp"
 
-#include "blocxx/Format.hpp"
+#include <string>
 
 namespace blocxx
 {
@@ -9,7 +9,9 @@ BLOCXX_DEFINE_EXCEPTION_WITH_ID(OutOfBounds)
 
 void ArrayDetail::throwOutOfBounds(std::size_t size, std::size_t index)
 {
-    BLOCXX_THROW(OutOfBoundsException, Format("Array Index out of bounds. size = %1, index = %2", size, index).c_str());
+    const std::string text =
+        "Array Index out of bounds. size = " + std::to_string(size) + ", index = " + std::to_string(index);
+    throw OutOfBoundsException("Array", __LINE__, text.c_str());
 }
 
 } // namespace blocxx

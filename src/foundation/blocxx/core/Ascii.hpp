@@ -14,9 +14,4 @@ constexpr char toLower(char c) noexcept
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-constexpr char toUpper(char c) noexcept
-{
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c;
-}
-
 } // namespace blocxx::Ascii

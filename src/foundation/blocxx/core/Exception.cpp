@@ -1,8 +1,13 @@
 #include "blocxx/Exception.hpp"
 
+#include "core/CancellationOff.hpp"
+
+#include <atomic>
 #include <cstring>
+#include <locale>
 #include <new>
 #include <ostream>
+#include <sstream>
 #include <utility>
 
 namespace blocxx
@@ -11,7 +16,7 @@ namespace blocxx
 namespace
 {
 
-/// A clone of `exception` may be made by foreign code; whatever goes wrong there means that there is none.
+/// The clone of a derived class may be foreign code; if it throws, the exception has no sub-exception.
 const Exception* cloneOrNull(const Exception* exception) noexcept
 {
     try
@@ -22,6 +27,27 @@ const Exception* cloneOrNull(const Exception* exception) noexcept
     {
         return nullptr;
     }
+}
+
+// Read by threads that drop references, written when the first appender is set.
+std::atomic<ExceptionDetail::ErroneousExceptionLog> erroneousExceptionLog{nullptr};
+
+void logErroneous(const char* description, const Exception* own, const std::exception* standard)
+{
+    if (const ExceptionDetail::ErroneousExceptionLog log = erroneousExceptionLog.load(std::memory_order_acquire))
+    {
+        log(description, own, standard);
+    }
+}
+
+/// The number in the stream's base, but never with the digit grouping of its locale.
+std::string textOf(int number, const std::ostream& out)
+{
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text.flags(out.flags());
+    text << number;
+    return text.str();
 }
 
 } // namespace
@@ -119,12 +145,12 @@ std::ostream& operator<<(std::ostream& out, const Exception& exception)
     }
     else
     {
-        out << exception.getLine() << ' ';
+        out << textOf(exception.getLine(), out) << ' ';
     }
     out << exception.type() << ": ";
     if (exception.getErrorCode() != Exception::UNKNOWN_ERROR_CODE)
     {
-        out << exception.getErrorCode() << ": ";
+        out << textOf(exception.getErrorCode(), out) << ": ";
     }
     out << (*exception.getMessage() == '\0' ? "[no message]" : exception.getMessage());
     if (const Exception* const cause = exception.getSubException())
@@ -132,6 +158,54 @@ std::ostream& operator<<(std::ostream& out, const Exception& exception)
         out << " <" << *cause << '>';
     }
     return out;
+}
+
+void logErroneousException(const char* description)
+{
+    logErroneous(description, nullptr, nullptr);
+}
+
+void logErroneousException(const char* description, const std::exception& exception)
+{
+    logErroneous(description, nullptr, &exception);
+}
+
+void logErroneousException(const char* description, const Exception& exception)
+{
+    logErroneous(description, &exception, nullptr);
+}
+
+void ExceptionDetail::setErroneousExceptionLog(ErroneousExceptionLog log) noexcept
+{
+    erroneousExceptionLog.store(log, std::memory_order_release);
+}
+
+void ExceptionDetail::logCurrentException(const char* description) noexcept
+{
+    // Appenders write to files: a cancelled thread would be unwound through a function that lets nothing pass.
+    const CancellationOff logging;
+    try
+    {
+        try
+        {
+            throw;
+        }
+        catch (const Exception& exception)
+        {
+            logErroneousException(description, exception);
+        }
+        catch (const std::exception& exception)
+        {
+            logErroneousException(description, exception);
+        }
+        catch (...)
+        {
+            logErroneousException(description);
+        }
+    }
+    catch (...) // NOLINT(bugprone-empty-catch): the log was the last place to report to.
+    {
+    }
 }
 
 } // namespace blocxx

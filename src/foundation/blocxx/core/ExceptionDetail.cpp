@@ -1,8 +1,6 @@
-#include "blocxx/Exception.hpp"
-#include "blocxx/String.hpp"
+#include "blocxx/ExceptionDetail.hpp"
 
 #include <cstring>
-#include <string>
 
 namespace blocxx::ExceptionDetail
 {
@@ -20,32 +18,27 @@ void portable_strerror_r(int errnum, char* buffer, unsigned size)
     {
         return;
     }
-    // The text may stand elsewhere than in the buffer: this is the GNU form of the function.
-    const char* const text = ::strerror_r(errnum, buffer, size);
-    const char* const answer =
-        text == nullptr || *text == '\0' ? "[Could not create error message for error code]" : text;
-    if (answer != buffer)
+    // The returned text may stand elsewhere than in the buffer: this is the GNU form of the function.
+    const char* text = ::strerror_r(errnum, buffer, size);
+    if (text == nullptr || *text == '\0')
     {
-        const std::size_t length = ::strnlen(answer, size - 1);
-        std::memmove(buffer, answer, length);
+        text = "[Could not create error message for error code]";
+    }
+    if (text != buffer)
+    {
+        const std::size_t length = ::strnlen(text, size - 1);
+        std::memmove(buffer, text, length);
         buffer[length] = '\0';
     }
 }
 
-FormatMsg::FormatMsg(const char* msg, int errnum)
+FormatMsg::FormatMsg(const char* msg, int errnum) : m_text(msg == nullptr ? "" : msg)
 {
     char systemText[SYSTEM_TEXT_SIZE];
     portable_strerror_r(errnum, systemText, SYSTEM_TEXT_SIZE);
-    String text(msg);
-    text.concat(": ").concat(String(errnum)).concat('(').concat(systemText).concat(')');
-    m_text.reset(Exception::dupString(text.c_str()));
+    m_text.append(": ").append(std::to_string(errnum)).append("(").append(systemText).append(")");
 }
 
 FormatMsg::~FormatMsg() = default;
-
-const char* FormatMsg::get() const noexcept
-{
-    return m_text == nullptr ? "" : m_text.get();
-}
 
 } // namespace blocxx::ExceptionDetail

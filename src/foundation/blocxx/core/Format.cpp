@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <locale>
 #include <optional>
 #include <ostream>
 #include <streambuf>
@@ -35,7 +36,13 @@ bool isDigit(char c) noexcept
     return c >= '0' && c <= '9';
 }
 
-/// Reads one placeholder. After a failure position() is the first character that could not be accepted.
+/// Reads one placeholder, from behind its percent sign:
+///
+///     placeholder = DIGIT / "<" 1*DIGIT [ ":" modifiers ] ">"
+///     modifiers   = [ width ] [ "." 1*DIGIT ] [ "x" / "X" / "o" ] [ "!" ]
+///     width       = [ "-" / "+" ] 1*DIGIT
+///
+/// After a failure position() is the first character that could not be accepted.
 class PlaceholderParser
 {
 public:
@@ -185,6 +192,7 @@ public:
     Formatter(const FormatDetail::Argument* arguments, std::size_t count)
         : m_arguments(arguments), m_count(count), m_buffer(m_text), m_out(&m_buffer)
     {
+        m_out.imbue(std::locale::classic());
     }
 
     std::string run(const char* format)
@@ -281,6 +289,8 @@ void FormatDetail::insertText(std::ostream& out, const void* value)
         out << static_cast<const char*>(value);
     }
 }
+
+Format::~Format() = default;
 
 String Format::build(const char* format, const FormatDetail::Argument* arguments, std::size_t count)
 {

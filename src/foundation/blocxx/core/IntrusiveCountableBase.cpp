@@ -1,5 +1,7 @@
 #include "blocxx/IntrusiveCountableBase.hpp"
 
+#include "core/CancellationOff.hpp"
+
 namespace blocxx
 {
 
@@ -7,6 +9,8 @@ IntrusiveCountableBase::~IntrusiveCountableBase() noexcept(false) = default;
 
 void IntrusiveCountableBase::destroy(IntrusiveCountableBase* object)
 {
+    // References are dropped in destructors, where the unwinding of a cancelled thread would end the process.
+    const CancellationOff destroying;
     delete object;
 }
 

@@ -5,11 +5,9 @@
 namespace blocxx
 {
 
-BLOCXX_DEFINE_EXCEPTION_WITH_ID(NULLReference)
-
 void ReferenceHelpers::throwNULLException()
 {
-    BLOCXX_THROW(NULLReferenceException, "NULL Reference dereferenced");
+    throw NULLReferenceException("ReferenceHelpers", __LINE__, "NULL Reference dereferenced");
 }
 
 } // namespace blocxx

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <functional>
 #include <ostream>
+#include <stdexcept>
 #include <utility>
 
 namespace blocxx
@@ -58,6 +59,10 @@ void StringBuffer::swap(StringBuffer& other) noexcept
 
 void StringBuffer::grow(std::size_t count)
 {
+    if (count > m_text.max_size() / 2)
+    {
+        throw std::length_error("StringBuffer"); // Doubling must not wrap around.
+    }
     const std::size_t wanted = 2 * m_allocated + count;
     m_text.reserve(wanted - 1);
     m_allocated = wanted;

@@ -1,3 +1,6 @@
+#include "logging/ErroneousException.hpp"
+
+#include "blocxx/ErrnoKeeper.hpp"
 #include "blocxx/Exception.hpp"
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
@@ -8,55 +11,29 @@ namespace blocxx
 namespace
 {
 
-/// The component is no global of its own: this may run when those have been destroyed.
-Logger exceptionLogger()
+String textOf(const char* description, const Exception* own, const std::exception* standard)
 {
-    return Logger(String("blocxx.Exception"));
+    if (own != nullptr)
+    {
+        return Format("Unable to handle exception: %1: %2", description, *own);
+    }
+    if (standard != nullptr)
+    {
+        return Format("Unable to handle std::exception: %1: %2", description, standard->what());
+    }
+    return Format("Unable to handle exception: %1", description);
 }
 
 } // namespace
 
-void logErroneousException(const char* description)
+void writeErroneousException(const char* description, const Exception* own, const std::exception* standard)
 {
-    const Logger logger = exceptionLogger();
-    BLOCXX_LOG_ERROR(logger, Format("Unable to handle exception: %1", description));
-}
-
-void logErroneousException(const char* description, const std::exception& exception)
-{
-    const Logger logger = exceptionLogger();
-    BLOCXX_LOG_ERROR(logger, Format("Unable to handle std::exception: %1: %2", description, exception.what()));
-}
-
-void logErroneousException(const char* description, const Exception& exception)
-{
-    const Logger logger = exceptionLogger();
-    BLOCXX_LOG_ERROR(logger, Format("Unable to handle exception: %1: %2", description, exception));
-}
-
-void ExceptionDetail::logCurrentException(const char* description) noexcept
-{
-    try
+    const ErrnoKeeper errnoKeeper;
+    // The component's name is made here: a global one may have been destroyed when this runs.
+    const Logger logger(String("blocxx.Exception"));
+    if (logger.levelIsEnabled(E_ERROR_LEVEL))
     {
-        try
-        {
-            throw;
-        }
-        catch (const Exception& exception)
-        {
-            logErroneousException(description, exception);
-        }
-        catch (const std::exception& exception)
-        {
-            logErroneousException(description, exception);
-        }
-        catch (...)
-        {
-            logErroneousException(description);
-        }
-    }
-    catch (...) // NOLINT(bugprone-empty-catch): the log was the last place to report to.
-    {
+        logger.logMessage("ERROR", textOf(description, own, standard), "ErroneousException", __LINE__, __func__);
     }
 }
 

@@ -1,5 +1,8 @@
 #include "blocxx/FileAppender.hpp"
 
+#include "core/CancellationOff.hpp"
+#include "core/FileDescriptor.hpp"
+
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
 
@@ -24,7 +27,8 @@ public:
     {
         if (!open())
         {
-            BLOCXX_THROW(LoggerException, Format("FileAppender: Unable to open file: %1", m_name).c_str());
+            throw LoggerException("FileAppender", __LINE__,
+                                  Format("FileAppender: Unable to open file: %1", m_name).c_str());
         }
     }
 
@@ -33,8 +37,8 @@ public:
 
     ~File()
     {
+        const CancellationOff writing;
         writePending();
-        close();
     }
 
     void writeLine(const String& text)
@@ -43,7 +47,6 @@ public:
         if (isElsewhere())
         {
             writePending();
-            close();
             open();
         }
         m_pending.append(text.c_str(), text.length());
@@ -60,10 +63,10 @@ private:
     bool open()
     {
         struct stat status;
-        m_descriptor = ::open(m_name.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-        if (m_descriptor < 0 || ::fstat(m_descriptor, &status) != 0)
+        m_descriptor = FileDescriptor(::open(m_name.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+        if (!m_descriptor.isOpen() || ::fstat(m_descriptor.get(), &status) != 0)
         {
-            close();
+            m_descriptor.close();
             return false;
         }
         m_device = status.st_dev;
@@ -71,20 +74,11 @@ private:
         return true;
     }
 
-    void close()
-    {
-        if (m_descriptor >= 0)
-        {
-            ::close(m_descriptor);
-            m_descriptor = -1;
-        }
-    }
-
     /// Whether the name is gone or stands for another file than the open one.
     bool isElsewhere() const
     {
         struct stat status;
-        return m_descriptor < 0 || ::stat(m_name.c_str(), &status) != 0 || status.st_dev != m_device ||
+        return !m_descriptor.isOpen() || ::stat(m_name.c_str(), &status) != 0 || status.st_dev != m_device ||
                status.st_ino != m_inode;
     }
 
@@ -93,9 +87,9 @@ private:
     {
         const char* from = m_pending.data();
         std::size_t left = m_pending.size();
-        while (left > 0 && m_descriptor >= 0)
+        while (left > 0 && m_descriptor.isOpen())
         {
-            const ssize_t written = ::write(m_descriptor, from, left);
+            const ssize_t written = ::write(m_descriptor.get(), from, left);
             if (written < 0 && errno != EINTR)
             {
                 break;
@@ -111,7 +105,7 @@ private:
     const bool m_flush;
     std::mutex m_mutex;
     std::string m_pending;
-    int m_descriptor = -1;
+    FileDescriptor m_descriptor;
     dev_t m_device = 0;
     ino_t m_inode = 0;
 };

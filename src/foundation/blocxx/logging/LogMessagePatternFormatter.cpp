@@ -17,8 +17,6 @@
 namespace blocxx
 {
 
-BLOCXX_DEFINE_EXCEPTION_WITH_ID(LogMessagePatternFormatter)
-
 const GlobalString LogMessagePatternFormatter::STR_DEFAULT_MESSAGE_PATTERN =
     BLOCXX_GLOBAL_STRING_INIT("%r [%t] %p %c - %m");
 
@@ -112,17 +110,11 @@ std::string place(const LogMessage& message)
     return file.empty() ? std::string() : std::string(file) + '(' + std::to_string(message.fileline) + ')';
 }
 
-} // namespace
-
-LogMessagePatternFormatter::LogMessagePatternFormatter(const String& pattern) : m_pieces(Parser(pattern).parse()) {}
-
-LogMessagePatternFormatter::~LogMessagePatternFormatter() = default;
-
-std::string LogMessagePatternFormatter::convert(const Piece& piece, const LogMessage& message)
+std::string convert(const LogMessagePatternPiece& piece, const LogMessage& message)
 {
     switch (piece.conversion)
     {
-    case Piece::LITERAL:
+    case LogMessagePatternPiece::LITERAL:
         return piece.text;
     case 'm':
         return std::string(viewOf(message.message));
@@ -151,9 +143,18 @@ std::string LogMessagePatternFormatter::convert(const Piece& piece, const LogMes
     }
 }
 
+} // namespace
+
+LogMessagePatternFormatter::LogMessagePatternFormatter(const String& pattern)
+    : m_pieces(LogMessagePatternParser(pattern).parse())
+{
+}
+
+LogMessagePatternFormatter::~LogMessagePatternFormatter() = default;
+
 void LogMessagePatternFormatter::formatMessage(const LogMessage& message, StringBuffer& output) const
 {
-    for (const Piece& piece : m_pieces)
+    for (const LogMessagePatternPiece& piece : m_pieces)
     {
         std::string value = convert(piece, message);
         if (value.size() > piece.maxWidth)

@@ -39,7 +39,7 @@ std::string strftimeFormat(const std::string& option)
 
 } // namespace
 
-std::vector<LogMessagePatternFormatter::Piece> LogMessagePatternFormatter::Parser::parse()
+std::vector<LogMessagePatternPiece> LogMessagePatternParser::parse()
 {
     while (!atEnd())
     {
@@ -59,7 +59,7 @@ std::vector<LogMessagePatternFormatter::Piece> LogMessagePatternFormatter::Parse
     return std::move(m_pieces);
 }
 
-bool LogMessagePatternFormatter::Parser::skip(char c)
+bool LogMessagePatternParser::skip(char c)
 {
     if (atEnd() || peek() != c)
     {
@@ -69,7 +69,7 @@ bool LogMessagePatternFormatter::Parser::skip(char c)
     return true;
 }
 
-void LogMessagePatternFormatter::Parser::parseEscape()
+void LogMessagePatternParser::parseEscape()
 {
     constexpr std::string_view NAMES = "nrt\\";
     constexpr std::string_view MEANINGS = "\n\r\t\\";
@@ -88,7 +88,7 @@ void LogMessagePatternFormatter::Parser::parseEscape()
     addLiteral(MEANINGS.substr(which, 1));
 }
 
-void LogMessagePatternFormatter::Parser::parseHexadecimal()
+void LogMessagePatternParser::parseHexadecimal()
 {
     constexpr std::size_t GREATEST_CHARACTER = 127;
     const std::size_t first = m_position;
@@ -108,7 +108,7 @@ void LogMessagePatternFormatter::Parser::parseHexadecimal()
     addLiteral({&character, 1});
 }
 
-void LogMessagePatternFormatter::Parser::parsePercent()
+void LogMessagePatternParser::parsePercent()
 {
     const std::size_t start = m_position - 1;
     if (skip('%'))
@@ -119,7 +119,7 @@ void LogMessagePatternFormatter::Parser::parsePercent()
     {
         addLiteral("\n");
     }
-    else if (const std::optional<Piece> piece = parseConversion())
+    else if (const std::optional<LogMessagePatternPiece> piece = parseConversion())
     {
         m_pieces.push_back(*piece);
     }
@@ -130,9 +130,9 @@ void LogMessagePatternFormatter::Parser::parsePercent()
 }
 
 /// @return nothing if the pattern ends before the conversion's letter
-std::optional<LogMessagePatternFormatter::Piece> LogMessagePatternFormatter::Parser::parseConversion()
+std::optional<LogMessagePatternPiece> LogMessagePatternParser::parseConversion()
 {
-    Piece piece;
+    LogMessagePatternPiece piece;
     while (skip('-'))
     {
         piece.leftJustified = true;
@@ -162,7 +162,7 @@ std::optional<LogMessagePatternFormatter::Piece> LogMessagePatternFormatter::Par
     return piece;
 }
 
-std::size_t LogMessagePatternFormatter::Parser::parseNumber()
+std::size_t LogMessagePatternParser::parseNumber()
 {
     std::size_t number = 0;
     while (!atEnd() && isDigit(peek()))
@@ -173,7 +173,7 @@ std::size_t LogMessagePatternFormatter::Parser::parseNumber()
     return number;
 }
 
-void LogMessagePatternFormatter::Parser::parseOptionOf(Piece& piece)
+void LogMessagePatternParser::parseOptionOf(LogMessagePatternPiece& piece)
 {
     if (piece.conversion == 'c')
     {
@@ -185,7 +185,7 @@ void LogMessagePatternFormatter::Parser::parseOptionOf(Piece& piece)
     }
 }
 
-std::optional<std::string> LogMessagePatternFormatter::Parser::parseBraces()
+std::optional<std::string> LogMessagePatternParser::parseBraces()
 {
     if (!skip('{'))
     {
@@ -203,7 +203,7 @@ std::optional<std::string> LogMessagePatternFormatter::Parser::parseBraces()
     return option;
 }
 
-std::size_t LogMessagePatternFormatter::Parser::componentPieces(const std::string& option) const
+std::size_t LogMessagePatternParser::componentPieces(const std::string& option) const
 {
     if (!std::all_of(option.begin(), option.end(), isDigit))
     {
@@ -219,18 +219,19 @@ std::size_t LogMessagePatternFormatter::Parser::componentPieces(const std::strin
     return pieces;
 }
 
-void LogMessagePatternFormatter::Parser::addLiteral(std::string_view text)
+void LogMessagePatternParser::addLiteral(std::string_view text)
 {
-    if (m_pieces.empty() || m_pieces.back().conversion != Piece::LITERAL)
+    if (m_pieces.empty() || m_pieces.back().conversion != LogMessagePatternPiece::LITERAL)
     {
         m_pieces.emplace_back();
     }
     m_pieces.back().text += text;
 }
 
-void LogMessagePatternFormatter::Parser::fail(EErrorCode code, const char* format, const std::string& culprit) const
+void LogMessagePatternParser::fail(ELogMessagePatternError code, const char* format, const std::string& culprit) const
 {
-    BLOCXX_THROW_ERR(LogMessagePatternFormatterException, Format(format, m_pattern, m_position, culprit).c_str(), code);
+    throw LogMessagePatternFormatterException("LogMessagePatternFormatter", __LINE__,
+                                              Format(format, m_pattern, m_position, culprit).c_str(), code);
 }
 
 } // namespace blocxx

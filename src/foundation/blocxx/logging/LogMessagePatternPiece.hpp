@@ -1,7 +1,5 @@
 #pragma once
 
-#include "blocxx/LogMessagePatternFormatter.hpp"
-
 #include <cstddef>
 #include <string>
 
@@ -9,7 +7,7 @@ namespace blocxx
 {
 
 /// A run of literal text, or one conversion.
-struct LogMessagePatternFormatter::Piece
+struct LogMessagePatternPiece
 {
     static constexpr char LITERAL = '\0';
     static constexpr std::size_t UNLIMITED = static_cast<std::size_t>(-1);

@@ -1,5 +1,7 @@
 #include "blocxx/Logger.hpp"
 
+#include "logging/LevelNames.hpp"
+
 #include "blocxx/LogMessage.hpp"
 
 #include <utility>
@@ -19,25 +21,6 @@ const GlobalString Logger::STR_DEBUG2_CATEGORY = BLOCXX_GLOBAL_STRING_INIT("DEBU
 const GlobalString Logger::STR_DEBUG3_CATEGORY = BLOCXX_GLOBAL_STRING_INIT("DEBUG3");
 const GlobalString Logger::STR_ALL_CATEGORY = BLOCXX_GLOBAL_STRING_INIT("ALL");
 const GlobalString Logger::STR_DEFAULT_COMPONENT = BLOCXX_GLOBAL_STRING_INIT("none");
-
-namespace
-{
-
-struct NamedLevel
-{
-    ELogLevel level;
-    const GlobalString& name;
-};
-
-const NamedLevel NAMED_LEVELS[] = {
-    {E_NONE_LEVEL, Logger::STR_NONE_CATEGORY},     {E_FATAL_ERROR_LEVEL, Logger::STR_FATAL_CATEGORY},
-    {E_ERROR_LEVEL, Logger::STR_ERROR_CATEGORY},   {E_WARNING_LEVEL, Logger::STR_WARNING_CATEGORY},
-    {E_INFO_LEVEL, Logger::STR_INFO_CATEGORY},     {E_DEBUG_LEVEL, Logger::STR_DEBUG_CATEGORY},
-    {E_DEBUG2_LEVEL, Logger::STR_DEBUG2_CATEGORY}, {E_DEBUG3_LEVEL, Logger::STR_DEBUG3_CATEGORY},
-    {E_ALL_LEVEL, Logger::STR_ALL_CATEGORY},
-};
-
-} // namespace
 
 void Logger::lookUpAppender()
 {
@@ -151,26 +134,13 @@ bool Logger::componentAndCategoryAreEnabled(const String& component, const Strin
 
 ELogLevel Logger::stringToLogLevel(const String& level)
 {
-    for (const NamedLevel& named : NAMED_LEVELS)
-    {
-        if (level.equalsIgnoreCase(named.name.get()))
-        {
-            return named.level;
-        }
-    }
-    return E_FATAL_ERROR_LEVEL;
+    return levelNamed(level).value_or(E_FATAL_ERROR_LEVEL);
 }
 
 String Logger::logLevelToString(ELogLevel level)
 {
-    for (const NamedLevel& named : NAMED_LEVELS)
-    {
-        if (level == named.level)
-        {
-            return named.name;
-        }
-    }
-    return STR_NONE_CATEGORY;
+    const char* const name = nameOfLevel(level);
+    return name != nullptr ? name : "NONE";
 }
 
 } // namespace blocxx

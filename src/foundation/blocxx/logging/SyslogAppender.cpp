@@ -36,7 +36,7 @@ int facilityNumber(const String& facility)
 {
     if (facility.empty())
     {
-        BLOCXX_THROW(LoggerException, "SyslogAppender: Empty syslog facility name");
+        throw LoggerException("SyslogAppender", __LINE__, "SyslogAppender: Empty syslog facility name");
     }
     for (const NamedFacility& named : FACILITIES)
     {
@@ -45,7 +45,8 @@ int facilityNumber(const String& facility)
             return named.number;
         }
     }
-    BLOCXX_THROW(LoggerException, Format("SyslogAppender: Unknown syslog facility name: %1", facility).c_str());
+    throw LoggerException("SyslogAppender", __LINE__,
+                          Format("SyslogAppender: Unknown syslog facility name: %1", facility).c_str());
 }
 
 void openOnce(const String& identity, int facility)
@@ -92,7 +93,7 @@ SyslogAppender::SyslogAppender(const StringArray& components, const StringArray&
 {
     if (String(identity).trim().empty())
     {
-        BLOCXX_THROW(LoggerException, "SyslogAppender: Empty syslog identity name");
+        throw LoggerException("SyslogAppender", __LINE__, "SyslogAppender: Empty syslog identity name");
     }
     openOnce(identity, facilityNumber(facility));
 }

@@ -1,6 +1,7 @@
 #include "blocxx/Array.hpp"
 
-#include "blocxx/NULLReferenceException.hpp"
+#include "support/GroupingLocale.hpp"
+
 #include "blocxx/String.hpp"
 
 #include <gtest/gtest.h>
@@ -116,21 +117,6 @@ TEST(Array, CopiesARange)
     EXPECT_EQ('b', Array<char>(text, text + 2)[1]);
 }
 
-TEST(Array, TakesOverAVector)
-{
-    EXPECT_EQ((Ints{4, 5}), elementsOf(Array<int>(new std::vector<int>{4, 5})));
-}
-
-TEST(Array, MadeOfANullPointerThrowsOnEveryUse)
-{
-    Array<int> array(static_cast<std::vector<int>*>(nullptr));
-    EXPECT_THROW(array.size(), blocxx::NULLReferenceException);
-    EXPECT_THROW(array.push_back(1), blocxx::NULLReferenceException);
-    EXPECT_THROW(array[0], blocxx::NULLReferenceException);
-    array = oneTwoThree();
-    EXPECT_EQ(3U, array.size());
-}
-
 TEST(Array, CopiesShareUntilOneIsModified)
 {
     Array<int> a(3, 7);
@@ -152,7 +138,6 @@ TEST(Array, ReadingNeverCopiesElements)
     (void)copy[1];
     (void)copy.front();
     (void)copy.back();
-    (void)copy.rbegin();
     EXPECT_EQ(0, elsewhere::Counted::copies);
 }
 
@@ -197,26 +182,14 @@ TEST(Array, IndexingIsCheckedBeforeAnythingIsCopied)
     EXPECT_EQ(7, a[2]);
 }
 
-TEST(Array, AppendsElementsAndArrays)
+TEST(Array, AppendsElements)
 {
     Array<int> array = oneTwoThree();
     array.append(4);
-    array += 5;
-    array.appendArray(Array<int>(2, 6));
-    EXPECT_EQ((Ints{1, 2, 3, 4, 5, 6, 6}), elementsOf(array));
+    array.push_back(5);
+    EXPECT_EQ((Ints{1, 2, 3, 4, 5}), elementsOf(array));
     array.pop_back();
-    EXPECT_EQ(6U, array.size());
-}
-
-TEST(Array, CanBeAppendedToItself)
-{
-    Array<int> array = oneTwoThree();
-    array.appendArray(array);
-    EXPECT_EQ((Ints{1, 2, 3, 1, 2, 3}), elementsOf(array));
-    Array<int> shared(array);
-    array.appendArray(shared);
-    EXPECT_EQ(12U, array.size());
-    EXPECT_EQ(6U, shared.size());
+    EXPECT_EQ(4U, array.size());
 }
 
 TEST(Array, AppendsAnElementOfItsOwn)
@@ -229,24 +202,21 @@ TEST(Array, AppendsAnElementOfItsOwn)
     EXPECT_EQ(array[0], array[20]);
 }
 
-TEST(Array, InsertsAndErases)
+TEST(Array, InsertsARange)
 {
     Array<int> array = oneTwoThree();
     const int values[] = {8, 9};
     array.insert(array.end(), values, values + 2);
-    array.insert(std::size_t{0}, 0);
-    EXPECT_EQ(7, *array.insert(array.begin() + 1, 7));
-    EXPECT_EQ((Ints{0, 7, 1, 2, 3, 8, 9}), elementsOf(array));
-    array.erase(array.begin());
-    EXPECT_EQ(8, *array.erase(array.begin() + 1, array.begin() + 4));
-    EXPECT_EQ((Ints{7, 8, 9}), elementsOf(array));
+    array.insert(array.begin(), values, values + 1);
+    EXPECT_EQ((Ints{8, 1, 2, 3, 8, 9}), elementsOf(array));
 }
 
 TEST(Array, InsertingAtTheEndOfASharedArrayIsSafe)
 {
     Array<int> a = oneTwoThree();
     const Array<int> b(a);
-    a.insert(a.end(), 4);
+    const int values[] = {4};
+    a.insert(a.end(), values, values + 1);
     EXPECT_EQ((Ints{1, 2, 3, 4}), elementsOf(a));
     EXPECT_EQ((Ints{1, 2, 3}), elementsOf(b));
 }
@@ -271,6 +241,17 @@ TEST(Array, RemovingAnEmptyRangeAtTheStartIsOutOfBounds)
     EXPECT_EQ("Array Index out of bounds. size = 3, index = 3", outOfBoundsMessage([&] { array.remove(1, 4); }));
 }
 
+TEST(Array, RemovingARangeWhoseEndsAreExchangedIsOutOfBounds)
+{
+    Array<int> array = oneTwoThree();
+    const Array<int> copy(array);
+    EXPECT_EQ("Array Index out of bounds. size = 3, index = 2", outOfBoundsMessage([&] { array.remove(2, 1); }));
+    EXPECT_EQ("Array Index out of bounds. size = 3, index = 18446744073709551615",
+              outOfBoundsMessage([&] { array.remove(1, 0); }));
+    EXPECT_EQ(storageOf(std::as_const(array)), storageOf(copy));
+    EXPECT_EQ((Ints{1, 2, 3}), elementsOf(array));
+}
+
 TEST(Array, ResizesReservesAndClears)
 {
     Array<int> array;
@@ -283,7 +264,7 @@ TEST(Array, ResizesReservesAndClears)
     array.clear();
     EXPECT_TRUE(array.empty());
     EXPECT_EQ(3U, copy.size());
-    EXPECT_THROW(array.reserve(array.max_size() + 1), std::length_error);
+    EXPECT_THROW(array.reserve(static_cast<std::size_t>(-1)), std::length_error);
 }
 
 TEST(Array, NewArraysOfATypeDoNotDisturbEachOther)
@@ -296,21 +277,16 @@ TEST(Array, NewArraysOfATypeDoNotDisturbEachOther)
     EXPECT_TRUE(Array<int>().empty());
 }
 
-TEST(Array, FindsElements)
+TEST(Array, KnowsWhatItContains)
 {
-    Array<int> array = oneTwoThree();
+    const Array<int> array = oneTwoThree();
     EXPECT_TRUE(array.contains(2));
     EXPECT_FALSE(array.contains(4));
-    EXPECT_EQ(1, array.find(2) - array.begin());
-    EXPECT_TRUE(array.find(4) == array.end());
-    const Array<int>& readOnly = array;
-    EXPECT_TRUE(readOnly.find(4) == readOnly.end());
 }
 
-TEST(Array, IteratesBothWays)
+TEST(Array, ShowsItsEnds)
 {
     Array<int> array = oneTwoThree();
-    EXPECT_EQ((Ints{3, 2, 1}), Ints(array.rbegin(), array.rend()));
     array.front() = 4;
     array.back() = 6;
     EXPECT_EQ((Ints{4, 2, 6}), elementsOf(array));
@@ -319,24 +295,26 @@ TEST(Array, IteratesBothWays)
 TEST(Array, ComparesElements)
 {
     const Array<int> small(2, 1);
-    const Array<int> large(2, 2);
     EXPECT_TRUE(small == Array<int>(2, 1));
-    EXPECT_TRUE(small != large);
-    EXPECT_TRUE(small != Array<int>(3, 1));
-    EXPECT_TRUE(small < large && large > small && small <= large && large >= small);
-    EXPECT_TRUE(small < Array<int>(3, 1));
-    EXPECT_FALSE(small < small);
+    EXPECT_FALSE(small == Array<int>(2, 2));
+    EXPECT_FALSE(small == Array<int>(3, 1));
 }
 
 TEST(Array, SwapsWithoutCopyingElements)
 {
     Array<int> a(1, 1);
     Array<int> b(2, 2);
-    const int* const storage = storageOf(const_cast<const Array<int>&>(a));
-    swap(a, b);
-    EXPECT_EQ((Ints{2, 2}), elementsOf(a));
+    const int* const storage = storageOf(std::as_const(a));
     a.swap(b);
-    EXPECT_EQ(storage, storageOf(const_cast<const Array<int>&>(a)));
+    EXPECT_EQ((Ints{2, 2}), elementsOf(a));
+    EXPECT_EQ(storage, storageOf(std::as_const(b)));
+}
+
+TEST(Array, TheTextOfAnIndexOutOfBoundsDoesNotFollowTheLocale)
+{
+    const zol_test::GroupingLocale grouping;
+    EXPECT_EQ("Array Index out of bounds. size = 3, index = 1234567",
+              outOfBoundsMessage([] { (void)oneTwoThree()[1234567]; }));
 }
 
 TEST(Array, ThatWasMovedFromIsEmptyAndUsable)

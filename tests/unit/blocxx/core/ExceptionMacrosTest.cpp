@@ -20,14 +20,14 @@ namespace
 BLOCXX_DECLARE_EXCEPTION(Plain)
 BLOCXX_DEFINE_EXCEPTION(Plain)
 
-BLOCXX_DECLARE_EXCEPTION(UUID)
-BLOCXX_DEFINE_EXCEPTION_WITH_ID(UUID)
+BLOCXX_DECLARE_EXCEPTION(SSL)
+BLOCXX_DEFINE_EXCEPTION_WITH_ID(SSL)
 
-BLOCXX_DECLARE_EXCEPTION2(Inheriting, UUIDException)
-BLOCXX_DEFINE_EXCEPTION2(Inheriting, UUIDException)
+BLOCXX_DECLARE_EXCEPTION2(Inheriting, SSLException)
+BLOCXX_DEFINE_EXCEPTION2(Inheriting, SSLException)
 
-BLOCXX_DECLARE_EXCEPTION2(MD5, PlainException)
-BLOCXX_DEFINE_EXCEPTION_WITH_BASE_AND_ID(MD5, PlainException)
+BLOCXX_DECLARE_EXCEPTION2(Socket, PlainException)
+BLOCXX_DEFINE_EXCEPTION_WITH_BASE_AND_ID(Socket, PlainException)
 
 BLOCXX_DECLARE_APIEXCEPTION2(Numbered, PlainException, BLOCXX_COMMON_API)
 BLOCXX_DEFINE_EXCEPTION_WITH_BASE_AND_ID_AUX(Numbered, PlainException, 40 + 2)
@@ -61,16 +61,16 @@ TEST(ExceptionMacros, TheSubclassIdIsThatOfTheClassOrOfTheThrower)
 {
     EXPECT_EQ(-1, PlainException("f", 1, "m").getSubClassId());
     EXPECT_EQ(9, PlainException("f", 1, "m", 0, nullptr, 9).getSubClassId());
-    EXPECT_EQ(-43, UUIDException("f", 1, "m").getSubClassId());
-    EXPECT_EQ(9, UUIDException("f", 1, "m", 0, nullptr, 9).getSubClassId());
-    EXPECT_EQ(-1003, MD5Exception("f", 1, "m").getSubClassId());
+    EXPECT_EQ(-51, SSLException("f", 1, "m").getSubClassId());
+    EXPECT_EQ(9, SSLException("f", 1, "m", 0, nullptr, 9).getSubClassId());
+    EXPECT_EQ(-11, SocketException("f", 1, "m").getSubClassId());
     EXPECT_EQ(42, NumberedException("f", 1, "m").getSubClassId());
     EXPECT_EQ(9, NumberedException("f", 1, "m", 0, nullptr, 9).getSubClassId());
 }
 
 TEST(ExceptionMacros, AnIdOfTheBaseShowsThroughADerivedClassWithoutOne)
 {
-    EXPECT_EQ(-43, InheritingException("f", 1, "m").getSubClassId());
+    EXPECT_EQ(-51, InheritingException("f", 1, "m").getSubClassId());
 }
 
 TEST(ExceptionMacros, TheLibrarysClassesHaveTheirIds)
@@ -85,9 +85,9 @@ TEST(ExceptionMacros, TheLibrarysClassesHaveTheirIds)
 
 TEST(ExceptionMacros, DerivedClassesAreCaughtAsTheirBases)
 {
-    EXPECT_THROW(throw MD5Exception("f", 1, "m"), PlainException);
-    EXPECT_THROW(throw MD5Exception("f", 1, "m"), Exception);
-    EXPECT_THROW(throw MD5Exception("f", 1, "m"), std::exception);
+    EXPECT_THROW(throw SocketException("f", 1, "m"), PlainException);
+    EXPECT_THROW(throw SocketException("f", 1, "m"), Exception);
+    EXPECT_THROW(throw SocketException("f", 1, "m"), std::exception);
 }
 
 TEST(ExceptionMacros, ThrowRecordsFileAndLine)

@@ -1,10 +1,13 @@
 #include "blocxx/Exception.hpp"
 
+#include "support/GroupingLocale.hpp"
 #include "support/NothrowNew.hpp"
 
+#include "blocxx/Array.hpp"
 #include "blocxx/Format.hpp"
 #include "blocxx/IOException.hpp"
 #include "blocxx/NULLReferenceException.hpp"
+#include "blocxx/ReferenceHelpers.hpp"
 #include "blocxx/String.hpp"
 
 #include <gtest/gtest.h>
@@ -46,7 +49,7 @@ std::string textOf(const Exception& exception)
 
 } // namespace
 
-TEST(Exception, AnswersWhatItWasMadeOf)
+TEST(Exception, ReturnsWhatItWasMadeOf)
 {
     const HTTPException exception("f.cpp", 12, "msg", 404);
     EXPECT_STREQ("HTTPException", exception.type());
@@ -156,7 +159,7 @@ TEST(Exception, RethrowsWithItsOwnType)
     EXPECT_THROW(base.rethrow(), HTTPException);
 }
 
-TEST(Exception, ADerivedClassThatForgetsToOverrideIsCutDownToItsBase)
+TEST(Exception, ADerivedClassThatForgetsToOverrideIsSlicedToItsBase)
 {
     const Careless careless("oops");
     try
@@ -204,6 +207,35 @@ TEST(Exception, TextFormFollowsTheStreamsFlags)
 {
     const HTTPException exception("f", 12, "msg", 15);
     EXPECT_EQ("f: c HTTPException: f: msg", blocxx::Format("%<1:x>", exception).toString());
+}
+
+TEST(Exception, TextFormDoesNotFollowTheLocale)
+{
+    const zol_test::GroupingLocale grouping;
+    std::ostringstream out;
+    out << HTTPException("f.cpp", 1234567, "msg", 7654321) << ' ' << std::hex << HTTPException("f.cpp", 1234567, "m");
+    EXPECT_EQ("f.cpp: 1234567 HTTPException: 7654321: msg f.cpp: 12d687 HTTPException: m", out.str());
+}
+
+template <class Action>
+std::string fileOf(Action action)
+{
+    try
+    {
+        action();
+    }
+    catch (const Exception& exception)
+    {
+        return exception.getFile();
+    }
+    return "nothing was thrown";
+}
+
+TEST(Exception, ThoseOfTheLibraryNameAUnitAndNoPath)
+{
+    EXPECT_EQ("ReferenceHelpers", fileOf([] { blocxx::ReferenceHelpers::throwNULLException(); }));
+    EXPECT_EQ("Array", fileOf([] { (void)blocxx::Array<int>()[0]; }));
+    EXPECT_EQ("String", fileOf([] { (void)blocxx::String("x").toUInt16(); }));
 }
 
 TEST(Exception, DuplicatesTexts)

@@ -1,11 +1,14 @@
 #include "blocxx/Format.hpp"
 
+#include "support/GroupingLocale.hpp"
+
 #include "blocxx/Bool.hpp"
 #include "blocxx/IOException.hpp"
 
 #include <gtest/gtest.h>
 
 #include <iomanip>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -247,4 +250,27 @@ TEST(Format, CopiesHoldTheSameText)
     const Format original("%1", 5);
     const Format copy(original); // NOLINT(performance-unnecessary-copy-initialization)
     EXPECT_STREQ("5", copy.c_str());
+}
+
+TEST(Format, TheGlobalLocaleChangesNothing)
+{
+    const zol_test::GroupingLocale grouping;
+    EXPECT_EQ("1234567 1234567.50 GET /1234567 HTTP/1.1\r\n",
+              text("%1 %<2:.2> %3", 1234567, 1234567.5, RequestLine{1234567}));
+    EXPECT_EQ("f: 1234567 IOException: 7654321: m", text("%1", blocxx::IOException("f", 1234567, "m", 7654321)));
+}
+
+TEST(Format, MayBeABase)
+{
+    struct Derived : Format
+    {
+        explicit Derived(bool& destroyed) : Format("%1", 1), m_destroyed(destroyed) {}
+        ~Derived() override { m_destroyed = true; }
+        bool& m_destroyed;
+    };
+    bool destroyed = false;
+    std::unique_ptr<Format> format = std::make_unique<Derived>(destroyed);
+    EXPECT_STREQ("1", format->c_str());
+    format.reset();
+    EXPECT_TRUE(destroyed);
 }

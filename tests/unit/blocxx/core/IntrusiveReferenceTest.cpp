@@ -1,5 +1,7 @@
 #include "blocxx/IntrusiveReference.hpp"
 
+#include "support/CancelledThread.hpp"
+
 #include "blocxx/CommonFwd.hpp"
 #include "blocxx/NULLReferenceException.hpp"
 
@@ -98,6 +100,7 @@ TEST_F(IntrusiveReferenceTest, DereferencingNullThrows)
     catch (const NULLReferenceException& exception)
     {
         EXPECT_STREQ("NULLReferenceException", exception.type());
+        EXPECT_STREQ("ReferenceHelpers", exception.getFile());
         EXPECT_STREQ("NULL Reference dereferenced", exception.getMessage());
         EXPECT_EQ(-1, exception.getErrorCode());
         EXPECT_EQ(-34, exception.getSubClassId());
@@ -193,14 +196,6 @@ TEST_F(IntrusiveReferenceTest, ACastToAnotherTypeIsNull)
     EXPECT_THROW(plain.cast_to<Derived>()->value = 1, NULLReferenceException);
 }
 
-TEST_F(IntrusiveReferenceTest, PointerCastsShareTheObject)
-{
-    const BaseRef base(new Derived(4));
-    EXPECT_EQ(base, blocxx::static_pointer_cast<Derived>(base));
-    EXPECT_EQ(base, blocxx::dynamic_pointer_cast<Derived>(base));
-    EXPECT_EQ(base.getPtr(), get_pointer(base));
-}
-
 TEST_F(IntrusiveReferenceTest, ComparesAddresses)
 {
     const BaseRef a(new Base(1));
@@ -238,6 +233,15 @@ TEST_F(IntrusiveReferenceTest, AdoptingAnObjectThatNobodyCountedNeverDeletesIt)
         const BaseRef adopted(&object, false);
     }
     EXPECT_EQ(1, Base::alive);
+}
+
+TEST_F(IntrusiveReferenceTest, TheLastReleaseIsNotACancellationPoint)
+{
+    struct Tester : IntrusiveCountableBase
+    {
+        ~Tester() override { ::pthread_testcancel(); }
+    };
+    EXPECT_TRUE(zol_test::runsToItsEndThoughCancelled([] { const IntrusiveReference<Tester> reference(new Tester); }));
 }
 
 TEST_F(IntrusiveReferenceTest, ManagesTypesWithCountingFunctionsOfTheirOwn)

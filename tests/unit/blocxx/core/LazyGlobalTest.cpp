@@ -1,10 +1,13 @@
 #include "blocxx/LazyGlobal.hpp"
 
+#include "blocxx/GlobalMutex.hpp"
 #include "blocxx/GlobalString.hpp"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -114,6 +117,39 @@ TEST(LazyGlobal, IsCreatedOnceByManyThreads)
         ASSERT_EQ(28, sum);
         ASSERT_EQ(1, SlowFactory::calls);
     }
+}
+
+TEST(LazyGlobal, AssignmentGoesToItsObject)
+{
+    GlobalString global = BLOCXX_GLOBAL_STRING_INIT("old");
+    const String* const object = &global.get();
+    global = "new";
+    EXPECT_EQ("new", global.get());
+    global = String("newer");
+    EXPECT_EQ("newer", global.get());
+    EXPECT_EQ(object, &global.get());
+}
+
+TEST(LazyGlobal, AnUnusedOneIsCreatedByAnAssignment)
+{
+    GlobalString global = BLOCXX_GLOBAL_STRING_INIT("old");
+    global = "new";
+    EXPECT_EQ("new", global.get());
+}
+
+TEST(LazyGlobal, DefaultConstructedOnesNeedNoDatum)
+{
+    blocxx::DefaultConstructedLazyGlobal<std::vector<int>>::type global = BLOCXX_LAZY_GLOBAL_INIT(0);
+    EXPECT_TRUE(global.get().empty());
+    global.get().push_back(1);
+    EXPECT_EQ(1U, global.get().size());
+}
+
+TEST(LazyGlobal, AGlobalMutexCanBeLocked)
+{
+    static blocxx::GlobalMutex mutex = BLOCXX_GLOBAL_MUTEX_INIT();
+    const std::lock_guard<std::mutex> lock(mutex.get());
+    EXPECT_FALSE(std::async(std::launch::async, [] { return mutex.get().try_lock(); }).get());
 }
 
 TEST(LazyGlobal, AFailedCreationIsTriedAgain)

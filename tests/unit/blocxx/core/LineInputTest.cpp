@@ -1,4 +1,3 @@
-#include "blocxx/String.hpp"
 #include "blocxx/StringBuffer.hpp"
 
 #include <gtest/gtest.h>
@@ -7,7 +6,6 @@
 #include <string>
 #include <vector>
 
-using blocxx::String;
 using blocxx::StringBuffer;
 
 namespace
@@ -28,7 +26,7 @@ std::ostream& operator<<(std::ostream& out, const Line& line)
 
 constexpr auto GOOD = std::ios_base::goodbit;
 constexpr auto END = std::ios_base::eofbit;
-constexpr auto NONE = std::ios_base::eofbit | std::ios_base::failbit;
+constexpr auto NOTHING_LEFT = std::ios_base::eofbit | std::ios_base::failbit;
 
 /// All lines of a text, up to the first failure.
 std::vector<Line> linesOf(const std::string& text)
@@ -37,7 +35,8 @@ std::vector<Line> linesOf(const std::string& text)
     std::vector<Line> lines;
     while (!input.fail())
     {
-        const String line = String::getLine(input);
+        StringBuffer line;
+        line.getLine(input);
         lines.push_back({std::string(line.c_str(), line.length()), input.rdstate()});
     }
     return lines;
@@ -49,52 +48,54 @@ using Lines = std::vector<Line>;
 
 TEST(LineInput, TheLastLineNeedsNoLineEnd)
 {
-    EXPECT_EQ((Lines{{"a", GOOD}, {"b", END}, {"", NONE}}), linesOf("a\nb"));
+    EXPECT_EQ((Lines{{"a", GOOD}, {"b", END}, {"", NOTHING_LEFT}}), linesOf("a\nb"));
 }
 
 TEST(LineInput, TakesCrLfForALineEnd)
 {
-    EXPECT_EQ((Lines{{"a", GOOD}, {"b", GOOD}, {"", NONE}}), linesOf("a\r\nb\r\n"));
+    EXPECT_EQ((Lines{{"a", GOOD}, {"b", GOOD}, {"", NOTHING_LEFT}}), linesOf("a\r\nb\r\n"));
 }
 
 TEST(LineInput, NoInputIsAFailure)
 {
-    EXPECT_EQ((Lines{{"", NONE}}), linesOf(""));
+    EXPECT_EQ((Lines{{"", NOTHING_LEFT}}), linesOf(""));
 }
 
-TEST(LineInput, AnEmptyLineIsNone)
+TEST(LineInput, AnEmptyLineIsEmpty)
 {
-    EXPECT_EQ((Lines{{"", GOOD}, {"", NONE}}), linesOf("\n"));
+    EXPECT_EQ((Lines{{"", GOOD}, {"", NOTHING_LEFT}}), linesOf("\n"));
 }
 
 TEST(LineInput, TheFirstCrCutsTheLineWhereverItStands)
 {
-    EXPECT_EQ((Lines{{"a", GOOD}, {"c", END}, {"", NONE}}), linesOf("a\rb\nc"));
+    EXPECT_EQ((Lines{{"a", GOOD}, {"c", END}, {"", NOTHING_LEFT}}), linesOf("a\rb\nc"));
 }
 
 TEST(LineInput, KeepsNulsBlanksAndHighBytes)
 {
-    EXPECT_EQ((Lines{{std::string("a\0b", 3), GOOD}, {"c", END}, {"", NONE}}), linesOf(std::string("a\0b\nc", 5)));
-    EXPECT_EQ((Lines{{std::string("a\0", 2), GOOD}, {"", NONE}}), linesOf(std::string("a\0\rb\n", 5)));
-    EXPECT_EQ((Lines{{"  lead", GOOD}, {"", NONE}}), linesOf("  lead\n"));
-    EXPECT_EQ((Lines{{"\xff", GOOD}, {"", NONE}}), linesOf("\xff\n"));
+    EXPECT_EQ((Lines{{std::string("a\0b", 3), GOOD}, {"c", END}, {"", NOTHING_LEFT}}),
+              linesOf(std::string("a\0b\nc", 5)));
+    EXPECT_EQ((Lines{{std::string("a\0", 2), GOOD}, {"", NOTHING_LEFT}}), linesOf(std::string("a\0\rb\n", 5)));
+    EXPECT_EQ((Lines{{"  lead", GOOD}, {"", NOTHING_LEFT}}), linesOf("  lead\n"));
+    EXPECT_EQ((Lines{{"\xff", GOOD}, {"", NOTHING_LEFT}}), linesOf("\xff\n"));
 }
 
 TEST(LineInput, ReadsNothingFromAFailedStream)
 {
     std::istringstream input("a\nb");
     input.setstate(std::ios_base::failbit);
-    EXPECT_TRUE(String::getLine(input).empty());
+    StringBuffer line;
+    EXPECT_STREQ("", line.getLine(input));
     EXPECT_EQ(std::ios_base::failbit, input.rdstate());
     input.clear();
-    EXPECT_EQ("a", String::getLine(input));
+    EXPECT_STREQ("a", line.getLine(input));
 }
 
 TEST(LineInput, LeavesGcountAlone)
 {
     std::istringstream input("abc\nd");
     input.get();
-    String::getLine(input);
+    StringBuffer().getLine(input);
     EXPECT_EQ(1, input.gcount());
 }
 

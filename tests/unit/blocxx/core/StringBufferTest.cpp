@@ -1,11 +1,14 @@
 #include "blocxx/StringBuffer.hpp"
 
+#include "support/GroupingLocale.hpp"
+
 #include "blocxx/Bool.hpp"
 
 #include <gtest/gtest.h>
 
 #include <iomanip>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -98,6 +101,41 @@ TEST(StringBuffer, AddsNumbersAsDecimals)
     EXPECT_EQ("65 -365535-14294967295-218446744073709551615-41", bytesOf(buffer));
 }
 
+TEST(StringBuffer, AddsRealNumbers)
+{
+    StringBuffer buffer;
+    buffer += 1.5F;
+    buffer += ' ';
+    buffer += 0.1;
+    buffer += ' ';
+    buffer += 1.0F / 3;
+    buffer += ' ';
+    buffer += 1.0 / 3;
+    EXPECT_EQ("1.5 0.1 0.33333334 0.3333333333333333", bytesOf(buffer));
+}
+
+TEST(StringBuffer, TheLocaleChangesNothingInItsNumbers)
+{
+    const zol_test::GroupingLocale grouping;
+    StringBuffer buffer;
+    buffer += 1234567;
+    buffer += ' ';
+    buffer += 1234567.5;
+    EXPECT_EQ("1234567 1234567.5", bytesOf(buffer));
+}
+
+TEST(StringBuffer, ALengthThatNoMemoryHoldsIsRefusedAndChangesNothing)
+{
+    StringBuffer buffer("abc");
+    const std::size_t allocated = buffer.allocated();
+    for (const std::size_t length : {static_cast<std::size_t>(-1), static_cast<std::size_t>(-200)})
+    {
+        EXPECT_THROW(buffer.append("x", length), std::length_error);
+    }
+    EXPECT_EQ("abc", bytesOf(buffer));
+    EXPECT_EQ(allocated, buffer.allocated());
+}
+
 TEST(StringBuffer, AddsTextsAndBools)
 {
     StringBuffer buffer;
@@ -146,7 +184,7 @@ TEST(StringBuffer, SwapsContentAndRoom)
     EXPECT_EQ(10U, right.allocated());
 }
 
-TEST(StringBuffer, IndexingAnswersNulBeyondTheEnd)
+TEST(StringBuffer, IndexingIsNulBeyondTheEnd)
 {
     const StringBuffer buffer("ab");
     EXPECT_EQ('b', buffer[1]);

@@ -52,6 +52,7 @@ TEST(CreateLogAppender, AnUnknownTypeIsRefused)
             EXPECT_EQ(std::string(e.getMessage()), std::string("Unknown log type: ") + type);
             EXPECT_EQ(e.getErrorCode(), blocxx::Logger::E_UNKNOWN_LOG_APPENDER_TYPE);
             EXPECT_EQ(e.getSubClassId(), -24);
+            EXPECT_STREQ(e.getFile(), "LogAppender");
         }
     }
 }

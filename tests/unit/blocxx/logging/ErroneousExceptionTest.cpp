@@ -145,15 +145,32 @@ TEST(ErroneousException, LeavesErrnoAlone)
     EXPECT_EQ(77, errno);
 }
 
+TEST(ErroneousException, IsLoggedByTheAppenderOfTheThreadToo)
+{
+    const blocxx::LogAppenderRef appender(new BrokenAppender);
+    const int before = BrokenAppender::attempts;
+    const blocxx::LogAppenderScope scope(appender);
+    EXPECT_THROW(blocxx::logErroneousException("somewhere"), std::runtime_error);
+    EXPECT_EQ(before + 1, BrokenAppender::attempts);
+}
+
+TEST(ErroneousException, CarriesNoPathOfTheSource)
+{
+    const zol_test::LogCapture log;
+    blocxx::logErroneousException("somewhere");
+    EXPECT_EQ("ErroneousException", log.records().at(0).file);
+}
+
 TEST(ErroneousException, ThatCannotEvenBeLoggedIsDropped)
 {
+    const int before = BrokenAppender::attempts;
     const blocxx::LogAppenderRef former = blocxx::LogAppender::getDefaultLogAppender();
     blocxx::LogAppender::setDefaultLogAppender(new BrokenAppender);
     {
         const IntrusiveReference<Exploding> reference(new Exploding(&throwStandard));
     }
     blocxx::LogAppender::setDefaultLogAppender(former);
-    EXPECT_EQ(1, BrokenAppender::attempts);
+    EXPECT_EQ(before + 1, BrokenAppender::attempts);
 }
 
 TEST(ErroneousException, OfAReferencedObjectNamesBothTypes)

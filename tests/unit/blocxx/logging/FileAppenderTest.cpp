@@ -1,5 +1,6 @@
 #include "blocxx/FileAppender.hpp"
 
+#include "support/CancelledThread.hpp"
 #include "support/TemporaryDirectory.hpp"
 
 #include "blocxx/LogMessage.hpp"
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -61,6 +63,7 @@ TEST(FileAppender, RefusesAFileThatCannotBeOpened)
     catch (const blocxx::LoggerException& e)
     {
         EXPECT_EQ(std::string(e.getMessage()), "FileAppender: Unable to open file: " + path);
+        EXPECT_STREQ(e.getFile(), "FileAppender");
     }
 }
 
@@ -68,6 +71,17 @@ TEST(FileAppender, RefusesANullName)
 {
     EXPECT_THROW(FileAppender(LogAppender::ALL_COMPONENTS, LogAppender::ALL_CATEGORIES, nullptr, "%m"),
                  blocxx::LoggerException);
+}
+
+TEST(FileAppender, ItsEndIsNotACancellationPoint)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.file("log");
+    auto appender = std::make_unique<FileAppender>(LogAppender::ALL_COMPONENTS, LogAppender::ALL_CATEGORIES,
+                                                   path.c_str(), "%m", false);
+    appender->logMessage(LogMessage("c", "ERROR", "kept", nullptr, -1, nullptr));
+    EXPECT_TRUE(zol_test::runsToItsEndThoughCancelled([&appender] { appender.reset(); }));
+    EXPECT_EQ(readFile(path), "kept\n");
 }
 
 TEST(FileAppender, OpensTheFileAnewWhenItsNameIsGone)

@@ -1,5 +1,6 @@
 #include "blocxx/LogAppender.hpp"
 
+#include "support/CancelledThread.hpp"
 #include "support/LogCapture.hpp"
 
 #include "blocxx/LogMessage.hpp"
@@ -230,6 +231,22 @@ TEST(LogAppender, AScopePutsTheFormerOneBack)
         EXPECT_EQ(LogAppender::getThreadLogAppender(), inner);
     }
     EXPECT_EQ(LogAppender::getThreadLogAppender(), outer);
+}
+
+/// Is a cancellation point, as one is that writes to a file.
+class CancellableAppender : public LogAppender
+{
+public:
+    CancellableAppender() : LogAppender(ALL_COMPONENTS, ALL_CATEGORIES, "") {}
+
+private:
+    void doProcessLogMessage(const String&, const LogMessage&) const override { ::pthread_testcancel(); }
+};
+
+TEST(LogAppender, WritingARecordIsNotACancellationPoint)
+{
+    const LogAppenderRef appender(new CancellableAppender);
+    EXPECT_TRUE(zol_test::runsToItsEndThoughCancelled([&appender] { Logger(String("x"), appender).logError("m"); }));
 }
 
 TEST(LogAppender, ABadPatternIsRefused)

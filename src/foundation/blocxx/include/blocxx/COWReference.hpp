@@ -15,7 +15,7 @@ namespace blocxx
 /// object, by COWReferenceClone if it is shared; the const ones never do. Dereferencing a null reference throws
 /// NULLReferenceException.
 ///
-/// What a non-const accessor answered stays bound to that object: if the reference is copied afterwards, writing
+/// What a non-const accessor returned stays bound to that object: if the reference is copied afterwards, writing
 /// through it is seen by both.
 ///
 /// What the object's destructor throws is dropped. Threads: references that share an object may be used on different
@@ -118,20 +118,6 @@ public:
     {
         std::swap(m_count, other.m_count);
         std::swap(m_object, other.m_object);
-    }
-
-    /// The same object seen as a U, shared; a null reference if it is none.
-    template <class U>
-    COWReference<U> cast_to() const noexcept
-    {
-        COWReference<U> result;
-        if (U* const object = dynamic_cast<U*>(m_object))
-        {
-            result.m_count = m_count;
-            result.m_object = object;
-            result.addShare();
-        }
-        return result;
     }
 
 private:

@@ -5,7 +5,6 @@
 #include <exception>
 #include <iosfwd>
 #include <memory>
-#include <type_traits>
 
 namespace blocxx
 {
@@ -15,6 +14,13 @@ namespace blocxx
 ///
 /// Creating and copying one never throws: a text for which memory is exhausted is absent, and so is a sub-exception
 /// that cannot be cloned.
+///
+/// @code
+/// BLOCXX_DECLARE_EXCEPTION(Parse) // class ParseException, in a header
+/// BLOCXX_DEFINE_EXCEPTION(Parse)  // its members, in a source
+///
+/// BLOCXX_THROW_ERR(ParseException, "unexpected end", 7);
+/// @endcode
 class BLOCXX_COMMON_API Exception : public std::exception
 {
 public:
@@ -29,9 +35,9 @@ public:
     virtual const char* getMessage() const;
     /// The same text as getMessage().
     const char* what() const noexcept override;
-    /// A new copy that the caller owns, or null when memory is exhausted. A derived class answers its own type.
+    /// A new copy that the caller owns, or null when memory is exhausted. A derived class returns its own type.
     virtual Exception* clone() const;
-    /// Throws a copy of this exception. A derived class that does not override it is cut down to its base.
+    /// Throws a copy of this exception. A derived class that does not override it is sliced to its base.
     virtual void rethrow() const;
 
     /// The source file or unit that threw; never null, empty when there is none.
@@ -71,65 +77,29 @@ private:
 /// read "[no file]", "[no line]" and "[no message]".
 BLOCXX_COMMON_API std::ostream& operator<<(std::ostream& out, const Exception& exception);
 
-/// Logs an exception that cannot be delivered, in the error category of component "blocxx.Exception".
-/// @param description where it was caught
+/// @name Exceptions that cannot be delivered
+/// They are logged in the error category of component "blocxx.Exception", with `description`, which tells where the
+/// exception was caught. What the appender throws passes through.
+/// @{
 BLOCXX_COMMON_API void logErroneousException(const char* description);
 BLOCXX_COMMON_API void logErroneousException(const char* description, const std::exception& exception);
 BLOCXX_COMMON_API void logErroneousException(const char* description, const Exception& exception);
+/// @}
 
 namespace ExceptionDetail
 {
 
 /// Logs the exception being handled with logErroneousException; to be called inside a handler. Nothing escapes: what
-/// the logging itself throws is dropped.
+/// the logging itself throws is dropped. Not a cancellation point.
 BLOCXX_COMMON_API void logCurrentException(const char* description) noexcept;
 
-/// Puts the system's text of an error number into `buffer`, cut to its size and always terminated.
-BLOCXX_COMMON_API void portable_strerror_r(int errnum, char* buffer, unsigned size);
+/// Writes the record of logErroneousException. At most one of `own` and `standard` is set; both are null for an
+/// exception of an unknown type.
+using ErroneousExceptionLog = void (*)(const char* description, const Exception* own, const std::exception* standard);
 
-/// The text `<message>: <number>(<system's text>)` of an error number. A null message counts as empty.
-class BLOCXX_COMMON_API FormatMsg
-{
-public:
-    FormatMsg(const char* msg, int errnum);
-    FormatMsg(const FormatMsg&) = delete;
-    FormatMsg& operator=(const FormatMsg&) = delete;
-    ~FormatMsg();
-
-    /// Valid as long as this object lives.
-    const char* get() const noexcept;
-
-private:
-    std::unique_ptr<char[]> m_text;
-};
-
-/// Makes exceptions of class E out of error numbers; E is constructible from (file, line, message, error code).
-template <class E>
-struct Errno
-{
-    /// The message is the system's text alone.
-    static E simple(const char* file, int line, int errnum)
-    {
-        char text[1024];
-        portable_strerror_r(errnum, text, sizeof text);
-        return E(file, line, text, errnum);
-    }
-
-    /// The message is that of FormatMsg.
-    /// @param msg a C string, or any object with c_str()
-    template <class Text>
-    static E format(const char* file, int line, const Text& msg, int errnum)
-    {
-        if constexpr (std::is_convertible_v<const Text&, const char*>)
-        {
-            return E(file, line, FormatMsg(msg, errnum).get(), errnum);
-        }
-        else
-        {
-            return E(file, line, FormatMsg(msg.c_str(), errnum).get(), errnum);
-        }
-    }
-};
+/// Names the function that writes the records; null for none, which is how a process starts. The logging module sets
+/// it together with the first appender. Any thread, at any time.
+BLOCXX_COMMON_API void setErroneousExceptionLog(ErroneousExceptionLog log) noexcept;
 
 } // namespace ExceptionDetail
 } // namespace blocxx

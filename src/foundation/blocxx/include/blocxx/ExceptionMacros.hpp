@@ -4,8 +4,8 @@
 /// Declaring, defining and throwing exceptions; included through Exception.hpp. `NAME` is the class's name
 /// without its ending "Exception"; `BASE` is a whole class name.
 
-#include "blocxx/Exception.hpp"
-#include "blocxx/ExceptionIds.hpp" // IWYU pragma: export
+#include "blocxx/ExceptionDetail.hpp" // IWYU pragma: export
+#include "blocxx/ExceptionIds.hpp"    // IWYU pragma: export
 
 #include <cerrno>
 #include <new>

@@ -8,7 +8,7 @@ namespace blocxx
 {
 
 /// Appends each record and a line end to a file. The file is left to grow: moving it away is enough to start a new one,
-/// because it is opened anew as soon as its name is gone or stands for another file.
+/// because it is opened again as soon as its name is gone or belongs to another file.
 ///
 /// Nothing is thrown after construction: a record that cannot be written is dropped, and the next one tries again.
 class BLOCXX_COMMON_API FileAppender : public LogAppender

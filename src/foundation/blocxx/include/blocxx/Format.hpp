@@ -96,10 +96,14 @@ Argument argumentOf(const T& argument) noexcept
 ///   prints bool as a word).
 ///
 /// A String ignores the width; everything but characters and numbers is padded with blanks, as a whole. A null C string
-/// prints nothing.
+/// prints nothing. Numbers are written as in the C locale, whatever the global one.
 ///
 /// A mistake in the format text never throws: the output so far is kept, a description of the mistake is appended, and
 /// the rest of the format text is dropped. What an argument's own `operator<<` throws comes out of the constructor.
+///
+/// @code
+/// const blocxx::String text = blocxx::Format("%1 of %2 (%<3:.1>%%)", 5, "seven", 71.43); // "5 of seven (71.4%)"
+/// @endcode
 class BLOCXX_COMMON_API Format
 {
 public:
@@ -113,6 +117,10 @@ public:
         const FormatDetail::Argument arguments[] = {FormatDetail::argumentOf(first), FormatDetail::argumentOf(rest)...};
         m_text = build(format, arguments, 1 + sizeof...(Rest));
     }
+
+    Format(const Format&) = default;
+    Format& operator=(const Format&) = default;
+    virtual ~Format();
 
     operator String() const { return m_text; }
     String toString() const { return m_text; }

@@ -14,8 +14,17 @@ namespace blocxx
 /// is kept by `IntrusiveReferenceAddRef(T*)` and `IntrusiveReferenceRelease(T*)`, found by argument lookup; classes
 /// derived from IntrusiveCountableBase have them.
 ///
-/// Dereferencing a null reference throws NULLReferenceException. Threads: different references to one object may be
-/// used on different threads; one reference is used by one thread at a time.
+/// Dereferencing a null reference throws NULLReferenceException. The release of the last reference is not a
+/// cancellation point. Threads: different references to one object may be used on different threads; one reference is
+/// used by one thread at a time.
+///
+/// @code
+/// const blocxx::IntrusiveReference<Shape> shape(new Circle); // class Shape : public IntrusiveCountableBase
+/// if (const auto circle = shape.cast_to<Circle>())
+/// {
+///     circle->draw();
+/// }
+/// @endcode
 template <class T>
 class IntrusiveReference
 {
@@ -109,7 +118,7 @@ public:
 
     void swap(IntrusiveReference& other) noexcept { std::swap(m_object, other.m_object); }
 
-    /// The same object seen as a U; a null reference if it is none.
+    /// The same object seen as a U; a null reference if it is not one.
     template <class U>
     IntrusiveReference<U> cast_to() const
     {
@@ -167,24 +176,6 @@ template <class T>
 bool operator<(const IntrusiveReference<T>& left, const IntrusiveReference<T>& right) noexcept
 {
     return std::less<T*>()(left.getPtr(), right.getPtr());
-}
-
-template <class T, class U>
-IntrusiveReference<T> static_pointer_cast(const IntrusiveReference<U>& reference)
-{
-    return IntrusiveReference<T>(static_cast<T*>(reference.getPtr()));
-}
-
-template <class T, class U>
-IntrusiveReference<T> dynamic_pointer_cast(const IntrusiveReference<U>& reference)
-{
-    return reference.template cast_to<T>();
-}
-
-template <class T>
-T* get_pointer(const IntrusiveReference<T>& reference) noexcept
-{
-    return reference.getPtr();
 }
 
 } // namespace blocxx

@@ -15,6 +15,13 @@ struct LazyGlobalDefaultFactory
     static T* create(const Pod& datum) { return new T(datum); }
 };
 
+/// Makes the object of a LazyGlobal without looking at its datum.
+template <class T>
+struct LazyGlobalDefaultConstructor
+{
+    static T* create(int) { return new T(); }
+};
+
 /// A global object that is created when it is first used, so that no order of static initialisation can hurt it. It is
 /// itself initialised statically: `GlobalString NAME = BLOCXX_GLOBAL_STRING_INIT("text");`.
 ///
@@ -44,6 +51,14 @@ struct LazyGlobal
     operator T&() { return get(); }
     operator const T&() const { return get(); }
 
+    /// Assigns to the object. Not while another thread uses it.
+    template <class Value>
+    LazyGlobal& operator=(const Value& value)
+    {
+        get() = value;
+        return *this;
+    }
+
     /// @name Public only so that the object can be initialised as an aggregate
     /// @{
     Pod m_datum;
@@ -63,6 +78,13 @@ private:
         }
         return *instance;
     }
+};
+
+/// A global object that is default-constructed when it is first used; initialised by `BLOCXX_LAZY_GLOBAL_INIT(0)`.
+template <class T>
+struct DefaultConstructedLazyGlobal
+{
+    using type = LazyGlobal<T, int, LazyGlobalDefaultConstructor<T>>;
 };
 
 } // namespace blocxx

@@ -28,6 +28,8 @@ using LoggerConfigMap = Map<String, String>;
 /// The process has one default appender, and each thread may have one of its own that takes its place there. Until one
 /// is set, nothing is logged anywhere.
 ///
+/// A record is written with the cancellation of the thread switched off: logging is not a cancellation point.
+///
 /// Threads: everything static may be called on any thread at any time, and records may arrive on several threads at
 /// once; a subclass serialises its own output.
 class BLOCXX_COMMON_API LogAppender : public IntrusiveCountableBase
@@ -104,7 +106,7 @@ private:
     const LogMessagePatternFormatter m_formatter;
 };
 
-/// Makes an appender the calling thread's own for as long as the scope lasts, then puts the former state back.
+/// Makes an appender the calling thread's own for as long as the scope lasts, then restores the former one.
 class BLOCXX_COMMON_API LogAppenderScope
 {
 public:

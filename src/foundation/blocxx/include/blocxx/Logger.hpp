@@ -22,6 +22,11 @@ BLOCXX_DECLARE_APIEXCEPTION(Logger, BLOCXX_COMMON_API)
 /// process, making one costs neither a lock nor memory.
 ///
 /// Threads: const operations on any number of threads; the setters before the logger is shared.
+///
+/// @code
+/// const blocxx::Logger logger("spool.reader");
+/// BLOCXX_LOG_DEBUG(logger, blocxx::Format("%1 bytes of %2", count, name));
+/// @endcode
 class BLOCXX_COMMON_API Logger : public IntrusiveCountableBase
 {
 public:
@@ -113,7 +118,7 @@ public:
 
     /// The level of a category's name in any case; E_FATAL_ERROR_LEVEL for an unknown one.
     static ELogLevel stringToLogLevel(const String& level);
-    /// The category of a level; "NONE" for a number that is no level.
+    /// The category of a level; "NONE" for a number that is not a level.
     static String logLevelToString(ELogLevel level);
 
     static const Logger& asLogger(const Logger& logger) { return logger; }

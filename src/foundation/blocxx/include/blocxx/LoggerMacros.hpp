@@ -4,6 +4,9 @@
 /// The logging statements; included through Logger.hpp.
 
 #include "blocxx/ErrnoKeeper.hpp"
+#include "blocxx/StringStream.hpp"
+
+#include <locale>
 
 /// @name Logging statements
 /// `logger` is a Logger or a LoggerRef and is evaluated twice. `message` is anything that converts to a String, usually
@@ -41,4 +44,29 @@
                                                           __PRETTY_FUNCTION__);                                        \
         }                                                                                                              \
     } while (false)
+
+/// As above, with a message of the form `"port " << port`.
+#define BLOCXX_SLOG_ADMITTED(logger, LEVEL, CATEGORY, message)                                                         \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        const ::blocxx::ErrnoKeeper blocxxErrnoKeeper;                                                                 \
+        if (::blocxx::Logger::asLogger(logger).getLogLevel() >= ::blocxx::LEVEL)                                       \
+        {                                                                                                              \
+            ::blocxx::OStringStream blocxxMessage;                                                                     \
+            blocxxMessage.imbue(::std::locale::classic());                                                             \
+            blocxxMessage << message;                                                                                  \
+            ::blocxx::Logger::asLogger(logger).logMessage(::blocxx::Logger::CATEGORY, blocxxMessage.releaseString(),   \
+                                                          __FILE__, __LINE__, __PRETTY_FUNCTION__);                    \
+        }                                                                                                              \
+    } while (false)
+
+#define BLOCXX_SLOG_FATAL_ERROR(logger, message)                                                                       \
+    BLOCXX_SLOG_ADMITTED(logger, E_FATAL_ERROR_LEVEL, STR_FATAL_CATEGORY, message)
+#define BLOCXX_SLOG_ERROR(logger, message) BLOCXX_SLOG_ADMITTED(logger, E_ERROR_LEVEL, STR_ERROR_CATEGORY, message)
+#define BLOCXX_SLOG_WARNING(logger, message)                                                                           \
+    BLOCXX_SLOG_ADMITTED(logger, E_WARNING_LEVEL, STR_WARNING_CATEGORY, message)
+#define BLOCXX_SLOG_INFO(logger, message) BLOCXX_SLOG_ADMITTED(logger, E_INFO_LEVEL, STR_INFO_CATEGORY, message)
+#define BLOCXX_SLOG_DEBUG(logger, message) BLOCXX_SLOG_ADMITTED(logger, E_DEBUG_LEVEL, STR_DEBUG_CATEGORY, message)
+#define BLOCXX_SLOG_DEBUG2(logger, message) BLOCXX_SLOG_ADMITTED(logger, E_DEBUG2_LEVEL, STR_DEBUG2_CATEGORY, message)
+#define BLOCXX_SLOG_DEBUG3(logger, message) BLOCXX_SLOG_ADMITTED(logger, E_DEBUG3_LEVEL, STR_DEBUG3_CATEGORY, message)
 /// @}

@@ -14,6 +14,11 @@ namespace blocxx
 /// `find()` too, first makes this map the only owner of its entries. Iterators stay bound to the entries they were
 /// taken from.
 ///
+/// @code
+/// blocxx::Map<blocxx::String, int> ports;
+/// ports["http"] = 80;
+/// @endcode
+///
 /// A new map allocates nothing. Threads: distinct maps are independent, even if they share entries; one map is modified
 /// by one thread at a time.
 template <class Key, class T, class Compare = std::less<Key>>
@@ -64,47 +69,19 @@ public:
 
     const_iterator begin() const { return m_map->begin(); }
     const_iterator end() const { return m_map->end(); }
-    const_reverse_iterator rbegin() const { return m_map->rbegin(); }
-    const_reverse_iterator rend() const { return m_map->rend(); }
     iterator begin() { return m_map->begin(); }
     iterator end() { return m_map->end(); }
-    reverse_iterator rbegin() { return m_map->rbegin(); }
-    reverse_iterator rend() { return m_map->rend(); }
 
     bool empty() const { return map().empty(); }
     size_type size() const { return map().size(); }
-    size_type max_size() const { return map().max_size(); }
-    key_compare key_comp() const { return map().key_comp(); }
-    value_compare value_comp() const { return map().value_comp(); }
 
     const_iterator find(const Key& key) const { return m_map->find(key); }
     size_type count(const Key& key) const { return map().count(key); }
-    const_iterator lower_bound(const Key& key) const { return m_map->lower_bound(key); }
-    const_iterator upper_bound(const Key& key) const { return m_map->upper_bound(key); }
-    std::pair<const_iterator, const_iterator> equal_range(const Key& key) const { return m_map->equal_range(key); }
     iterator find(const Key& key) { return m_map->find(key); }
-    iterator lower_bound(const Key& key) { return m_map->lower_bound(key); }
-    iterator upper_bound(const Key& key) { return m_map->upper_bound(key); }
-    std::pair<iterator, iterator> equal_range(const Key& key) { return m_map->equal_range(key); }
 
     /// The value of `key`, default-constructed first if there was none.
     T& operator[](const Key& key) { return (*m_map)[key]; }
     T& operator[](Key&& key) { return (*m_map)[std::move(key)]; }
-
-    /// Never overwrites: the second of the answer is false when the key is there already.
-    std::pair<iterator, bool> insert(const value_type& entry) { return m_map->insert(entry); }
-    iterator insert(iterator hint, const value_type& entry) { return m_map->insert(hint, entry); }
-    template <class InputIterator>
-    void insert(InputIterator first, InputIterator last)
-    {
-        m_map->insert(first, last);
-    }
-
-    void erase(iterator position) { m_map->erase(position); }
-    /// The number of entries removed, 0 or 1.
-    size_type erase(const Key& key) { return m_map->erase(key); }
-    void erase(iterator first, iterator last) { m_map->erase(first, last); }
-    void clear() { m_map->clear(); }
 
     /// Exchanges the handles; copies no entry.
     void swap(Map& other) noexcept { m_map.swap(other.m_map); }

@@ -3,7 +3,6 @@
 #include "blocxx/Exception.hpp"
 #include "blocxx/ReferenceHelpers.hpp"
 
-#include <functional>
 #include <memory>
 #include <type_traits>
 #include <typeinfo>
@@ -89,15 +88,6 @@ public:
 
     void swap(Reference& other) noexcept { m_object.swap(other.m_object); }
 
-    /// The same object seen as a U; a null reference if it is none.
-    template <class U>
-    Reference<U> cast_to() const
-    {
-        Reference<U> result;
-        result.m_object = std::dynamic_pointer_cast<U>(m_object);
-        return result;
-    }
-
 private:
     template <class U>
     friend class Reference;
@@ -110,12 +100,6 @@ private:
     std::shared_ptr<T> m_object;
 };
 
-template <class T>
-void swap(Reference<T>& left, Reference<T>& right) noexcept
-{
-    left.swap(right);
-}
-
 template <class T, class U>
 bool operator==(const Reference<T>& left, const Reference<U>& right) noexcept
 {
@@ -126,19 +110,6 @@ template <class T, class U>
 bool operator!=(const Reference<T>& left, const Reference<U>& right) noexcept
 {
     return left.getPtr() != right.getPtr();
-}
-
-/// Orders by address.
-template <class T>
-bool operator<(const Reference<T>& left, const Reference<T>& right) noexcept
-{
-    return std::less<T*>()(left.getPtr(), right.getPtr());
-}
-
-template <class T>
-T* get_pointer(const Reference<T>& reference) noexcept
-{
-    return reference.getPtr();
 }
 
 } // namespace blocxx

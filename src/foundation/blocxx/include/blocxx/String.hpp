@@ -19,28 +19,19 @@ BLOCXX_DECLARE_APIEXCEPTION(StringConversion, BLOCXX_COMMON_API)
 /// A string of bytes. Sizes and positions count bytes, NUL is a byte like any other, and nothing looks at an encoding:
 /// letters and white space are those of ASCII, whatever the locale. A null C string counts as empty everywhere.
 ///
+/// @code
+/// const blocxx::String url("www.example.com:8080");
+/// const std::size_t colon = url.indexOf(':');
+/// const blocxx::String host = url.substring(0, colon);           // "www.example.com"
+/// const blocxx::UInt16 port = url.substring(colon + 1).toUInt16(); // 8080
+/// @endcode
+///
 /// Threads: distinct strings are independent; one string is modified by one thread at a time.
 class BLOCXX_COMMON_API String
 {
 public:
     /// "Not found", and "up to the end" for lengths.
     static constexpr std::size_t npos = static_cast<std::size_t>(-1);
-
-    enum EIgnoreCaseFlag
-    {
-        E_CASE_SENSITIVE,
-        E_CASE_INSENSITIVE
-    };
-    enum EReturnDelimitersFlag
-    {
-        E_DISCARD_DELIMITERS,
-        E_RETURN_DELIMITERS
-    };
-    enum EEmptyTokenReturnFlag
-    {
-        E_SKIP_EMPTY_TOKENS,
-        E_RETURN_EMPTY_TOKENS
-    };
 
     String() noexcept = default;
     String(const char* text) : m_text(orEmpty(text)) {}
@@ -55,6 +46,11 @@ public:
     explicit String(UInt32 number);
     explicit String(Int64 number);
     explicit String(UInt64 number);
+    /// @}
+    /// @name Numbers with at most 8 or 16 significant digits, as printf's "%.8g" and "%.16g" write them in the C locale
+    /// @{
+    explicit String(Real32 number);
+    explicit String(Real64 number);
     /// @}
 
     std::size_t length() const noexcept { return m_text.size(); }
@@ -80,27 +76,11 @@ public:
     std::size_t indexOf(const String& text, std::size_t from = 0) const noexcept;
     /// @}
 
-    /// The last `c` at or before `from`; npos if there is none, and if `from` is not npos and not inside the string.
-    std::size_t lastIndexOf(char c, std::size_t from = npos) const noexcept;
-    /// @name Searching backwards for a text
-    /// The start of the last match whose last byte is at or before `from`, which is clipped to the last byte; npos if
-    /// there is none. An empty text is found behind `from`, but not in an empty string.
-    /// @{
-    std::size_t lastIndexOf(const char* text, std::size_t from = npos) const noexcept;
-    std::size_t lastIndexOf(const String& text, std::size_t from = npos) const noexcept;
-    /// @}
-
     /// `length` bytes from `begin`, clipped to the end of the string; empty when `begin` is not inside it.
     String substring(std::size_t begin, std::size_t length = npos) const;
 
-    /// @name Trimming of white space: blank, \\t, \\n, \\v, \\f, \\r
-    /// @{
+    /// Removes white space (blank, \\t, \\n, \\v, \\f, \\r) from both ends.
     String& trim();
-    String& ltrim();
-    String& rtrim();
-    /// True if there is nothing but white space, and for the empty string.
-    bool isSpaces() const noexcept;
-    /// @}
 
     /// Negative, zero or positive, by the values of unsigned bytes; a proper prefix comes first.
     int compareTo(const String& other) const noexcept { return m_text.compare(other.m_text); }
@@ -115,18 +95,7 @@ public:
     {
         return length() == std::strlen(orEmpty(other)) && equalsFolded(orEmpty(other));
     }
-    /// Zero exactly when equalsIgnoreCase. Otherwise the difference of the two bytes of the first mismatch as they
-    /// stand, a missing one counting as 0: that is not an ordering.
-    int compareToIgnoreCase(const String& other) const noexcept;
-    int compareToIgnoreCase(const char* other) const noexcept;
 
-    /// Always true for an empty prefix.
-    bool startsWith(const String& prefix, EIgnoreCaseFlag flag = E_CASE_SENSITIVE) const noexcept;
-    bool startsWith(const char* prefix, EIgnoreCaseFlag flag = E_CASE_SENSITIVE) const noexcept;
-    bool startsWith(char prefix) const noexcept { return !empty() && m_text.front() == prefix; }
-    /// True for an empty suffix only if the string itself is empty.
-    bool endsWith(const String& suffix, EIgnoreCaseFlag flag = E_CASE_SENSITIVE) const noexcept;
-    bool endsWith(const char* suffix, EIgnoreCaseFlag flag = E_CASE_SENSITIVE) const noexcept;
     bool endsWith(char suffix) const noexcept { return !empty() && m_text.back() == suffix; }
 
     String& concat(const String& text) { return *this += text; }
@@ -148,51 +117,26 @@ public:
         return *this;
     }
 
-    /// Convert the ASCII letters in place.
+    /// Converts the ASCII letters in place.
     String& toLowerCase() noexcept;
-    String& toUpperCase() noexcept;
 
+    /// Makes the string empty.
     String& erase() noexcept;
-    /// Removes up to `length` bytes from `index`; nothing when `index` is not inside the string.
-    String& erase(std::size_t index, std::size_t length = npos);
 
     void swap(String& other) noexcept { m_text.swap(other.m_text); }
 
-    /// Cuts the text at every byte that `delimiters` holds; null or empty delimiters give the whole text as one token,
-    /// an empty text gives none. With E_RETURN_DELIMITERS each delimiter is a token too. With E_RETURN_EMPTY_TOKENS an
-    /// empty token stands for each delimiter directly behind another and for one at the end, but none for one at the
-    /// start.
-    StringArray tokenize(const char* delimiters = " \n\r\t\v",
-                         EReturnDelimitersFlag returnDelimiters = E_DISCARD_DELIMITERS,
-                         EEmptyTokenReturnFlag returnEmptyTokens = E_SKIP_EMPTY_TOKENS) const;
+    /// The non-empty pieces between the bytes that `delimiters` holds. Null or empty delimiters give the whole text as
+    /// one token; an empty text has no token.
+    StringArray tokenize(const char* delimiters = " \n\r\t\v") const;
 
     /// @name Conversion to numbers
-    /// The whole text has to be the number. Unsigned ones are digits of the base and nothing else: no sign, no white
-    /// space, no prefix. Signed ones may have leading white space, a sign, and a prefix "0x" in base 16; base 0 takes
-    /// the base from the prefix ("0x", "0", or none). `errno` is left alone.
+    /// The whole text has to be digits of the base: no sign, no white space, no prefix. `errno` is left alone.
     /// @param base 2 to 36
     /// @throws StringConversionException for anything else, and for a number that does not fit
     /// @{
-    UInt8 toUInt8(int base = 10) const;
-    Int8 toInt8(int base = 10) const;
     UInt16 toUInt16(int base = 10) const;
-    Int16 toInt16(int base = 10) const;
-    UInt32 toUInt32(int base = 10) const;
-    Int32 toInt32(int base = 10) const;
     UInt64 toUInt64(int base = 10) const;
-    Int64 toInt64(int base = 10) const;
-    unsigned int toUnsignedInt(int base = 10) const;
-    int toInt(int base = 10) const;
     /// @}
-
-    /// "true" or "false" in any case.
-    /// @throws StringConversionException for anything else
-    bool toBool() const;
-
-    /// The bytes up to the next LF, which is taken and not stored, or up to the end of the input; then cut at the first
-    /// CR anywhere in it. At the end of the input sets eofbit, and failbit too if there was no byte left. Reads nothing
-    /// from a stream that has failed.
-    static String getLine(std::istream& input);
 
 private:
     static const char* orEmpty(const char* text) noexcept { return text == nullptr ? "" : text; }

@@ -14,6 +14,13 @@ class Bool;
 
 /// A growing buffer of bytes with a terminator behind the last one. NUL is a byte like any other; a null C string
 /// counts as empty; a buffer can be appended to itself. Copies are deep. Used by one thread at a time.
+///
+/// @code
+/// blocxx::StringBuffer text;
+/// text += "port ";
+/// text += blocxx::UInt16(8080);
+/// const blocxx::String line = text.releaseString();
+/// @endcode
 class BLOCXX_COMMON_API StringBuffer
 {
 public:
@@ -62,6 +69,11 @@ public:
     StringBuffer& operator+=(UInt64 number) { return append(String(number)); }
     StringBuffer& operator+=(Int64 number) { return append(String(number)); }
     /// @}
+    /// @name Numbers with at most 8 or 16 significant digits
+    /// @{
+    StringBuffer& operator+=(Real32 number) { return append(String(number)); }
+    StringBuffer& operator+=(Real64 number) { return append(String(number)); }
+    /// @}
     /// "true" or "false".
     StringBuffer& operator+=(Bool value);
 
@@ -89,8 +101,10 @@ public:
     bool equals(const char* text) const noexcept;
     bool equals(const StringBuffer& other) const noexcept { return m_text == other.m_text; }
 
-    /// Reads a line as String::getLine does.
-    /// @param resetBuffer false appends it; the cut at a CR then looks at the old content too
+    /// Reads the bytes up to the next LF, which is taken and not stored, or up to the end of the input; then cuts the
+    /// content at its first CR. At the end of the input sets eofbit, and failbit too if there was no byte left. Reads
+    /// nothing from a stream that has failed.
+    /// @param resetBuffer false appends the line; the cut at a CR then looks at the old content too
     /// @return c_str()
     const char* getLine(std::istream& input, bool resetBuffer = true);
 

@@ -1,18 +1,17 @@
 #pragma once
 
+#include "blocxx/BaseStreamBuffer.hpp"
 #include "blocxx/String.hpp"
 
 #include <cstddef>
-#include <istream>
 #include <ostream>
-#include <streambuf>
 #include <string>
 
 namespace blocxx
 {
 
 /// Collects what is written to it. The put area lies in the collected text itself, so that nothing is ever pending.
-class BLOCXX_COMMON_API OStringStreamBuf : public std::streambuf
+class BLOCXX_COMMON_API OStringStreamBuf : public BaseStreamBuffer
 {
 public:
     static constexpr std::size_t DEFAULT_SIZE = 256;
@@ -32,6 +31,7 @@ public:
 protected:
     int_type overflow(int_type c) override;
     std::streamsize xsputn(const char* data, std::streamsize count) override;
+    int sync() override { return 0; }
 
 private:
     void makeRoom(std::size_t count);
@@ -41,6 +41,12 @@ private:
 };
 
 /// An output stream into memory. Used by one thread at a time, reading what has been written included.
+///
+/// @code
+/// blocxx::OStringStream out;
+/// out << "port " << 8080;
+/// const blocxx::String text = out.toString();
+/// @endcode
 class BLOCXX_COMMON_API OStringStream : public std::ostream
 {
 public:
@@ -65,28 +71,6 @@ public:
 
 private:
     OStringStreamBuf m_buffer;
-};
-
-/// An input stream over a text.
-class BLOCXX_COMMON_API IStringStream : public std::istream
-{
-public:
-    explicit IStringStream(const String& text);
-    IStringStream(const IStringStream&) = delete;
-    IStringStream& operator=(const IStringStream&) = delete;
-    ~IStringStream() override;
-
-private:
-    class Buffer : public std::streambuf
-    {
-    public:
-        explicit Buffer(const String& text);
-
-    private:
-        String m_text;
-    };
-
-    Buffer m_buffer;
 };
 
 } // namespace blocxx

@@ -8,7 +8,7 @@
 namespace blocxx
 {
 
-OStringStreamBuf::OStringStreamBuf(std::size_t size) : m_storage(size, '\0')
+OStringStreamBuf::OStringStreamBuf(std::size_t size) : BaseStreamBuffer(E_OUT), m_storage(size, '\0')
 {
     usePutArea(0);
 }
@@ -97,19 +97,5 @@ OStringStream& OStringStream::operator=(const OStringStream& other)
     }
     return *this;
 }
-
-IStringStream::Buffer::Buffer(const String& text) : m_text(text)
-{
-    // A get area is not const by its type, but nothing here ever writes to it.
-    char* const begin = const_cast<char*>(m_text.c_str());
-    setg(begin, begin, begin + m_text.length());
-}
-
-IStringStream::IStringStream(const String& text) : std::istream(nullptr), m_buffer(text)
-{
-    rdbuf(&m_buffer);
-}
-
-IStringStream::~IStringStream() = default;
 
 } // namespace blocxx

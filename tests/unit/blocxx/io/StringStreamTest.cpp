@@ -6,7 +6,6 @@
 #include <iterator>
 #include <string>
 
-using blocxx::IStringStream;
 using blocxx::OStringStream;
 using blocxx::OStringStreamBuf;
 using blocxx::String;
@@ -130,22 +129,13 @@ TEST(OStringStreamBuf, WorksUnderAnyStream)
     EXPECT_EQ(0U, buffer.length());
 }
 
-TEST(IStringStream, ReadsAllBytesOfItsText)
+TEST(OStringStreamBuf, IsABaseStreamBufferForOutput)
 {
-    IStringStream input(String("a\0b c", 5));
-    const std::string all{std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>()};
-    EXPECT_EQ(std::string("a\0b c", 5), all);
-}
-
-TEST(IStringStream, OwnsItsText)
-{
-    String text("12 word");
-    IStringStream input(text);
-    text = "changed";
-    int number = 0;
-    std::string word;
-    input >> number >> word;
-    EXPECT_EQ(12, number);
-    EXPECT_EQ("word", word);
-    EXPECT_TRUE(input.eof());
+    OStringStreamBuf buffer(1);
+    blocxx::BaseStreamBuffer& base = buffer;
+    EXPECT_EQ(3, base.sputn("abc", 3));
+    EXPECT_EQ(0, base.pubsync());
+    EXPECT_EQ('d', base.sputc('d'));
+    EXPECT_EQ(std::char_traits<char>::eof(), base.sgetc());
+    EXPECT_EQ("abcd", buffer.toString());
 }
