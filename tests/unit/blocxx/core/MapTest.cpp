@@ -86,6 +86,24 @@ TEST(Map, IndexingAddsMissingKeys)
     EXPECT_EQ(4U, map.size());
 }
 
+TEST(Map, InsertNeverOverwrites)
+{
+    Texts map = someTexts();
+    EXPECT_FALSE(map.insert(std::make_pair(String("a"), String("other"))).second);
+    EXPECT_EQ("1", map["a"]);
+    EXPECT_TRUE(map.insert(std::make_pair(String("c"), String("4"))).second);
+    EXPECT_EQ("Babc", keysOf(map));
+}
+
+TEST(Map, ErasesByKeyAndPosition)
+{
+    Texts map = someTexts();
+    EXPECT_EQ(1U, map.erase("a"));
+    EXPECT_EQ(0U, map.erase("a"));
+    map.erase(map.find("B"));
+    EXPECT_EQ("b", keysOf(map));
+}
+
 TEST(Map, FindsAndCounts)
 {
     Texts map = someTexts();
@@ -118,7 +136,8 @@ TEST(Map, ComparesEntries)
     EXPECT_FALSE(someTexts() == other);
     EXPECT_TRUE(someTexts() < other);
     EXPECT_FALSE(other < someTexts());
-    EXPECT_FALSE(someTexts() == Texts());
+    other.erase("a");
+    EXPECT_FALSE(someTexts() == other);
 }
 
 TEST(Map, SwapsAndMoves)

@@ -4,9 +4,9 @@
 /// The logging statements; included through Logger.hpp.
 
 #include "blocxx/ErrnoKeeper.hpp"
-#include "blocxx/StringStream.hpp"
 
 #include <locale>
+#include <sstream>
 
 /// @name Logging statements
 /// `logger` is a Logger or a LoggerRef and is evaluated twice. `message` is anything that converts to a String, usually
@@ -52,11 +52,11 @@
         const ::blocxx::ErrnoKeeper blocxxErrnoKeeper;                                                                 \
         if (::blocxx::Logger::asLogger(logger).getLogLevel() >= ::blocxx::LEVEL)                                       \
         {                                                                                                              \
-            ::blocxx::OStringStream blocxxMessage;                                                                     \
+            ::std::ostringstream blocxxMessage;                                                                        \
             blocxxMessage.imbue(::std::locale::classic());                                                             \
             blocxxMessage << message;                                                                                  \
-            ::blocxx::Logger::asLogger(logger).logMessage(::blocxx::Logger::CATEGORY, blocxxMessage.releaseString(),   \
-                                                          __FILE__, __LINE__, __PRETTY_FUNCTION__);                    \
+            ::blocxx::Logger::asLogger(logger).logMessage(::blocxx::Logger::CATEGORY, blocxxMessage.str(), __FILE__,   \
+                                                          __LINE__, __PRETTY_FUNCTION__);                              \
         }                                                                                                              \
     } while (false)
 

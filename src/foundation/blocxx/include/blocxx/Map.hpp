@@ -83,6 +83,13 @@ public:
     T& operator[](const Key& key) { return (*m_map)[key]; }
     T& operator[](Key&& key) { return (*m_map)[std::move(key)]; }
 
+    /// Never overwrites: the second of the pair is false when the key is there already.
+    std::pair<iterator, bool> insert(const value_type& entry) { return m_map->insert(entry); }
+
+    void erase(iterator position) { m_map->erase(position); }
+    /// Returns the number of entries removed, 0 or 1.
+    size_type erase(const Key& key) { return m_map->erase(key); }
+
     /// Exchanges the handles; copies no entry.
     void swap(Map& other) noexcept { m_map.swap(other.m_map); }
 
