@@ -4,6 +4,7 @@
 #include "content/OwnState.hpp"
 #include "content/StoredBytes.hpp"
 
+#include "blocxx/internal/CancellationOff.hpp"
 #include "zol/mime/ContentException.hpp"
 
 #include <sys/stat.h>
@@ -135,7 +136,12 @@ bool ApplicationOctetStreamContent::endedBadly(const ContentStreamStateRef&) con
     return false;
 }
 
-FileApplicationOctetStreamContentStreamState::~FileApplicationOctetStreamContentStreamState() = default;
+FileApplicationOctetStreamContentStreamState::~FileApplicationOctetStreamContentStreamState()
+{
+    // Closing is a cancellation point, and nothing may unwind out of the stream's own destructor.
+    const blocxx::Internal::CancellationOff cancellationOff;
+    file.close();
+}
 
 FileApplicationOctetStreamContent::FileApplicationOctetStreamContent(const blocxx::Array<blocxx::String>& fileNames)
     : m_fileNames(fileNames)

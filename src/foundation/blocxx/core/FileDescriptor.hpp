@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/CancellationOff.hpp"
+#include "blocxx/internal/CancellationOff.hpp"
 
 #include <unistd.h>
 
@@ -30,7 +30,7 @@ public:
     {
         if (isOpen())
         {
-            const CancellationOff closing;
+            const Internal::CancellationOff closing;
             ::close(std::exchange(m_descriptor, -1));
         }
     }

@@ -1,6 +1,6 @@
 #include "blocxx/SSLCtxMgr.hpp"
 
-#include "core/CancellationOff.hpp"
+#include "blocxx/internal/CancellationOff.hpp"
 #include "io/OpenSSLText.hpp"
 
 #include "blocxx/Format.hpp"
@@ -170,7 +170,7 @@ SSLOpts::~SSLOpts()
 SSLClientCtx::SSLClientCtx(const SSLOpts& opts) : m_context(nullptr, &SSL_CTX_free)
 {
     // OpenSSL reads the files, and does not put its state in order when a cancelled thread unwinds through it.
-    const CancellationOff inOpenSSL;
+    const Internal::CancellationOff inOpenSSL;
     ERR_clear_error();
     m_context.reset(SSL_CTX_new(TLS_client_method()));
     if (!m_context)

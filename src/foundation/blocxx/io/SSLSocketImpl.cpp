@@ -1,6 +1,6 @@
 #include "io/SSLSocketImpl.hpp"
 
-#include "core/CancellationOff.hpp"
+#include "blocxx/internal/CancellationOff.hpp"
 #include "io/DescriptorBIO.hpp"
 #include "io/OpenSSLText.hpp"
 #include "io/Wait.hpp"
@@ -96,7 +96,7 @@ template <class Call>
 int SSLSocketImpl::call(Call function)
 {
     ::pthread_testcancel();
-    const CancellationOff inOpenSSL;
+    const Internal::CancellationOff inOpenSSL;
     ERR_clear_error();
     errno = 0;
     return function(m_ssl.get());
@@ -333,7 +333,7 @@ int SSLSocketImpl::failAgain()
 // session, but the session continues in the process that connected: a record from the copy would end it there.
 void SSLSocketImpl::endSession() noexcept
 {
-    const CancellationOff ending;
+    const Internal::CancellationOff ending;
     if (m_mayShutDown && ::getpid() == m_process)
     {
         ERR_clear_error();

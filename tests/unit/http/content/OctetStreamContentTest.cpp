@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
+
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>
@@ -498,4 +500,35 @@ TEST(FileApplicationOctetStreamContent, OpensOnlyTheFirstFileAtFirst)
     readOnce(content, 100, state);
     EXPECT_EQ(timesOpen(first), 0);
     EXPECT_EQ(timesOpen(second), 1);
+}
+
+TEST(FileApplicationOctetStreamContent, ReadingIsReleasedInAThreadThatIsBeingCancelled)
+{
+    const TemporaryDirectory directory;
+    const std::string path = directory.write("file", "abc");
+    struct Plan
+    {
+        const std::string& path;
+        bool released;
+    } plan{path, false};
+    pthread_t thread{};
+    ASSERT_EQ(pthread_create(
+                  &thread, nullptr,
+                  [](void* argument) -> void*
+                  {
+                      auto& own = *static_cast<Plan*>(argument);
+                      ContentStreamStateRef state = files({own.path})->createInitialStreamState();
+                      pthread_cancel(pthread_self());
+                      state = ContentStreamStateRef();
+                      own.released = true;
+                      pthread_testcancel();
+                      return nullptr;
+                  },
+                  &plan),
+              0);
+    void* result = nullptr;
+    ASSERT_EQ(pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_TRUE(plan.released);
+    EXPECT_EQ(timesOpen(path), 0);
 }

@@ -4,6 +4,7 @@
 #include "blocxx/BaseStreamBuffer.hpp"
 #include "blocxx/String.hpp"
 #include "zol/http/HTTPConnection.hpp"
+#include "zol/http/MIMEContentIStream.hpp"
 #include "zol/http/Response.hpp"
 
 #include <gtest/gtest.h>
@@ -247,6 +248,34 @@ TEST(ResponseCompleteness, ABodyOverAConnectionIsNotCompleteUntilItHasBeenRead)
     EXPECT_FALSE(response.bodyIsComplete());
     getContentData(content, state, std::numeric_limits<size_t>::max());
     EXPECT_TRUE(response.bodyIsComplete());
+}
+
+/// Whether a response is complete that is read out of the body of another one, which comes over a connection.
+bool nestedIsComplete(const std::string& outerBody)
+{
+    OverAConnection outer("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + outerBody);
+    ZOLNS2::HTTP::MIMEContentIStream in(outer.response().contents[0]);
+    Response nested;
+    in >> nested;
+    return nested.bodyIsComplete();
+}
+
+TEST(ResponseCompleteness, AResponseInsideAnotherIsCutWhereThatIs)
+{
+    const std::string chunk = "33\r\nHTTP/1.1 200 OK\r\nContent-Type: text/plain\r\n\r\nnested\r\n";
+    ASSERT_EQ(std::string("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\n\r\nnested").size(), 0x33U);
+    EXPECT_TRUE(nestedIsComplete(chunk + "0\r\n\r\n"));
+    EXPECT_FALSE(nestedIsComplete(chunk));
+    EXPECT_FALSE(nestedIsComplete(chunk + "5\r\nab"));
+}
+
+TEST(ResponseCompleteness, AResponseInsideAnIdentityBodyShortOfItsLengthIsComplete)
+{
+    OverAConnection outer("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n" + PLAIN);
+    ZOLNS2::HTTP::MIMEContentIStream in(outer.response().contents[0]);
+    Response nested;
+    in >> nested;
+    EXPECT_TRUE(nested.bodyIsComplete());
 }
 
 TEST(ResponseCompleteness, ABodyOverAConnectionIsJudgedByItsDecoder)

@@ -2,9 +2,11 @@
 
 #include <pthread.h>
 
-namespace blocxx
+namespace blocxx::Internal
 {
 
+/// Internal to the libraries of this project; not an interface for programs.
+///
 /// While it lives, the calling thread is not cancelled; a request that comes stays pending.
 ///
 /// For destructors and other functions that nothing may unwind out of, and for calls into C libraries, which do not
@@ -25,4 +27,4 @@ private:
     int m_before = PTHREAD_CANCEL_ENABLE;
 };
 
-} // namespace blocxx
+} // namespace blocxx::Internal
