@@ -31,16 +31,6 @@ private:
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
-/// A script that reads the head of the request and then sends `answer`.
-inline zol_test::ScriptedServer::Script answering(const std::string& answer)
-{
-    return [answer](zol_test::ServerConnection& c)
-    {
-        c.receiveHead();
-        c.send(answer);
-    };
-}
-
 inline Body onlyBody(ZOLNS2::HTTP::Response response)
 {
     return readBody(response.getNextPart());

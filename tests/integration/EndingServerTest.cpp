@@ -8,6 +8,7 @@ namespace
 using namespace ZOLNS2;
 using namespace zol_integration;
 using namespace std::chrono_literals;
+using zol_test::respondingWith;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 
@@ -43,14 +44,14 @@ TEST(EndingServer, AResetInTheHeadIsNotASuccess)
 
 TEST(EndingServer, AnEndInTheHeadIsNotASuccess)
 {
-    ScriptedServer server(answering(std::string(OK) + "Content-Type: text/plain\r\n"));
+    ScriptedServer server(respondingWith(std::string(OK) + "Content-Type: text/plain\r\n"));
     EXPECT_EQ(refusalOf([&] { fetch(server.port(), Ask()); }).message, "Unable to parse status line: HTTP/1.1200OK");
 }
 
 TEST(EndingServer, AfterACutHeadThatWasTakenTheBodyIsNotComplete)
 {
     // A status line of four words is converted even when the head behind it could not be read.
-    ScriptedServer server(answering("HTTP/1.1 200 Very Well\r\nContent-Type: text/plain\r\n"));
+    ScriptedServer server(respondingWith("HTTP/1.1 200 Very Well\r\nContent-Type: text/plain\r\n"));
     const Body body = onlyBody(fetch(server.port(), Ask()));
     EXPECT_EQ(body.bytes, "");
     EXPECT_TRUE(body.ended);
@@ -75,7 +76,7 @@ TEST(EndingServer, AResetInTheBodyCutsItBehindWhatHasArrived)
 
 TEST(EndingServer, AnEndBeforeTheAnnouncedLengthShowsInTheCount)
 {
-    ScriptedServer server(answering(std::string(OK) + "Content-Length: 1000\r\n\r\nhello"));
+    ScriptedServer server(respondingWith(std::string(OK) + "Content-Length: 1000\r\n\r\nhello"));
     const Body body = onlyBody(fetch(server.port(), Ask()));
     EXPECT_EQ(body.bytes, "hello");
     EXPECT_TRUE(body.ended);
@@ -87,7 +88,7 @@ TEST(EndingServer, ACutChunkIsNotComplete)
     for (const char* wire : {"a\r\nhello", "5\r\nhello", "5\r\nhello\r\n", "5\r\nhello\r\n4"})
     {
         SCOPED_TRACE(wire);
-        ScriptedServer server(answering(std::string(CHUNKED) + wire));
+        ScriptedServer server(respondingWith(std::string(CHUNKED) + wire));
         const Body body = onlyBody(fetch(server.port(), Ask()));
         EXPECT_EQ(body.bytes, "hello");
         EXPECT_TRUE(body.ended);
@@ -101,7 +102,7 @@ TEST(EndingServer, AMalformedChunkIsNotComplete)
          {"5\r\nhello\r\n-1\r\nx", "5\r\nhelloworld\r\n0\r\n\r\n", "5\r\nhello\r\n0x1\r\nx\r\n0\r\n\r\n"})
     {
         SCOPED_TRACE(wire);
-        ScriptedServer server(answering(std::string(CHUNKED) + wire));
+        ScriptedServer server(respondingWith(std::string(CHUNKED) + wire));
         const Body body = onlyBody(fetch(server.port(), Ask()));
         EXPECT_EQ(body.bytes, "hello");
         EXPECT_FALSE(body.complete);
@@ -110,7 +111,7 @@ TEST(EndingServer, AMalformedChunkIsNotComplete)
 
 TEST(EndingServer, AnEndInTheTrailerIsTolerated)
 {
-    ScriptedServer server(answering(std::string(CHUNKED) + "5\r\nhello\r\n0\r\nTrailer: t"));
+    ScriptedServer server(respondingWith(std::string(CHUNKED) + "5\r\nhello\r\n0\r\nTrailer: t"));
     const Body body = onlyBody(fetch(server.port(), Ask()));
     EXPECT_EQ(body.bytes, "hello");
     EXPECT_TRUE(body.complete);

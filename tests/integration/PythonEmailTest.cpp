@@ -1,4 +1,5 @@
 #include "support/ChildProcess.hpp"
+#include "support/ContentText.hpp"
 
 #include "zol/http/Response.hpp"
 #include "zol/mime/MultipartMixedContent.hpp"
@@ -9,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <limits>
 #include <random>
 #include <sstream>
 #include <string>
@@ -75,9 +75,8 @@ public:
 
     std::string wire() const
     {
-        const blocxx::Array<char> body = getContentData(m_holder, std::numeric_limits<size_t>::max());
         return std::string("Content-Type: ") + toString(m_content->getContentType()).c_str() + "\r\n\r\n" +
-               std::string(body.begin(), body.end());
+               zol_test::textOf(m_holder);
     }
     const std::string& expected() const { return m_expected; }
 
@@ -120,9 +119,7 @@ std::vector<std::string> partsWrittenBy(const char* program)
     std::vector<std::string> parts;
     while (const MIME::ContentRef content = response.getNextPart())
     {
-        const blocxx::Array<char> bytes = getContentData(content, std::numeric_limits<size_t>::max());
-        parts.push_back((content.cast_to<MIME::TextPlainContent>() ? "text:" : "octets:") +
-                        std::string(bytes.begin(), bytes.end()));
+        parts.push_back((content.cast_to<MIME::TextPlainContent>() ? "text:" : "octets:") + zol_test::textOf(content));
     }
     return parts;
 }

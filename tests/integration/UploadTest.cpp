@@ -8,6 +8,7 @@ namespace
 using namespace ZOLNS2;
 using namespace zol_integration;
 using namespace std::chrono_literals;
+using zol_test::respondingWith;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 
@@ -66,10 +67,10 @@ TEST(Upload, OfContentReachesTheServerByteForByteAndNothingFollows)
 
 TEST(Upload, OfNoBytesAtAllFailsTheFetch)
 {
-    ScriptedServer server(answering(std::string(OK) + "Content-Length: 0\r\n\r\n"));
+    ScriptedServer server(respondingWith(std::string(OK) + "Content-Length: 0\r\n\r\n"));
     EXPECT_EQ(refusalOf([&] { fetch(server.port(), upload("")); }).message, NO_STATUS_LINE);
     // The head was never flushed, so the server may find the end within it.
-    server.errors();
+    server.ignoreErrors();
 }
 
 } // namespace

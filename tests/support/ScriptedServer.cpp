@@ -238,4 +238,24 @@ bool ScriptedServer::waitUntilIdle(std::chrono::milliseconds limit) const
     return m_changed.wait_for(lock, limit, [&] { return m_running == 0; });
 }
 
+ScriptedServer::Script respondingWith(std::string bytes)
+{
+    return [bytes = std::move(bytes)](ServerConnection& connection)
+    {
+        connection.receiveHead();
+        connection.send(bytes);
+    };
+}
+
+ScriptedServer::Script sending(std::string bytes)
+{
+    return [bytes = std::move(bytes)](ServerConnection& connection) { connection.send(bytes); };
+}
+
+void resetAfterOneByte(ServerConnection& connection)
+{
+    connection.receive(1);
+    connection.reset();
+}
+
 } // namespace zol_test

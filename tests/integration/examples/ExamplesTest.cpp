@@ -50,15 +50,6 @@ TEST(DigestMultipart, NamesAMissingFile)
     EXPECT_EQ(digest.errorOutput(), "digest_multipart: cannot open /nonexistent/file\n");
 }
 
-ScriptedServer::Script respondingWith(const std::string& response)
-{
-    return [response](ServerConnection& peer)
-    {
-        peer.receiveHead();
-        peer.send(response);
-    };
-}
-
 TEST(ReadPem, PrintsEveryCertificateOfAFetchedText)
 {
     CertificateFields fields;

@@ -26,15 +26,6 @@ std::string urlOf(const zol_test::ScriptedServer& server, const std::string& pat
     return "http://" + server.address() + path;
 }
 
-zol_test::ScriptedServer::Script respondingWith(std::string bytes)
-{
-    return [bytes = std::move(bytes)](zol_test::ServerConnection& connection)
-    {
-        connection.receiveHead();
-        connection.send(bytes);
-    };
-}
-
 std::string okResponse(const std::string& body)
 {
     return "HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: " + std::to_string(body.size()) +

@@ -26,8 +26,7 @@ std::vector<std::string> command(std::vector<std::string> arguments);
 /// The URL of a path on a server.
 std::string urlOf(const zol_test::ScriptedServer& server, const std::string& path = "/");
 
-/// A script that reads the head of a request and sends `bytes`.
-zol_test::ScriptedServer::Script respondingWith(std::string bytes);
+using zol_test::respondingWith;
 
 /// A complete response: 200 with this body and its length.
 std::string okResponse(const std::string& body);

@@ -1,5 +1,6 @@
 #include "zol/http/HTTPClient.hpp"
 
+#include "support/ContentText.hpp"
 #include "support/Descriptor.hpp"
 #include "support/LogLines.hpp"
 #include "support/ScriptedContent.hpp"
@@ -36,8 +37,10 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 using zol_test::logLines;
+using zol_test::respondingWith;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
+using zol_test::textOf;
 using ZOLNS2::HTTP::getPage;
 using ZOLNS2::HTTP::Headers;
 using ZOLNS2::HTTP::HTTPException;
@@ -79,24 +82,10 @@ std::string messageOfFailedFetch(const std::string& url)
     return "no exception";
 }
 
-std::string textOf(const ContentRef& content)
-{
-    const blocxx::Array<char> bytes = getContentData(content, static_cast<size_t>(-1));
-    return {bytes.begin(), bytes.end()};
-}
-
-ScriptedServer::Script answering(const std::string& wire)
-{
-    return [wire](ServerConnection& peer)
-    {
-        peer.receiveHead();
-        peer.send(wire);
-    };
-}
-
 TEST(HTTPClient, FetchesAPageFromTheHostAndPortOfTheURL)
 {
-    ScriptedServer server(answering("HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nContent-Length: 5\r\n\r\nhello"));
+    ScriptedServer server(
+        respondingWith("HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nContent-Length: 5\r\n\r\nhello"));
     const Response response = fetch(server.address());
     EXPECT_EQ(response.statusLine.statusCode, 200);
     EXPECT_EQ(toString(response.contentType), "text/html");
@@ -167,7 +156,7 @@ TEST(HTTPClient, ErrorStatusThrowsItsCodeAndClosesTheConnection)
 
 TEST(HTTPClient, BlanksAroundTheHostBeforeAColonAreDropped)
 {
-    ScriptedServer server(answering("HTTP/1.1 200 OK\r\n\r\n"));
+    ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\n\r\n"));
     EXPECT_EQ(fetch(" \t127.0.0.1 :" + std::to_string(server.port())).statusLine.statusCode, 200);
 }
 
@@ -278,7 +267,7 @@ TEST(HTTPClient, RefusedConnectIsTheSocketExceptionAndLogsNoError)
 
 TEST(HTTPClient, LogsEveryStep)
 {
-    ScriptedServer server(answering("HTTP/1.1 200 OK\r\n\r\n"));
+    ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\n\r\n"));
     const zol_test::LogCapture log(blocxx::E_DEBUG3_LEVEL);
     fetch(server.address());
     EXPECT_THAT(logLines(log, CLIENT),
@@ -417,7 +406,7 @@ TEST(HTTPClient, ContentThatNeverEndsDoesNotHoldTheFetch)
 
 TEST(HTTPClient, LogsNothingBelowDebug2WhereNothingIsWrong)
 {
-    ScriptedServer server(answering("HTTP/1.1 200 OK\r\n\r\n"));
+    ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\n\r\n"));
     const zol_test::LogCapture log(blocxx::E_DEBUG_LEVEL);
     fetch(server.address());
     EXPECT_THAT(logLines(log, CLIENT), IsEmpty());
@@ -425,7 +414,7 @@ TEST(HTTPClient, LogsNothingBelowDebug2WhereNothingIsWrong)
 
 TEST(HTTPClient, EmptyRequestBodyFailsTheFetch)
 {
-    ScriptedServer server(answering("HTTP/1.1 200 OK\r\n\r\n"));
+    ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\n\r\n"));
     const zol_test::LogCapture log(blocxx::E_ERROR_LEVEL);
     try
     {
@@ -439,12 +428,12 @@ TEST(HTTPClient, EmptyRequestBodyFailsTheFetch)
     EXPECT_THAT(logLines(log, CLIENT),
                 ElementsAre("ERROR HTTP Client: Sending output caused input to be marked bad (not flushed yet)."));
     server.waitUntilIdle();
-    server.errors();
+    server.ignoreErrors();
 }
 
 TEST(HTTPClient, NothingIsLoggedAsAnErrorWhenTheResponseIsRefused)
 {
-    ScriptedServer server(answering("HTTP/1.1 500 Oh\r\n\r\n"));
+    ScriptedServer server(respondingWith("HTTP/1.1 500 Oh\r\n\r\n"));
     const zol_test::LogCapture log(blocxx::E_ERROR_LEVEL);
     EXPECT_THROW(fetch(server.address()), HTTPException);
     EXPECT_THAT(logLines(log, CLIENT), IsEmpty());
@@ -453,7 +442,7 @@ TEST(HTTPClient, NothingIsLoggedAsAnErrorWhenTheResponseIsRefused)
 
 TEST(HTTPClient, FetchesFromManyThreadsAtOnce)
 {
-    ScriptedServer server(answering("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhello"));
+    ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\nhello"));
     std::atomic<int> fetched{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < 8; ++i)

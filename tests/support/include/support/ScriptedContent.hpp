@@ -14,14 +14,29 @@ namespace zol_test
 {
 
 /// A content that delivers the given pieces one by one, an empty one as a read of no bytes, and notes what it is asked
-/// for. A piece longer than the request is delivered over several calls.
+/// for. A piece longer than the request is delivered over several calls. What it refuses is set before it is used.
 class ScriptedContent : public ZOLNS2::MIME::Content
 {
 public:
+    class State : public ZOLNS2::MIME::ContentStreamState
+    {
+    public:
+        size_t piece = 0;
+        size_t offset = 0;
+    };
+
     explicit ScriptedContent(std::vector<std::string> pieces) : m_pieces(std::move(pieces)) {}
 
-    ZOLNS2::MIME::ContentTypeHeader getContentType() override { return {"application", "x-scripted", {}}; }
-    bool hasContentLength() override { return lengthIsKnown; }
+    ZOLNS2::MIME::ContentTypeHeader getContentType() override
+    {
+        throwOnce(typeThrowsOnce);
+        return type;
+    }
+    bool hasContentLength() override
+    {
+        ++lengthQuestions;
+        return lengthIsKnown;
+    }
     size_t getContentLength() override
     {
         if (!lengthIsKnown)
@@ -43,6 +58,7 @@ public:
     size_t getData(char* buf, size_t len, const ZOLNS2::MIME::ContentStreamStateRef& state) override
     {
         requests.push_back(len);
+        throwOnce(dataThrowsOnce);
         auto& own = dynamic_cast<State&>(*state);
         if (own.piece == throwAtPiece)
         {
@@ -66,7 +82,8 @@ public:
 
     ZOLNS2::MIME::ContentStreamStateRef createInitialStreamState() const override
     {
-        if (refusesReaders)
+        throwOnce(stateThrowsOnce);
+        if (refusesReaders || (refusesSecondReader && readers > 0))
         {
             throw std::runtime_error("scripted refusal");
         }
@@ -74,22 +91,51 @@ public:
         return ZOLNS2::MIME::ContentStreamStateRef(new State);
     }
 
+    ZOLNS2::MIME::ContentTypeHeader type{"application", "x-scripted", blocxx::Array<ZOLNS2::HTTP::Parameter>()};
     bool lengthIsKnown = true;
     std::optional<size_t> announcedLength; ///< instead of the length of the pieces
     bool refusesReaders = false;
-    size_t throwAtPiece = std::numeric_limits<size_t>::max();
-    mutable size_t readers = 0;   ///< the stream states that were made
-    std::vector<size_t> requests; ///< the lengths that getData() was asked for
+    bool refusesSecondReader = false;
+    size_t throwAtPiece = std::numeric_limits<size_t>::max(); ///< at every read of it
+    bool dataThrowsOnce = false;                              ///< the next getData()
+    bool typeThrowsOnce = false;                              ///< the next getContentType()
+    mutable bool stateThrowsOnce = false;                     ///< the next createInitialStreamState()
+    mutable size_t readers = 0;                               ///< the stream states that were made
+    std::vector<size_t> requests;                             ///< the lengths that getData() was asked for
+    int lengthQuestions = 0;                                  ///< the calls of hasContentLength()
 
 private:
-    struct State : ZOLNS2::MIME::ContentStreamState
+    static void throwOnce(bool& asked)
     {
-        size_t piece = 0;
-        size_t offset = 0;
-    };
+        if (asked)
+        {
+            asked = false;
+            throw std::runtime_error("scripted failure");
+        }
+    }
 
     std::vector<std::string> m_pieces;
 };
+
+inline blocxx::IntrusiveReference<ScriptedContent> scripted(std::vector<std::string> pieces)
+{
+    return blocxx::IntrusiveReference<ScriptedContent>(new ScriptedContent(std::move(pieces)));
+}
+
+/// Pieces of one byte each, with a read of no bytes behind each but the last.
+inline std::vector<std::string> byteByByte(const std::string& bytes)
+{
+    std::vector<std::string> pieces;
+    for (const char byte : bytes)
+    {
+        if (!pieces.empty())
+        {
+            pieces.emplace_back();
+        }
+        pieces.emplace_back(1, byte);
+    }
+    return pieces;
+}
 
 /// `length` bytes in which no run repeats soon, so that a misplaced block is seen.
 inline std::string distinctBytes(size_t length)

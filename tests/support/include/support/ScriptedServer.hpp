@@ -97,7 +97,7 @@ private:
 
 /// A server on a loopback port that the kernel chose; each connection is served by a script in a thread of its own.
 /// When a script returns, its connection is closed in order. The destructor interrupts the scripts that still run, and
-/// makes the test fail for errors that the test has not asked for with `errors()`.
+/// makes the test fail for errors that the test has neither asked for with `errors()` nor told it to ignore.
 class ScriptedServer
 {
 public:
@@ -128,8 +128,11 @@ public:
     /// What each connection sent, as far as its script received it, in order of arrival.
     std::vector<std::string> requests() const;
 
-    /// Exceptions that left scripts, and TLS handshakes that failed. A test that calls this answers for them itself.
+    /// Exceptions that left scripts, and TLS handshakes that failed. A test that calls this checks them itself.
     std::vector<std::string> errors();
+
+    /// Declares that errors of the scripts are no failure of the test.
+    void ignoreErrors() { errors(); }
 
     std::size_t connections() const;
 
@@ -172,5 +175,15 @@ private:
     std::vector<std::thread> m_connections;
     std::thread m_acceptor;
 };
+
+/// A script that reads the head of a request and then sends these bytes.
+ScriptedServer::Script respondingWith(std::string bytes);
+
+/// A script that sends these bytes without reading anything.
+ScriptedServer::Script sending(std::string bytes);
+
+/// A script that resets its connection when one byte has come. (A reset before the client is connected would be a failed
+/// connect.)
+void resetAfterOneByte(ServerConnection& connection);
 
 } // namespace zol_test

@@ -35,6 +35,7 @@ using zol_test::ConnectFailure;
 using zol_test::connectFailure;
 using zol_test::loopback;
 using zol_test::readUpTo;
+using zol_test::resetAfterOneByte;
 using zol_test::ScriptedResolver;
 using zol_test::ScriptedServer;
 using zol_test::secondsSince;
@@ -70,7 +71,7 @@ ConnectFailure failureAt(ScriptedServer& server, const SSLClientCtxRef& context,
     const ScriptedResolver resolver(host, {"127.0.0.1"});
     Socket socket(context);
     ConnectFailure failure = connectFailure(socket, SocketAddress::getByName(host.c_str(), server.port()));
-    server.errors();
+    server.ignoreErrors();
     EXPECT_EQ(ERR_peek_error(), 0U);
     return failure;
 }
@@ -459,12 +460,7 @@ TEST(SSLHandshake, PeerThatClosesIsNamedSo)
 TEST(SSLHandshake, PeerThatResetsRaisesNoSignalAndLeavesErrno)
 {
     ::signal(SIGPIPE, SIG_DFL);
-    ScriptedServer server(
-        [](ServerConnection& connection)
-        {
-            connection.receive(1);
-            connection.reset();
-        });
+    ScriptedServer server(resetAfterOneByte);
     const ConnectFailure failure = failureAt(server, trustingClient());
     EXPECT_EQ(failure.type, "SSLException");
     EXPECT_EQ(failure.code, ECONNRESET);
@@ -517,5 +513,5 @@ TEST(SSLHandshake, FailuresLeaveNoDescriptorAndNoErrorBehind)
     const std::size_t before = zol_test::openDescriptors();
     failAll(2);
     EXPECT_EQ(zol_test::openDescriptors(), before);
-    unverified.errors();
+    unverified.ignoreErrors();
 }

@@ -31,6 +31,7 @@ using zol_test::Clock;
 using zol_test::LARGE;
 using zol_test::loopback;
 using zol_test::readUpTo;
+using zol_test::resetAfterOneByte;
 using zol_test::ScriptedServer;
 using zol_test::secondsSince;
 using zol_test::ServerConnection;
@@ -97,12 +98,7 @@ TEST(SSLRead, CutWithoutCloseNotifyIsAnError)
 
 TEST(SSLRead, ResetIsAnError)
 {
-    ScriptedServer server(tlsServer(),
-                          [](ServerConnection& connection)
-                          {
-                              connection.receive(1);
-                              connection.reset();
-                          });
+    ScriptedServer server(tlsServer(), resetAfterOneByte);
     Socket socket(trustingClient());
     socket.connect(loopback(server.port()));
     socket.write("x", 1);
@@ -278,12 +274,7 @@ TEST(SSLWrite, ToAResetPeerIsAnErrorAndNoSignal)
 {
     // A signal would end the test program.
     ::signal(SIGPIPE, SIG_DFL);
-    ScriptedServer server(tlsServer(),
-                          [](ServerConnection& connection)
-                          {
-                              connection.receive(1);
-                              connection.reset();
-                          });
+    ScriptedServer server(tlsServer(), resetAfterOneByte);
     Socket socket(trustingClient());
     socket.connect(loopback(server.port()));
     socket.write("x", 1);

@@ -24,6 +24,7 @@ using zol_test::Clock;
 using zol_test::LARGE;
 using zol_test::loopback;
 using zol_test::readUpTo;
+using zol_test::resetAfterOneByte;
 using zol_test::ScriptedServer;
 using zol_test::secondsSince;
 using zol_test::ServerConnection;
@@ -50,13 +51,6 @@ int writeUntilFailure(Socket& socket)
 }
 
 } // namespace
-
-/// Not before the client has connected: a reset that comes sooner is a failed connect.
-void resetAfterOneByte(ServerConnection& connection)
-{
-    connection.receive(1);
-    connection.reset();
-}
 
 TEST(SocketRead, HandsOverWhatHasArrived)
 {

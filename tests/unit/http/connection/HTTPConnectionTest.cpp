@@ -25,6 +25,7 @@ using blocxx::SocketAddress;
 using blocxx::SSLClientCtxRef;
 using blocxx::Timeout;
 using zol_test::connectTo;
+using zol_test::resetAfterOneByte;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 using ZOLNS2::HTTP::HTTPConnection;
@@ -201,12 +202,7 @@ TEST(HTTPConnection, OrderlyEndIsEndOfFileAndNotBad)
 
 TEST(HTTPConnection, ReadErrorIsBad)
 {
-    ScriptedServer server(
-        [](ServerConnection& peer)
-        {
-            peer.receive(1);
-            peer.reset();
-        });
+    ScriptedServer server(resetAfterOneByte);
     HTTPConnection connection = connectTo(server);
     connection.ostream() << 'x' << std::flush;
     EXPECT_EQ(readAll(connection.istream()), "");
@@ -215,12 +211,7 @@ TEST(HTTPConnection, ReadErrorIsBad)
 
 TEST(HTTPConnection, WriteErrorIsBadOnBothSides)
 {
-    ScriptedServer server(
-        [](ServerConnection& peer)
-        {
-            peer.receive(1);
-            peer.reset();
-        });
+    ScriptedServer server(resetAfterOneByte);
     HTTPConnection connection = connectTo(server);
     connection.ostream() << 'x' << std::flush;
     ASSERT_TRUE(server.waitForConnections(1));

@@ -20,6 +20,7 @@ using testing::IsEmpty;
 using zol_test::connectTo;
 using zol_test::logLines;
 using zol_test::ScriptedServer;
+using zol_test::sending;
 using zol_test::ServerConnection;
 using ZOLNS2::HTTP::ChunkedTransferDecoder;
 using ZOLNS2::HTTP::DefaultTransferDecoder;
@@ -61,11 +62,6 @@ std::string readAll(const HTTPTransferDecoderRef& decoder)
 void idle(ServerConnection& peer)
 {
     peer.waitUntilPeerCloses();
-}
-
-ScriptedServer::Script sending(const std::string& wire)
-{
-    return [wire](ServerConnection& peer) { peer.send(wire); };
 }
 
 /// Sends all of `wire` and makes sure that it has arrived before the connection is reset.

@@ -1,7 +1,7 @@
 #include "zol/mime/ContentBIO.hpp"
 
-#include "ScriptedContent.hpp"
 #include "support/ChildProcess.hpp"
+#include "support/ScriptedContent.hpp"
 #include "support/TemporaryDirectory.hpp"
 
 #include "zol/mime/ContentException.hpp"
@@ -26,8 +26,10 @@
 namespace
 {
 
-using namespace mime_test;
 using namespace ZOLNS2::MIME;
+using blocxx::IntrusiveReference;
+using zol_test::scripted;
+using zol_test::ScriptedContent;
 
 struct FreeChain
 {
@@ -68,11 +70,7 @@ std::string readAll(BIO* bio)
 class CountedContent : public ScriptedContent
 {
 public:
-    CountedContent(std::atomic<int>& count, Behaviour behaviour = PLAIN)
-        : ScriptedContent("text", behaviour), m_count(count)
-    {
-        ++m_count;
-    }
+    explicit CountedContent(std::atomic<int>& count) : ScriptedContent({"text"}), m_count(count) { ++m_count; }
     ~CountedContent() override { --m_count; }
     ContentStreamStateRef createInitialStreamState() const override
     {
@@ -116,7 +114,7 @@ TEST(ContentBIO, ReadsNoMoreThanAskedFor)
 
 TEST(ContentBIO, AnswersZeroWhenTheContentHasNothingThisTime)
 {
-    const Chain bio = chainOver(ContentRef(new ScriptedContent("ab", ScriptedContent::EVERY_OTHER_TIME)));
+    const Chain bio = chainOver(scripted(zol_test::byteByByte("ab")));
     char c = 0;
     EXPECT_EQ(BIO_read(bio.get(), &c, 1), 1);
     EXPECT_EQ(BIO_read(bio.get(), &c, 1), 0);
@@ -311,8 +309,10 @@ TEST(ContentBIO, HoldsContentAndStateUntilItIsFreed)
 TEST(ContentBIO, AContentThatRefusesAStateIsLetGo)
 {
     std::atomic<int> alive{0};
-    EXPECT_THROW(BIO_new_httpcontent(ContentRef(new CountedContent(alive, ScriptedContent::STATE_THROWS_ONCE))),
-                 std::runtime_error);
+    IntrusiveReference<CountedContent> content(new CountedContent(alive));
+    content->stateThrowsOnce = true;
+    EXPECT_THROW(BIO_new_httpcontent(content), std::runtime_error);
+    content = nullptr;
     EXPECT_EQ(alive, 0);
 }
 
@@ -349,7 +349,9 @@ TEST(ContentBIO, IsMadeOnceUnderConcurrentFirstUse)
 
 TEST(ContentBIO, WhatTheContentThrowsComesOutOfBioRead)
 {
-    const Chain bio = chainOver(ContentRef(new ScriptedContent("text", ScriptedContent::THROWS_ONCE)));
+    const IntrusiveReference<ScriptedContent> content = scripted({"text"});
+    content->dataThrowsOnce = true;
+    const Chain bio = chainOver(content);
     char c = 0;
     EXPECT_THROW(BIO_read(bio.get(), &c, 1), std::runtime_error);
     EXPECT_EQ(readAll(bio.get()), "text") << "and reading can go on";
@@ -367,7 +369,8 @@ TEST(ContentBIO, WhatTheContentThrowsComesOutOfFilters)
         {
             text += line;
         }
-        const ContentRef content(new ScriptedContent(text, ScriptedContent::ALWAYS_THROWS));
+        const IntrusiveReference<ScriptedContent> content = scripted({text});
+        content->throwAtPiece = 1;
         const Chain bio = pushed(filter, chainOver(content));
         if (filter == BIO_f_md())
         {

@@ -13,17 +13,13 @@
 
 using namespace ZOLNS2::MIME;
 using blocxx::IntrusiveReference;
+using zol_test::scripted;
 using zol_test::ScriptedContent;
 
 namespace
 {
 
 constexpr size_t EVERYTHING = std::numeric_limits<size_t>::max();
-
-IntrusiveReference<ScriptedContent> scripted(std::vector<std::string> pieces)
-{
-    return IntrusiveReference<ScriptedContent>(new ScriptedContent(std::move(pieces)));
-}
 
 std::string textOf(const blocxx::Array<char>& bytes)
 {

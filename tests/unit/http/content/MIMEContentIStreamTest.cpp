@@ -18,6 +18,7 @@ using namespace ZOLNS2;
 using blocxx::IntrusiveReference;
 using HTTP::MIMEContentIStream;
 using HTTP::PayloadIStream;
+using zol_test::scripted;
 using zol_test::ScriptedContent;
 
 static_assert(std::is_convertible_v<PayloadIStream*, std::iostream*>);
@@ -28,11 +29,6 @@ static_assert(std::is_convertible_v<HTTP::MIMEContentIStreamBuf*, blocxx::BaseSt
 
 namespace
 {
-
-IntrusiveReference<ScriptedContent> scripted(std::vector<std::string> pieces)
-{
-    return IntrusiveReference<ScriptedContent>(new ScriptedContent(std::move(pieces)));
-}
 
 /// Has less to deliver than it should, and says so.
 class CutContent : public ScriptedContent, public MIME::ContentEnd

@@ -1,6 +1,6 @@
 #include "zol/mime/MultipartMixedContent.hpp"
 
-#include "ScriptedContent.hpp"
+#include "support/ScriptedContent.hpp"
 
 #include "blocxx/NULLReferenceException.hpp"
 #include "zol/mime/ContentException.hpp"
@@ -19,8 +19,9 @@
 namespace
 {
 
-using namespace mime_test;
 using namespace ZOLNS2::MIME;
+using blocxx::IntrusiveReference;
+using zol_test::ScriptedContent;
 using State = MultipartMixedContentStreamState;
 
 /// All bytes from the state's place on, in reads of `size`.
@@ -46,10 +47,45 @@ ContentRef octets(const std::string& bytes)
     return ContentRef(new ApplicationOctetStreamContent(bytes.data(), bytes.size()));
 }
 
-ContentRef plain(const char* bytes)
+const ContentTypeHeader TEXT("text", "plain", blocxx::Array<ZOLNS2::HTTP::Parameter>());
+
+/// A part of type text/plain, without parameters.
+IntrusiveReference<ScriptedContent> plain(const std::string& bytes)
 {
-    return ContentRef(new ScriptedContent(bytes));
+    const IntrusiveReference<ScriptedContent> part = zol_test::scripted({bytes});
+    part->type = TEXT;
+    return part;
 }
+
+/// Notes every call but those about the length.
+class RecordingContent : public ScriptedContent
+{
+public:
+    RecordingContent(const std::string& name, std::vector<std::string>& calls)
+        : ScriptedContent({name}), m_name(name), m_calls(calls)
+    {
+    }
+
+    ContentTypeHeader getContentType() override
+    {
+        m_calls.push_back(m_name + " type");
+        return ScriptedContent::getContentType();
+    }
+    size_t getData(char* buffer, size_t count, const ContentStreamStateRef& state) override
+    {
+        m_calls.push_back(m_name + " data");
+        return ScriptedContent::getData(buffer, count, state);
+    }
+    ContentStreamStateRef createInitialStreamState() const override
+    {
+        m_calls.push_back(m_name + " state");
+        return ScriptedContent::createInitialStreamState();
+    }
+
+private:
+    std::string m_name;
+    std::vector<std::string>& m_calls;
+};
 
 TEST(MultipartMixedContent, OnePartIsWrittenBetweenItsDelimiters)
 {
@@ -105,13 +141,15 @@ TEST(MultipartMixedContent, WithoutPartsTheLengthIsThatOfADelimiterWhichIsNotWri
 
 TEST(MultipartMixedContent, APartWithoutALengthLeavesTheWholeWithoutOne)
 {
-    int asked = 0;
+    const IntrusiveReference<ScriptedContent> second = plain("y");
+    second->lengthIsKnown = false;
+    const IntrusiveReference<ScriptedContent> third = plain("z");
     MultipartMixedContent content("b");
     content.addPart(octets("x"));
-    content.addPart(ContentRef(new ScriptedContent("y", ScriptedContent::NO_LENGTH)));
-    content.addPart(ContentRef(new ScriptedContent("z", ScriptedContent::PLAIN, &asked)));
+    content.addPart(second);
+    content.addPart(third);
     EXPECT_FALSE(content.hasContentLength());
-    EXPECT_EQ(asked, 0) << "the first part without a length decides";
+    EXPECT_EQ(third->lengthQuestions, 0) << "the first part without a length decides";
     try
     {
         content.getContentLength();
@@ -189,13 +227,15 @@ TEST(MultipartMixedContent, TheEndIsReportedAgainAndAgain)
 
 TEST(MultipartMixedContent, ARequestBeyondTwoGibibytesIsTakenAsOneBelow)
 {
+    const IntrusiveReference<ScriptedContent> part = plain("hi");
     MultipartMixedContent content("b");
-    content.addPart(ContentRef(new ScriptedContent("hi", ScriptedContent::RECORDS_REQUESTS)));
+    content.addPart(part);
     std::vector<char> buffer(1000);
     const size_t got = content.getData(buffer.data(), END_OF_DATA, content.createInitialStreamState());
     EXPECT_EQ(std::string(buffer.data(), got), "--b\r\ncontent-type: text/plain\r\n\r\nhi\r\n--b--");
     const size_t header = std::strlen("--b\r\ncontent-type: text/plain\r\n\r\n");
-    EXPECT_EQ(ScriptedContent::lastFirstRequest(), static_cast<size_t>(std::numeric_limits<int>::max()) - header);
+    ASSERT_FALSE(part->requests.empty());
+    EXPECT_EQ(part->requests.front(), static_cast<size_t>(std::numeric_limits<int>::max()) - header);
 }
 
 TEST(MultipartMixedContent, AStateOfAnotherKindAndANullOneAreRefused)
@@ -258,21 +298,29 @@ TEST(MultipartMixedContent, TheFirstPartIsAskedForTwoStates)
 
 TEST(MultipartMixedContent, APartThatCanBeReadOnceMayStandAnywhereButFirst)
 {
+    const auto readableOnce = []
+    {
+        const IntrusiveReference<ScriptedContent> part = plain("once");
+        part->refusesSecondReader = true;
+        return part;
+    };
     MultipartMixedContent second("b");
     second.addPart(plain("x"));
-    second.addPart(ContentRef(new ScriptedContent("once", ScriptedContent::ONE_STATE)));
+    second.addPart(readableOnce());
     EXPECT_NE(readAll(second).find("once"), std::string::npos);
 
     MultipartMixedContent first("b");
-    first.addPart(ContentRef(new ScriptedContent("once", ScriptedContent::ONE_STATE)));
+    first.addPart(readableOnce());
     const ContentStreamStateRef state = first.createInitialStreamState();
-    EXPECT_THROW(readAll(first, state, 1000), ContentException);
+    EXPECT_THROW(readAll(first, state, 1000), std::runtime_error);
 }
 
 TEST(MultipartMixedContent, APartThatHasNothingThisTimeIsAskedAgain)
 {
     MultipartMixedContent content("b");
-    content.addPart(ContentRef(new ScriptedContent("slow", ScriptedContent::EVERY_OTHER_TIME)));
+    const IntrusiveReference<ScriptedContent> part = zol_test::scripted(zol_test::byteByByte("slow"));
+    part->type = TEXT;
+    content.addPart(part);
     char buffer[200];
     const size_t got = content.getData(buffer, sizeof buffer, content.createInitialStreamState());
     EXPECT_EQ(std::string(buffer, got), "--b\r\ncontent-type: text/plain\r\n\r\nslow\r\n--b--");
@@ -281,7 +329,9 @@ TEST(MultipartMixedContent, APartThatHasNothingThisTimeIsAskedAgain)
 TEST(MultipartMixedContent, AThrowingBodyLeavesTheStateInTheBody)
 {
     MultipartMixedContent content("b");
-    content.addPart(ContentRef(new ScriptedContent("hi", ScriptedContent::THROWS_ONCE)));
+    const IntrusiveReference<ScriptedContent> part = plain("hi");
+    part->dataThrowsOnce = true;
+    content.addPart(part);
     const ContentStreamStateRef state = content.createInitialStreamState();
     char buffer[200];
     EXPECT_THROW(content.getData(buffer, sizeof buffer, state), std::runtime_error);
@@ -292,7 +342,9 @@ TEST(MultipartMixedContent, AThrowingBodyLeavesTheStateInTheBody)
 TEST(MultipartMixedContent, AThrowingTypeLeavesTheStateBehindTheHeaderLine)
 {
     MultipartMixedContent content("b");
-    content.addPart(ContentRef(new ScriptedContent("hi", ScriptedContent::TYPE_THROWS_ONCE)));
+    const IntrusiveReference<ScriptedContent> part = plain("hi");
+    part->typeThrowsOnce = true;
+    content.addPart(part);
     const ContentStreamStateRef state = content.createInitialStreamState();
     char buffer[200];
     EXPECT_THROW(content.getData(buffer, sizeof buffer, state), std::runtime_error);
@@ -304,7 +356,9 @@ TEST(MultipartMixedContent, AThrowingStateLeavesTheOldOne)
 {
     MultipartMixedContent content("b");
     content.addPart(plain("x"));
-    content.addPart(ContentRef(new ScriptedContent("hi", ScriptedContent::STATE_THROWS_ONCE)));
+    const IntrusiveReference<ScriptedContent> part = plain("hi");
+    part->stateThrowsOnce = true;
+    content.addPart(part);
     const ContentStreamStateRef state = content.createInitialStreamState();
     char buffer[200];
     EXPECT_THROW(content.getData(buffer, sizeof buffer, state), std::runtime_error);

@@ -1,4 +1,4 @@
-#include "ScriptedContent.hpp"
+#include "support/ScriptedContent.hpp"
 #include "support/TemporaryDirectory.hpp"
 
 #include "zol/mime/MultipartMixedContent.hpp"
@@ -48,8 +48,7 @@ public:
         case 3:
         {
             const std::string bytes = randomBytes();
-            return {ContentRef(new mime_test::ScriptedContent(bytes, mime_test::ScriptedContent::EVERY_OTHER_TIME)),
-                    bytes};
+            return {zol_test::scripted(zol_test::byteByByte(bytes)), bytes};
         }
         default:
             return growMultipart(depth - 1);

@@ -1,5 +1,6 @@
 #include "zol/mime/OctetStreamContent.hpp"
 
+#include "support/ContentText.hpp"
 #include "support/ScriptedContent.hpp"
 #include "support/TemporaryDirectory.hpp"
 
@@ -24,6 +25,7 @@ using namespace ZOLNS2::MIME;
 using blocxx::Array;
 using blocxx::String;
 using zol_test::TemporaryDirectory;
+using zol_test::textOf;
 
 namespace
 {
@@ -31,12 +33,6 @@ namespace
 Array<unsigned char> bytes(const std::string& text)
 {
     return Array<unsigned char>(text.begin(), text.end());
-}
-
-std::string bytesOf(const ContentRef& content)
-{
-    const Array<char> data = getContentData(content, std::numeric_limits<size_t>::max());
-    return std::string(data.begin(), data.end());
 }
 
 ContentRef files(const std::vector<std::string>& names)
@@ -112,8 +108,8 @@ TEST(ApplicationOctetStreamContent, RequestForNothingGivesNothing)
 TEST(ApplicationOctetStreamContent, EveryByteValueIsDelivered)
 {
     const std::string all = zol_test::distinctBytes(5000) + std::string("\0\xff", 2);
-    EXPECT_EQ(bytesOf(ContentRef(new ApplicationOctetStreamContent(all.data(), all.size()))), all);
-    EXPECT_EQ(bytesOf(ContentRef(new ApplicationOctetStreamContent(bytes(all)))), all);
+    EXPECT_EQ(textOf(ContentRef(new ApplicationOctetStreamContent(all.data(), all.size()))), all);
+    EXPECT_EQ(textOf(ContentRef(new ApplicationOctetStreamContent(bytes(all)))), all);
 }
 
 TEST(ApplicationOctetStreamContent, KeepsTheBytesItWasGiven)
@@ -121,9 +117,9 @@ TEST(ApplicationOctetStreamContent, KeepsTheBytesItWasGiven)
     Array<unsigned char> source = bytes("abc");
     const ContentRef content(new ApplicationOctetStreamContent(source));
     source[0] = 'x';
-    EXPECT_EQ(bytesOf(content), "abc");
+    EXPECT_EQ(textOf(content), "abc");
     source.clear();
-    EXPECT_EQ(bytesOf(content), "abc");
+    EXPECT_EQ(textOf(content), "abc");
 }
 
 TEST(ApplicationOctetStreamContent, NullAndForeignStatesAreRefused)
@@ -158,7 +154,7 @@ TEST(FileApplicationOctetStreamContent, OneFileCanBeGivenByItsName)
 {
     const TemporaryDirectory folder;
     const ContentRef content(new FileApplicationOctetStreamContent(String(folder.write("a", "abc"))));
-    EXPECT_EQ(bytesOf(content), "abc");
+    EXPECT_EQ(textOf(content), "abc");
 }
 
 TEST(FileApplicationOctetStreamContent, ReadNeverCrossesTheEndOfAFile)
@@ -230,7 +226,7 @@ TEST(FileApplicationOctetStreamContent, LargeFilesArriveWhole)
     const TemporaryDirectory folder;
     const std::string first = zol_test::distinctBytes(50000);
     const std::string second = zol_test::distinctBytes(4096);
-    EXPECT_EQ(bytesOf(files({folder.write("a", first), folder.write("b", second), folder.write("c", first)})),
+    EXPECT_EQ(textOf(files({folder.write("a", first), folder.write("b", second), folder.write("c", first)})),
               first + second + first);
 }
 
@@ -284,9 +280,9 @@ TEST(FileApplicationOctetStreamContent, EveryReadingOpensTheFilesAgain)
 {
     const TemporaryDirectory folder;
     const ContentRef content = files({folder.write("a", "old")});
-    EXPECT_EQ(bytesOf(content), "old");
+    EXPECT_EQ(textOf(content), "old");
     folder.write("a", "new bytes");
-    EXPECT_EQ(bytesOf(content), "new bytes");
+    EXPECT_EQ(textOf(content), "new bytes");
 }
 
 TEST(FileApplicationOctetStreamContent, ReadingsAreIndependent)
@@ -372,7 +368,7 @@ TEST(ApplicationOctetStreamContent, KeepsItsBytesWhenTheCallersArrayIsChangedThr
     unsigned char& first = array[0];
     const ContentRef content(new ApplicationOctetStreamContent(array));
     first = 'X';
-    EXPECT_EQ(bytesOf(content), "abc");
+    EXPECT_EQ(textOf(content), "abc");
 }
 
 TEST(ApplicationOctetStreamContent, IsMadeOfWhatGetContentDataReturns)
@@ -380,7 +376,7 @@ TEST(ApplicationOctetStreamContent, IsMadeOfWhatGetContentDataReturns)
     const std::string all = zol_test::distinctBytes(40000);
     const ContentRef first(new ApplicationOctetStreamContent(all.data(), all.size()));
     const ContentRef second(new ApplicationOctetStreamContent(getContentData(first, END_OF_DATA)));
-    EXPECT_EQ(bytesOf(second), all);
+    EXPECT_EQ(textOf(second), all);
     EXPECT_EQ(second->getContentLength(), all.size());
 }
 
@@ -390,7 +386,7 @@ TEST(ApplicationOctetStreamContent, KeepsItsBytesWhenACharArrayIsChangedThroughA
     char& first = array[0];
     const ContentRef content(new ApplicationOctetStreamContent(array));
     first = 'X';
-    EXPECT_EQ(bytesOf(content), "aaa");
+    EXPECT_EQ(textOf(content), "aaa");
 }
 
 TEST(ApplicationOctetStreamContent, IsMadeOfTheBytesBetweenTwoIterators)
@@ -405,7 +401,7 @@ TEST(ApplicationOctetStreamContent, IsMadeOfTheBytesBetweenTwoIterators)
         stdBytes.push_back(static_cast<std::byte>(c));
     }
     const auto made = [](auto first, auto last)
-    { return bytesOf(ContentRef(new ApplicationOctetStreamContent(first, last))); };
+    { return textOf(ContentRef(new ApplicationOctetStreamContent(first, last))); };
     EXPECT_EQ(made(text.begin(), text.end()), text);
     EXPECT_EQ(made(text.data(), text.data() + text.size()), text);
     EXPECT_EQ(made(octets.data(), octets.data() + octets.size()), text);
@@ -422,8 +418,8 @@ TEST(ApplicationOctetStreamContent, NeedsNoSpecialCaseForAnEmptyArray)
     const ContentRef chars(new ApplicationOctetStreamContent(Array<char>()));
     EXPECT_EQ(octets->getContentLength(), 0U);
     EXPECT_EQ(chars->getContentLength(), 0U);
-    EXPECT_EQ(bytesOf(octets), "");
-    EXPECT_EQ(bytesOf(chars), "");
+    EXPECT_EQ(textOf(octets), "");
+    EXPECT_EQ(textOf(chars), "");
 }
 
 TEST(ApplicationOctetStreamContent, CopiesHoldTheBytes)
@@ -436,8 +432,8 @@ TEST(ApplicationOctetStreamContent, CopiesHoldTheBytes)
         copied = ContentRef(new ApplicationOctetStreamContent(original));
         dynamic_cast<ApplicationOctetStreamContent&>(*assigned) = original;
     }
-    EXPECT_EQ(bytesOf(copied), all);
-    EXPECT_EQ(bytesOf(assigned), all);
+    EXPECT_EQ(textOf(copied), all);
+    EXPECT_EQ(textOf(assigned), all);
 }
 
 TEST(ApplicationOctetStreamContent, PositionPastTheSizeIsTheEnd)

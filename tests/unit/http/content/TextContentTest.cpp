@@ -1,5 +1,6 @@
 #include "zol/mime/TextContent.hpp"
 
+#include "support/ContentText.hpp"
 #include "support/LogCapture.hpp"
 #include "support/ScriptedContent.hpp"
 
@@ -11,22 +12,16 @@
 
 #include <cerrno>
 #include <cstring>
-#include <limits>
 #include <thread>
 
 using namespace ZOLNS2::MIME;
 using blocxx::Array;
 using blocxx::String;
 using zol_test::LogCapture;
+using zol_test::textOf;
 
 namespace
 {
-
-std::string bytesOf(const ContentRef& content)
-{
-    const Array<char> bytes = getContentData(content, std::numeric_limits<size_t>::max());
-    return std::string(bytes.begin(), bytes.end());
-}
 
 Array<unsigned short> units(std::initializer_list<unsigned short> values)
 {
@@ -54,7 +49,7 @@ TEST(TextContent, XmlDiffersInItsSubtypeAlone)
     TextXMLContent content("<a/>");
     EXPECT_EQ(content.getSubtype(), "xml");
     EXPECT_EQ(toString(content.getContentType()), "text/xml; charset=UTF-8");
-    EXPECT_EQ(bytesOf(ContentRef(new TextXMLContent("<a/>"))), "<a/>");
+    EXPECT_EQ(textOf(ContentRef(new TextXMLContent("<a/>"))), "<a/>");
     EXPECT_EQ(toString(TextXMLContent(units({1}), TextContent::E_BIG_ENDIAN).getContentType()),
               "text/xml; charset=UTF-16");
 }
@@ -120,18 +115,18 @@ TEST(TextContent, LargestRequestGivesTheRest)
 
 TEST(TextContent, ZeroBytesInsideTheTextAreKept)
 {
-    EXPECT_EQ(bytesOf(ContentRef(new TextPlainContent(String("a\0b", 3)))), std::string("a\0b", 3));
+    EXPECT_EQ(textOf(ContentRef(new TextPlainContent(String("a\0b", 3)))), std::string("a\0b", 3));
 }
 
 TEST(TextContent, TextIsNotChecked)
 {
-    EXPECT_EQ(bytesOf(ContentRef(new TextPlainContent("\xff\xfe"))), "\xff\xfe");
+    EXPECT_EQ(textOf(ContentRef(new TextPlainContent("\xff\xfe"))), "\xff\xfe");
 }
 
 TEST(TextContent, LittleEndianUnitsHaveTheLowByteFirst)
 {
     const ContentRef content = utf16(units({0x0041, 0x00E9, 0xD83D}), TextContent::E_LITTLE_ENDIAN);
-    EXPECT_EQ(bytesOf(content), std::string("\x41\x00\xE9\x00\x3D\xD8", 6));
+    EXPECT_EQ(textOf(content), std::string("\x41\x00\xE9\x00\x3D\xD8", 6));
     EXPECT_EQ(content->getContentLength(), 6U);
     EXPECT_EQ(toString(content->getContentType()), "text/plain; charset=UTF-16");
 }
@@ -139,7 +134,7 @@ TEST(TextContent, LittleEndianUnitsHaveTheLowByteFirst)
 TEST(TextContent, BigEndianUnitsHaveTheHighByteFirst)
 {
     const ContentRef content = utf16(units({0x0041, 0x00E9, 0xD83D}), TextContent::E_BIG_ENDIAN);
-    EXPECT_EQ(bytesOf(content), std::string("\x00\x41\x00\xE9\xD8\x3D", 6));
+    EXPECT_EQ(textOf(content), std::string("\x00\x41\x00\xE9\xD8\x3D", 6));
     EXPECT_EQ(toString(content->getContentType()), "text/plain; charset=UTF-16");
 }
 
@@ -148,8 +143,8 @@ TEST(TextContent, AnyOtherOrderIsThatOfTheHostsMemory)
     const Array<unsigned short> text = units({0x0041, 0xD83D});
     std::string inMemory(4, '\0');
     std::memcpy(inMemory.data(), &text[0], 4);
-    EXPECT_EQ(bytesOf(utf16(text, 2)), inMemory);
-    EXPECT_EQ(bytesOf(utf16(text, 4000000000U)), inMemory);
+    EXPECT_EQ(textOf(utf16(text, 2)), inMemory);
+    EXPECT_EQ(textOf(utf16(text, 4000000000U)), inMemory);
 }
 
 TEST(TextContent, OrderFlagHasTheValuesZeroAndOne)
@@ -238,8 +233,8 @@ TEST(TextContent, CanBeReadOnSeveralThreads)
     const ContentRef content(new TextPlainContent(String(bytes.data(), bytes.size())));
     std::string first;
     std::string second;
-    std::thread reader([&] { first = bytesOf(content); });
-    second = bytesOf(content);
+    std::thread reader([&] { first = textOf(content); });
+    second = textOf(content);
     reader.join();
     EXPECT_EQ(first, bytes);
     EXPECT_EQ(second, bytes);

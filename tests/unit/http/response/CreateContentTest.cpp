@@ -1,5 +1,6 @@
 #include "response/CreateContent.hpp"
 
+#include "support/ContentText.hpp"
 #include "support/LogLines.hpp"
 
 #include "zol/mime/OctetStreamContent.hpp"
@@ -16,6 +17,7 @@ namespace
 
 using testing::ElementsAre;
 using zol_test::logLines;
+using zol_test::textOf;
 using ZOLNS2::HTTP::HTTPResponseUnit::createContent;
 using ZOLNS2::MIME::ApplicationOctetStreamContent;
 using ZOLNS2::MIME::ContentRef;
@@ -37,12 +39,6 @@ ContentRef contentOf(const std::string& part, const ContentTypeHeader& type = mu
     ReceivedBytes data;
     data.append(part.data(), part.size());
     return createContent(data, type);
-}
-
-std::string textOf(const ContentRef& content)
-{
-    const blocxx::Array<char> bytes = getContentData(content, static_cast<size_t>(-1));
-    return {bytes.begin(), bytes.end()};
 }
 
 bool isText(const ContentRef& content)

@@ -1,3 +1,4 @@
+#include "support/ContentText.hpp"
 #include "support/LogLines.hpp"
 
 #include "blocxx/BaseStreamBuffer.hpp"
@@ -43,12 +44,10 @@ Response multipartResponse(const char* parameters = "; boundary=B")
 /// What became of a part: its kind, a colon, its bytes.
 std::string described(const MIME::ContentRef& content)
 {
-    const blocxx::Array<char> bytes = getContentData(content, MIME::END_OF_DATA);
-    const std::string text(bytes.begin(), bytes.end());
     return (content.cast_to<MIME::TextPlainContent>()                ? "text:"
             : content.cast_to<MIME::ApplicationOctetStreamContent>() ? "octets:"
                                                                      : "other:") +
-           text;
+           zol_test::textOf(content);
 }
 
 std::vector<std::string> described(const MIME::Contents& contents)

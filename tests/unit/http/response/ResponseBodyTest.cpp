@@ -1,4 +1,5 @@
 #include "support/ConnectTo.hpp"
+#include "support/ContentText.hpp"
 #include "support/LogLines.hpp"
 #include "support/ScriptedServer.hpp"
 
@@ -28,7 +29,8 @@ using testing::IsEmpty;
 using zol_test::connectTo;
 using zol_test::logLines;
 using zol_test::ScriptedServer;
-using zol_test::ServerConnection;
+using zol_test::sending;
+using zol_test::textOf;
 using ZOLNS2::HTTP::ChunkedTransferDecoder;
 using ZOLNS2::HTTP::DefaultTransferDecoder;
 using ZOLNS2::HTTP::getResponse;
@@ -43,17 +45,6 @@ using ZOLNS2::MIME::UnbufferedContent;
 
 const char* const RESPONSE = "zol.common.http.response";
 const unsigned long UNKNOWN_LENGTH = std::numeric_limits<unsigned long>::max();
-
-std::string textOf(const ContentRef& content)
-{
-    const blocxx::Array<char> bytes = getContentData(content, static_cast<size_t>(-1));
-    return {bytes.begin(), bytes.end()};
-}
-
-ScriptedServer::Script sending(const std::string& wire)
-{
-    return [wire](ServerConnection& peer) { peer.send(wire); };
-}
 
 /// The response to "HTTP/1.1 200 OK", the given header lines and a body, read over a connection.
 Response receive(const std::string& headerLines, const std::string& body)

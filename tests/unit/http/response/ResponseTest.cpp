@@ -1,5 +1,6 @@
 #include "zol/http/Response.hpp"
 
+#include "support/ContentText.hpp"
 #include "support/LogLines.hpp"
 
 #include "blocxx/LogAppender.hpp"
@@ -21,16 +22,11 @@ namespace
 using testing::ElementsAre;
 using testing::IsEmpty;
 using zol_test::logLines;
+using zol_test::textOf;
 using ZOLNS2::HTTP::HTTPException;
 using ZOLNS2::HTTP::Response;
 using ZOLNS2::MIME::ContentRef;
 using ZOLNS2::MIME::TextPlainContent;
-
-std::string textOf(const ContentRef& content)
-{
-    const blocxx::Array<char> bytes = getContentData(content, static_cast<size_t>(-1));
-    return {bytes.begin(), bytes.end()};
-}
 
 Response responseOfThreeParts()
 {

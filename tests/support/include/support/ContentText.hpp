@@ -1,0 +1,18 @@
+#pragma once
+
+#include "zol/mime/Content.hpp"
+
+#include <limits>
+#include <string>
+
+namespace zol_test
+{
+
+/// All bytes of a content, from its beginning.
+inline std::string textOf(const ZOLNS2::MIME::ContentRef& content)
+{
+    const blocxx::Array<char> bytes = getContentData(content, std::numeric_limits<size_t>::max());
+    return {bytes.begin(), bytes.end()};
+}
+
+} // namespace zol_test
