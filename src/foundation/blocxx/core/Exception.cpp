@@ -1,6 +1,6 @@
 #include "blocxx/Exception.hpp"
 
-#include "core/CancellationOff.hpp"
+#include "blocxx/internal/CancellationOff.hpp"
 
 #include <atomic>
 #include <cstring>
@@ -183,7 +183,7 @@ void ExceptionDetail::setErroneousExceptionLog(ErroneousExceptionLog log) noexce
 void ExceptionDetail::logCurrentException(const char* description) noexcept
 {
     // Appenders write to files: a cancelled thread would be unwound through a function that lets nothing pass.
-    const CancellationOff logging;
+    const Internal::CancellationOff logging;
     try
     {
         try

@@ -1,6 +1,6 @@
 #include "blocxx/IntrusiveCountableBase.hpp"
 
-#include "core/CancellationOff.hpp"
+#include "blocxx/internal/CancellationOff.hpp"
 
 namespace blocxx
 {
@@ -10,7 +10,7 @@ IntrusiveCountableBase::~IntrusiveCountableBase() noexcept(false) = default;
 void IntrusiveCountableBase::destroy(IntrusiveCountableBase* object)
 {
     // References are dropped in destructors, where the unwinding of a cancelled thread would end the process.
-    const CancellationOff destroying;
+    const Internal::CancellationOff destroying;
     delete object;
 }
 

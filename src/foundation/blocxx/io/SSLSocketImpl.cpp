@@ -1,11 +1,11 @@
 #include "io/SSLSocketImpl.hpp"
 
-#include "blocxx/internal/CancellationOff.hpp"
 #include "io/DescriptorBIO.hpp"
 #include "io/OpenSSLText.hpp"
 #include "io/Wait.hpp"
 
 #include "blocxx/Format.hpp"
+#include "blocxx/internal/CancellationOff.hpp"
 
 #include <openssl/bio.h>
 #include <openssl/err.h>

@@ -1,10 +1,10 @@
 #include "blocxx/FileAppender.hpp"
 
-#include "core/CancellationOff.hpp"
 #include "core/FileDescriptor.hpp"
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
+#include "blocxx/internal/CancellationOff.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -37,7 +37,7 @@ public:
 
     ~File()
     {
-        const CancellationOff writing;
+        const Internal::CancellationOff writing;
         writePending();
     }
 

@@ -1,10 +1,10 @@
 #include "blocxx/LogAppender.hpp"
 
-#include "core/CancellationOff.hpp"
 #include "logging/LevelNames.hpp"
 
 #include "blocxx/LogMessage.hpp"
 #include "blocxx/StringBuffer.hpp"
+#include "blocxx/internal/CancellationOff.hpp"
 
 #include <algorithm>
 #include <optional>
@@ -53,7 +53,7 @@ void LogAppender::logMessage(const LogMessage& message) const
     if (componentAndCategoryAreEnabled(message.component, message.category))
     {
         // Records are written in destructors, too, where the unwinding of a cancelled thread would end the process.
-        const CancellationOff logging;
+        const Internal::CancellationOff logging;
         StringBuffer text;
         m_formatter.formatMessage(message, text);
         doProcessLogMessage(text.releaseString(), message);
