@@ -4,7 +4,6 @@
 #include "content/OwnState.hpp"
 #include "content/StoredBytes.hpp"
 
-#include "blocxx/internal/CancellationOff.hpp"
 #include "zol/mime/ContentException.hpp"
 
 #include <sys/stat.h>
@@ -136,12 +135,7 @@ bool ApplicationOctetStreamContent::endedBadly(const ContentStreamStateRef&) con
     return false;
 }
 
-FileApplicationOctetStreamContentStreamState::~FileApplicationOctetStreamContentStreamState()
-{
-    // Closing is a cancellation point, and nothing may unwind out of the stream's own destructor.
-    const blocxx::Internal::CancellationOff cancellationOff;
-    file.close();
-}
+FileApplicationOctetStreamContentStreamState::~FileApplicationOctetStreamContentStreamState() = default;
 
 FileApplicationOctetStreamContent::FileApplicationOctetStreamContent(const blocxx::Array<blocxx::String>& fileNames)
     : m_fileNames(fileNames)
