@@ -59,7 +59,7 @@ def main():
     parser.add_argument("page", type=Path)
     chosen = parser.parse_args()
     listed = subprocess.run([chosen.ctest, "--test-dir", chosen.build, "--show-only=json-v1"], stdout=subprocess.PIPE,
-                            text=True, timeout=110, check=True).stdout
+                            text=True, timeout=280, check=True).stdout
     tests = [test["name"] for test in json.loads(listed[listed.index("{"):])["tests"]]
     problems = list(problems_of(chosen.page.read_text(), tests))
     if problems:

@@ -1,9 +1,9 @@
 #include "blocxx/SSLCtxMgr.hpp"
 
-#include "blocxx/internal/CancellationOff.hpp"
 #include "io/OpenSSLText.hpp"
 
 #include "blocxx/Format.hpp"
+#include "blocxx/internal/CancellationOff.hpp"
 
 #include <openssl/err.h>
 #include <openssl/ssl.h>

@@ -1,6 +1,7 @@
 #pragma once
 
-/// @file The texts of error numbers, and exceptions made of them; included through Exception.hpp.
+/// @file
+/// The texts of error numbers, and exceptions made of them; included through Exception.hpp.
 
 #include "blocxx/BLOCXX_config.h"
 
