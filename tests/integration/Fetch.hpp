@@ -30,7 +30,7 @@ struct Ask
     Ask with(const std::string& name, const std::string& value) const;
 };
 
-/// Asks the server to close after its answer, for bodies without an announced length.
+/// Asks the server to close after its response, for bodies without an announced length.
 Ask askAndClose(const std::string& target);
 
 ZOLNS2::HTTP::Request requestFor(const Ask& ask, const std::string& server);

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 namespace zolget
 {
@@ -76,7 +77,8 @@ std::string formatProgress(std::uint64_t done, std::optional<std::uint64_t> tota
     return line;
 }
 
-Progress::Progress(std::ostream& out, Style style) : m_out(out), m_style(style), m_start(Clock::now()), m_shown(m_start)
+Progress::Progress(std::ostream& out, Style style, std::function<Clock::time_point()> now)
+    : m_out(out), m_style(style), m_now(std::move(now)), m_start(m_now()), m_shown(m_start)
 {
 }
 
@@ -95,7 +97,7 @@ void Progress::add(std::uint64_t count)
     {
         return;
     }
-    const Clock::time_point now = Clock::now();
+    const Clock::time_point now = m_now();
     if (now - m_shown >= (m_style == Style::TERMINAL ? TERMINAL_INTERVAL : LINES_INTERVAL))
     {
         show(now);
@@ -106,7 +108,7 @@ void Progress::finish()
 {
     if (m_style != Style::NONE)
     {
-        show(Clock::now());
+        show(m_now());
     }
 }
 

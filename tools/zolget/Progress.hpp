@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -28,7 +29,8 @@ public:
         LINES
     };
 
-    Progress(std::ostream& out, Style style);
+    /// @param now tells the time; called once for each add()
+    Progress(std::ostream& out, Style style, std::function<Clock::time_point()> now = Clock::now);
     /// Ends an unfinished line, so that what follows starts on a new one.
     ~Progress();
     Progress(const Progress&) = delete;
@@ -48,6 +50,7 @@ private:
 
     std::ostream& m_out;
     Style m_style;
+    std::function<Clock::time_point()> m_now;
     Clock::time_point m_start;
     Clock::time_point m_shown;
     std::optional<std::uint64_t> m_total;

@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <functional>
 #include <limits>
 #include <sstream>
-#include <thread>
+#include <string>
+#include <utility>
 
+using std::chrono::milliseconds;
 using std::chrono::seconds;
 using zolget::formatProgress;
 using zolget::Progress;
@@ -19,6 +23,18 @@ std::string format(std::uint64_t done, std::optional<std::uint64_t> total, doubl
 {
     return formatProgress(done, total, std::chrono::duration<double>(elapsed));
 }
+
+/// A clock that stands until it is set forward.
+class HeldClock
+{
+public:
+    Progress::Clock::time_point time{seconds(1000)};
+
+    std::function<Progress::Clock::time_point()> reader()
+    {
+        return [this] { return time; };
+    }
+};
 
 } // namespace
 
@@ -81,10 +97,11 @@ TEST(Progress, WritesOverItsLineOnATerminal)
 {
     std::ostringstream out;
     {
-        Progress progress(out, Progress::Style::TERMINAL);
+        HeldClock clock;
+        Progress progress(out, Progress::Style::TERMINAL, clock.reader());
         progress.setTotal(300);
         progress.add(100);
-        std::this_thread::sleep_for(std::chrono::milliseconds(250));
+        clock.time += milliseconds(250);
         progress.add(100);
         progress.add(100);
         progress.finish();
@@ -117,9 +134,31 @@ TEST(Progress, EndsAnUnfinishedLine)
 {
     std::ostringstream out;
     {
-        Progress progress(out, Progress::Style::TERMINAL);
-        std::this_thread::sleep_for(std::chrono::milliseconds(250));
+        HeldClock clock;
+        Progress progress(out, Progress::Style::TERMINAL, clock.reader());
+        clock.time += milliseconds(250);
         progress.add(100);
     }
     EXPECT_EQ(out.str().back(), '\n');
+}
+
+TEST(Progress, UpdatesATerminalFiveTimesASecondAndOtherOutputOnce)
+{
+    for (const auto& [style, interval] : {std::pair(Progress::Style::TERMINAL, milliseconds(200)),
+                                          std::pair(Progress::Style::LINES, milliseconds(1000))})
+    {
+        std::ostringstream out;
+        HeldClock clock;
+        Progress progress(out, style, clock.reader());
+        clock.time += interval - milliseconds(1);
+        progress.add(100);
+        EXPECT_EQ(out.str(), "");
+        clock.time += milliseconds(1);
+        progress.add(100);
+        const std::string shown = out.str();
+        EXPECT_NE(shown.find("200 B, "), std::string::npos);
+        clock.time += interval - milliseconds(1);
+        progress.add(100);
+        EXPECT_EQ(out.str(), shown);
+    }
 }

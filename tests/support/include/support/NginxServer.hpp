@@ -12,8 +12,8 @@
 namespace zol_test
 {
 
-/// An nginx of our own on loopback ports, serving the files below `folder()/html`. It leaves connections open after an
-/// answer (keep-alive), as it does by default. Throws `std::runtime_error` telling why when nginx does not start.
+/// An nginx of our own on loopback ports, serving the files below `folder()/html`. It leaves connections open after a
+/// response (keep-alive), as it does by default. Throws `std::runtime_error` telling why when nginx does not start.
 class NginxServer
 {
 public:

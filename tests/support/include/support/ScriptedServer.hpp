@@ -52,7 +52,7 @@ public:
     /// Ends the connection with a reset: what was sent and not yet read is lost to the peer.
     void reset();
 
-    /// Ends the sending side in order (under TLS with its close-notify); receiving goes on.
+    /// Ends the sending side in order (under TLS with its close-notify). Receiving stays possible.
     void shutdownWrite();
 
     /// Closes in order, at once.
