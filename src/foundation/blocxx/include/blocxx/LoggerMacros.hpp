@@ -45,6 +45,7 @@
         }                                                                                                              \
     } while (false)
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the message is a chain of insertions.
 /// As above, with a message of the form `"port " << port`.
 #define BLOCXX_SLOG_ADMITTED(logger, LEVEL, CATEGORY, message)                                                         \
     do                                                                                                                 \
@@ -59,6 +60,7 @@
                                                           __LINE__, __PRETTY_FUNCTION__);                              \
         }                                                                                                              \
     } while (false)
+// NOLINTEND(bugprone-macro-parentheses)
 
 #define BLOCXX_SLOG_FATAL_ERROR(logger, message)                                                                       \
     BLOCXX_SLOG_ADMITTED(logger, E_FATAL_ERROR_LEVEL, STR_FATAL_CATEGORY, message)
