@@ -12,7 +12,6 @@
 #include <limits>
 
 using namespace ZOLNS2::MIME;
-using blocxx::IntrusiveReference;
 using zol_test::scripted;
 using zol_test::ScriptedContent;
 

@@ -52,7 +52,7 @@ const ContentTypeHeader TEXT("text", "plain", blocxx::Array<ZOLNS2::HTTP::Parame
 /// A part of type text/plain, without parameters.
 IntrusiveReference<ScriptedContent> plain(const std::string& bytes)
 {
-    const IntrusiveReference<ScriptedContent> part = zol_test::scripted({bytes});
+    IntrusiveReference<ScriptedContent> part = zol_test::scripted({bytes});
     part->type = TEXT;
     return part;
 }
@@ -300,7 +300,7 @@ TEST(MultipartMixedContent, APartThatCanBeReadOnceMayStandAnywhereButFirst)
 {
     const auto readableOnce = []
     {
-        const IntrusiveReference<ScriptedContent> part = plain("once");
+        IntrusiveReference<ScriptedContent> part = plain("once");
         part->refusesSecondReader = true;
         return part;
     };

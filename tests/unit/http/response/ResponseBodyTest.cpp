@@ -30,6 +30,7 @@ using zol_test::connectTo;
 using zol_test::logLines;
 using zol_test::ScriptedServer;
 using zol_test::sending;
+using zol_test::ServerConnection;
 using zol_test::textOf;
 using ZOLNS2::HTTP::ChunkedTransferDecoder;
 using ZOLNS2::HTTP::DefaultTransferDecoder;
