@@ -46,7 +46,6 @@
     } while (false)
 
 // NOLINTBEGIN(bugprone-macro-parentheses): the message is a chain of insertions.
-// NOLINTBEGIN(bugprone-macro-parentheses): a stream expression cannot stand in parentheses.
 /// As above, with a message of the form `"port " << port`.
 #define BLOCXX_SLOG_ADMITTED(logger, LEVEL, CATEGORY, message)                                                         \
     do                                                                                                                 \
@@ -61,7 +60,6 @@
                                                           __LINE__, __PRETTY_FUNCTION__);                              \
         }                                                                                                              \
     } while (false)
-// NOLINTEND(bugprone-macro-parentheses)
 // NOLINTEND(bugprone-macro-parentheses)
 
 #define BLOCXX_SLOG_FATAL_ERROR(logger, message)                                                                       \
