@@ -65,9 +65,10 @@ def headers(args):
         if expected not in names:
             sys.exit(f"{expected} is not installed")
     everything = run([args.compiler, "-std=c++17", f"-I{root}", "-M", "-x", "c++", root / "zol/http.hpp"])
+    everything = everything.replace("\\ ", " ")  # as make wants to read a blank in a name
     left_out = [name for name in names if name.startswith("zol/") and str(root / name) not in everything]
     if left_out:
-        sys.exit("zol/http.hpp does not hold " + ", ".join(left_out))
+        sys.exit("zol/http.hpp does not include " + ", ".join(left_out))
 
     def compile_alone(job):
         name, standard = job
