@@ -56,7 +56,7 @@ INSTANTIATE_TEST_SUITE_P(Heads, EndlessServer,
                                          std::pair("HTTP/1.1 200 ", "xxxxxxxx"), std::pair("", "HTTP/1.1 "),
                                          std::pair("", "\r\n"), std::pair("", "x")));
 
-TEST(EndlessServer, ATrailerWithoutEndIsGivenUpBehindTheBody)
+TEST(EndlessServer, ATrailerWithoutEndIsGivenUpAfterTheBody)
 {
     for (const char* again : {"A: 1\r\n", "xxxxxxxx"})
     {

@@ -146,7 +146,7 @@ void HTTPChunkedIStreamBuffer::decodeStep(Room& room, bool straight)
 /// @return whether there is something to decode
 bool HTTPChunkedIStreamBuffer::fetch(Room& room, bool straight)
 {
-    // Behind one large chunk, another is likely.
+    // After one large chunk, another is likely.
     const DirectInput direct(m_source);
     const bool large = straight && m_decoder.chunkSize() >= LARGE_CHUNK_SIZE && direct;
     if (large && m_decoder.dataLeft() > 0)

@@ -222,7 +222,7 @@ bool readFields(HTTPHeaderMap& map, HeadLineReader& reader, std::ios_base::iosta
     }
 }
 
-/// Reads the first line, behind empty ones, and the header lines.
+/// Reads the first line, after empty ones, and the header lines.
 ///
 ///     HTTP-message = start-line CRLF *( field-line CRLF ) CRLF [ message-body ]      RFC 9112 section 2.1
 ///

@@ -213,7 +213,7 @@ TEST(HTTPClient, EverythingElseIsLoggedAsAnErrorAndPort80)
     }
 }
 
-TEST(HTTPClient, EmptyPortIsNoNumberEither)
+TEST(HTTPClient, EmptyPortIsNotANumberEither)
 {
     const zol_test::LogCapture log(blocxx::E_ERROR_LEVEL);
     EXPECT_THAT(messageOfFailedFetch(UNREACHABLE + ":"), HasSubstr(UNREACHABLE + ":80"));
@@ -311,7 +311,7 @@ private:
     bool& m_wasRead;
 };
 
-TEST(HTTPClient, SaysThatItSendsBeforeItWritesAndThatItReadsBehindTheFlush)
+TEST(HTTPClient, SaysThatItSendsBeforeItWritesAndThatItReadsAfterTheFlush)
 {
     std::atomic<bool> received{false};
     ScriptedServer server(
@@ -372,7 +372,7 @@ TEST(HTTPClient, UploadOfFilesArrivesWhole)
     EXPECT_EQ(server.requests().at(0).substr(server.requests().at(0).size() - 4100), full + "tail");
 }
 
-TEST(HTTPClient, ResponseTellsThatTheRequestWasNotSentWhole)
+TEST(HTTPClient, ResponseSaysThatTheRequestWasNotSentWhole)
 {
     ScriptedServer::Options options;
     options.receiveBufferSize = 4096;

@@ -154,11 +154,11 @@ const BodyCase COMPLETE_BODIES[] = {
     {"LeadingZeros", "0000000000000005\r\nhello\r\n000\r\n\r\n", "hello", "good", ""},
     {"Extension", "5;ext=1\r\nhello\r\n0\r\n\r\n", "hello", "good", ""},
     {"BlanksBeforeAnExtension", "5 \t; a=\"x\"\r\nhello\r\n0\r\n\r\n", "hello", "good", ""},
-    {"BlanksBehindTheSize", "5 \t\r\nhello\r\n0 \r\n\r\n", "hello", "good", ""},
+    {"BlanksAfterTheSize", "5 \t\r\nhello\r\n0 \r\n\r\n", "hello", "good", ""},
     {"NoData", "0\r\n\r\nN", "", "good", "N"},
     {"Trailer", "0\r\nT: x\r\n\r\nNEXT", "", "good", "NEXT"},
     {"TrailerAndExtensionOfTheLastChunk", "5\r\nhello\r\n0;last\r\nT: v\r\nU: w\n\r\nN", "hello", "good", "N"},
-    {"EndOfInputBehindTheLastSize", "0\r\n", "", "good", ""},
+    {"EndOfInputAfterTheLastSize", "0\r\n", "", "good", ""},
     {"EndOfInputInsideTheTrailer", "5\r\nhello\r\n0\r\nT: x\r\nU", "hello", "good", ""},
     {"EndOfInputInsideTheLastLineEnd", "5\r\nhello\r\n0\r\n\r", "hello", "good", ""},
     {"NulInTheData", "5\r\nhe\0lo\r\n0\r\n\r\n"s, "he\0lo"s, "good", ""},
@@ -195,36 +195,36 @@ const BodyCase MALFORMED_BODIES[] = {
     {"MinusSign", "-5\r\nhello\r\n0\r\n\r\n", "", "F", ""},
     {"MinusZero", "-0\r\nX", "", "F", ""},
     {"SizeThatDoesNotFit", "10000000000000000\r\nhello", "", "F", ""},
-    {"LettersBehindTheSize", "5xyz\r\nhello\r\n0\r\n\r\n", "", "F", ""},
+    {"LettersAfterTheSize", "5xyz\r\nhello\r\n0\r\n\r\n", "", "F", ""},
     {"SecondNumber", "5 6\r\nhello\r\n0\r\n\r\n", "", "F", ""},
     {"GroupedDigits", "5,000\r\nhello\r\n0\r\n\r\n", "", "F", ""},
     {"Fraction", "5.5\r\nhello\r\n0\r\n\r\n", "", "F", ""},
     {"BlankBeforeTheSize", " 5\r\nhello\r\n0\r\n\r\n", "", "F", ""},
     {"EmptyLineBeforeTheSize", "\r\n\r\n5\r\nhello\r\n0\r\n\r\n", "", "F", ""},
     {"EmptySize", ";ext\r\nhello\r\n0\r\n\r\n", "", "F", ""},
-    {"CrAloneBehindTheSize", "5\rhello\r\n0\r\n\r\n", "", "F", ""},
+    {"CrAloneAfterTheSize", "5\rhello\r\n0\r\n\r\n", "", "F", ""},
     {"CrInsideAnExtension", "5;a\rb\r\nhello\r\n0\r\n\r\n", "", "F", ""},
     {"NulInsideAnExtension", "5;a\0b\r\nhello\r\n0\r\n\r\n"s, "", "F", ""},
-    {"NulBehindTheSize", "5\0\r\nhello\r\n0\r\n\r\n"s, "", "F", ""},
+    {"NulAfterTheSize", "5\0\r\nhello\r\n0\r\n\r\n"s, "", "F", ""},
     {"NoSize", "g\r\nhello", "", "F", ""},
     {"AnotherProtocol", "HTTP", "", "F", ""},
     {"QuotedSize", "\"5\"\r\nhello", "", "F", ""},
-    {"NoLineEndBehindTheData", "5\r\nhello0\r\n\r\n", "hello", "F", ""},
-    {"SizeRightBehindTheData", "5\r\nhello3\r\nabc\r\n0\r\n\r\n", "hello", "F", ""},
+    {"NoLineEndAfterTheData", "5\r\nhello0\r\n\r\n", "hello", "F", ""},
+    {"SizeRightAfterTheData", "5\r\nhello3\r\nabc\r\n0\r\n\r\n", "hello", "F", ""},
     {"MoreDataThanAnnounced", "5\r\nhelloXYZ\r\n0\r\n\r\n", "hello", "F", ""},
     {"MoreDataThatLooksLikeASize", "5\r\nhelloabc\r\n0\r\n\r\n", "hello", "F", ""},
     {"LessThanTheDataAnnounced", "3\r\nhello\r\n0\r\n\r\n", "hel", "F", ""},
-    {"WrongFirstByteOfTheLineEndBehindTheData", "5\r\nhelloX\n3\r\nabc\r\n0\r\n\r\n", "hello", "F", ""},
-    {"WrongSecondByteOfTheLineEndBehindTheData", "5\r\nhello\rX3\r\nabc\r\n0\r\n\r\n", "hello", "F", ""},
-    {"WrongFirstByteOfTheLineEndBehindASize", "5\r\nhello\r\n3X\nabc\r\n0\r\n\r\n", "hello", "F", ""},
-    {"WrongSecondByteOfTheLineEndBehindASize", "5\r\nhello\r\n3\rXabc\r\n0\r\n\r\n", "hello", "F", ""},
-    {"BlanksBehindTheData", "5\r\nhello \t \r\n0\r\n\r\n", "hello", "F", ""},
-    {"CrAloneBehindTheData", "5\r\nhello\r0\r\n\r\n", "hello", "F", ""},
+    {"WrongFirstByteOfTheLineEndAfterTheData", "5\r\nhelloX\n3\r\nabc\r\n0\r\n\r\n", "hello", "F", ""},
+    {"WrongSecondByteOfTheLineEndAfterTheData", "5\r\nhello\rX3\r\nabc\r\n0\r\n\r\n", "hello", "F", ""},
+    {"WrongFirstByteOfTheLineEndAfterASize", "5\r\nhello\r\n3X\nabc\r\n0\r\n\r\n", "hello", "F", ""},
+    {"WrongSecondByteOfTheLineEndAfterASize", "5\r\nhello\r\n3\rXabc\r\n0\r\n\r\n", "hello", "F", ""},
+    {"BlanksAfterTheData", "5\r\nhello \t \r\n0\r\n\r\n", "hello", "F", ""},
+    {"CrAloneAfterTheData", "5\r\nhello\r0\r\n\r\n", "hello", "F", ""},
     {"BadSecondSize", "5\r\nhello\r\nzz\r\n", "hello", "F", ""},
     {"BadThirdSize", "5\r\nhello\r\n3\r\nabc\r\nzz\r\n", "helloabc", "F", ""},
     {"NegativeSecondSize", "5\r\nhello\r\n-1\r\nrest", "hello", "F", ""},
-    {"BadSizeBehindAFullBuffer", "1000\r\n" + BLOCK + "\r\nzz", BLOCK, "F", ""},
-    {"BadSizeBehindMoreThanABuffer", "1001\r\n" + BLOCK + "y\r\nzz", BLOCK + "y", "F", ""},
+    {"BadSizeAfterAFullBuffer", "1000\r\n" + BLOCK + "\r\nzz", BLOCK, "F", ""},
+    {"BadSizeAfterMoreThanABuffer", "1001\r\n" + BLOCK + "y\r\nzz", BLOCK + "y", "F", ""},
     {"NulInsideTheTrailer", "5\r\nhello\r\n0\r\nT: \0\r\n\r\n"s, "hello", "F", ""},
     {"CrInsideTheTrailer", "5\r\nhello\r\n0\r\nT: a\rb\r\n\r\n", "hello", "F", ""},
 };
@@ -236,17 +236,17 @@ const BodyCase CUT_BODIES[] = {
     {"InTheFirstLineEnd", "5\r", "", "EF", ""},
     {"BeforeTheFirstData", "5\r\n", "", "EF", ""},
     {"InTheData", "5\r\nhel", "hel", "EF", ""},
-    {"BehindTheData", "5\r\nhello", "hello", "EF", ""},
-    {"InTheLineEndBehindTheData", "5\r\nhello\r", "hello", "EF", ""},
+    {"AfterTheData", "5\r\nhello", "hello", "EF", ""},
+    {"InTheLineEndAfterTheData", "5\r\nhello\r", "hello", "EF", ""},
     {"BeforeTheSecondSize", "5\r\nhello\r\n", "hello", "EF", ""},
     {"InTheDataOfTheSecondChunk", "5\r\nhello\r\n3\r\nab", "helloab", "EF", ""},
-    {"BehindTheDataOfTheSecondChunk", "5\r\nhello\r\n3\r\nabc", "helloabc", "EF", ""},
+    {"AfterTheDataOfTheSecondChunk", "5\r\nhello\r\n3\r\nabc", "helloabc", "EF", ""},
     {"InALastSizeAlone", "0", "", "EF", ""},
     {"InTheLastSize", "5\r\nhello\r\n0", "hello", "EF", ""},
     {"InTheLineEndOfTheLastSize", "5\r\nhello\r\n0\r", "hello", "EF", ""},
     {"InTheExtensionOfTheLastSize", "5\r\nhello\r\n0;a", "hello", "EF", ""},
-    {"BehindAFullBufferAndAChunk", "1000\r\n" + BLOCK + "\r\n5\r\nhello\r\n", BLOCK + "hello", "EF", ""},
-    {"BehindAFullBufferInAChunk", "1000\r\n" + BLOCK + "\r\n5\r\nhel", BLOCK + "hel", "EF", ""},
+    {"AfterAFullBufferAndAChunk", "1000\r\n" + BLOCK + "\r\n5\r\nhello\r\n", BLOCK + "hello", "EF", ""},
+    {"AfterAFullBufferInAChunk", "1000\r\n" + BLOCK + "\r\n5\r\nhel", BLOCK + "hel", "EF", ""},
     {"InAHugeChunk", "ffffffff\r\nhello\r\n0\r\n\r\n", "hello\r\n0\r\n\r\n", "EF", ""},
     {"InAChunkBeyond32Bits", "100000005\r\nhello\r\n0\r\n\r\n", "hello\r\n0\r\n\r\n", "EF", ""},
     {"InTheLargestChunk", "FFFFFFFFFFFFFFFF\r\nhello", "hello", "EF", ""},
@@ -271,7 +271,7 @@ TEST(HTTPChunkedIStream, AChunkLineBeginsWithADigit)
         {
             for (const std::string rest : {"", "1"})
             {
-                SCOPED_TRACE("byte " + std::to_string(code) + " before '" + rest + "', behind '" + before + "'");
+                SCOPED_TRACE("byte " + std::to_string(code) + " before '" + rest + "', after '" + before + "'");
                 const int size = rest.empty() ? value : 16 * value + 1;
                 const std::string data(value < 0 ? 20U : static_cast<std::size_t>(size), 'x');
                 const std::string end = size == 0 ? "\r\n" : "\r\n0\r\n\r\n";
@@ -373,7 +373,7 @@ TEST(HTTPChunkedIStream, TheTrailerIsNotReadWithTheData)
     EXPECT_EQ(buffer.left(), "T: x\r\n\r\nN");
 }
 
-TEST(HTTPChunkedIStream, AnErrorShowsOnlyBehindTheData)
+TEST(HTTPChunkedIStream, AnErrorShowsOnlyAfterTheData)
 {
     std::istringstream wrapped("5\r\nhello\r\nzz\r\n");
     HTTPChunkedIStream body(wrapped);
@@ -519,7 +519,7 @@ TEST(HTTPChunkedIStream, AStreamThatHadFailedIsNotComplete)
     EXPECT_EQ(wrapped.get(), '0');
 }
 
-TEST(HTTPChunkedIStream, EofbitOfTheWrappedStreamDoesNotKeepFromReading)
+TEST(HTTPChunkedIStream, EofbitOfTheWrappedStreamDoesNotPreventReading)
 {
     std::istringstream wrapped("5\r\nhello\r\n0\r\n\r\n");
     wrapped.setstate(std::ios_base::eofbit);

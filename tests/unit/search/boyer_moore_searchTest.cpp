@@ -36,7 +36,7 @@ bool operator==(const Found& a, const Found& b)
 
 void PrintTo(const Found& f, std::ostream* os)
 {
-    *os << (f.found ? "found behind \"" : "not found in \"") << f.before << '"';
+    *os << (f.found ? "found after \"" : "not found in \"") << f.before << '"';
 }
 
 template <class Searcher>
@@ -152,7 +152,7 @@ TEST(BoyerMooreSearch, FindsTheRightOneOfOverlappingCandidates)
     EXPECT_EQ(searchIn("aa", "aaa"), (Found{true, ""}));
 }
 
-TEST(BoyerMooreSearch, ContinuesBehindTheLastOccurrence)
+TEST(BoyerMooreSearch, ContinuesAfterTheLastOccurrence)
 {
     const Search search = searchFor("--b");
     for (const std::size_t step : {1U, 2U, 3U, 64U})
@@ -167,11 +167,11 @@ TEST(BoyerMooreSearch, ContinuesBehindTheLastOccurrence)
     }
 }
 
-TEST(BoyerMooreSearch, DoesNotAskForAByteBehindTheOccurrence)
+TEST(BoyerMooreSearch, DoesNotAskForAByteAfterTheOccurrence)
 {
     for (std::size_t step = 1; step <= 8; ++step)
     {
-        // One byte more would ask the device again, and the device throws when it is asked behind the occurrence.
+        // One byte more would ask the device again, and the device throws when it is asked after the occurrence.
         DeviceBuffer device(Script{"some text--b", step, 12});
         std::istream in(&device);
         in.exceptions(std::ios::badbit);
@@ -186,7 +186,7 @@ TEST(BoyerMooreSearch, DoesNotAskForAByteBehindTheOccurrence)
     }
 }
 
-TEST(BoyerMooreSearch, LeavesTheStreamRightBehindTheOccurrence)
+TEST(BoyerMooreSearch, LeavesTheStreamRightAfterTheOccurrence)
 {
     std::istringstream in("ab--bcd");
     EXPECT_TRUE(searchIn(searchFor("--b"), in).found);

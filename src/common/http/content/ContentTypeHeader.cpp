@@ -57,7 +57,7 @@ void unquote(String& value)
 ///     parameters = *( OWS ";" OWS [ parameter ] )
 ///     parameter  = parameter-name "=" ( token / quoted-string )
 ///
-/// The next "=" ends a name, the next ";" behind it ends a value, also inside quotes.
+/// The next "=" ends a name, the next ";" after it ends a value, also inside quotes.
 void parseParameters(const String& headerLine, size_t semicolon, blocxx::Array<HTTP::Parameter>& parameters,
                      const OperationLog& log)
 {
@@ -130,7 +130,7 @@ void ContentTypeHeader::setContentTypeString(const String& headerLine)
     const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     const size_t start = colon + 1;
     const size_t semicolon = line.indexOf(';', start);
-    // Deliberate: also a "/" behind the ";" counts. The subtype then runs to the end of the line.
+    // Deliberate: also a "/" after the ";" counts. The subtype then runs to the end of the line.
     const size_t slash = line.indexOf('/', start);
     String type;
     String subtype;

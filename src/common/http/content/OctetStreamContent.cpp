@@ -49,7 +49,7 @@ bool goToNextFile(FileApplicationOctetStreamContentStreamState& state, const blo
         state.file.clear();
         state.file.open(fileNames[state.fileIndex].c_str(), std::ios_base::in);
     }
-    // Behind the last file this is the failbit of the read that met its end.
+    // After the last file this is the failbit of the read that met its end.
     return !state.file.fail();
 }
 

@@ -14,7 +14,7 @@ namespace ZOLNS2::MIME
 class ReceivedBytes
 {
 public:
-    /// Bytes that lie one behind the other.
+    /// Bytes that lie one after the other.
     struct Run
     {
         char* data;
@@ -23,7 +23,7 @@ public:
 
     std::size_t size() const { return m_end - m_begin; }
     char operator[](std::size_t index) const { return *place(m_begin + index); }
-    /// What lies one behind the other from byte `index` on; empty at the end.
+    /// What lies one after the other from byte `index` on; empty at the end.
     Run runAt(std::size_t index) const;
 
     void append(const char* bytes, std::size_t count);

@@ -16,7 +16,7 @@ StoredBytes::StoredBytes(const char* bytes, std::size_t count)
     }
 }
 
-/// Behind full blocks only.
+/// After full blocks only.
 void StoredBytes::appendBlock(const char* bytes, std::size_t count)
 {
     std::unique_ptr<char[]> block(new char[count]);

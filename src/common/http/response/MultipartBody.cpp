@@ -113,7 +113,7 @@ bool parseMultipartContent(std::istream& istr, MIME::Contents& contents, const M
         {
             remark = "No prior parts.";
         }
-        else if (part.isBehindClosingBoundary())
+        else if (part.isAfterClosingBoundary())
         {
             remark = "End of parts marker found.";
             closed = true;

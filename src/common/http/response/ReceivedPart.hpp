@@ -13,15 +13,15 @@ namespace ZOLNS2::HTTP::HTTPResponseUnit
 class ReceivedPart
 {
 public:
-    /// Drops what was received. What arrives now is the preamble, or stands behind a boundary.
+    /// Drops what was received. What arrives now is the preamble, or stands after a boundary.
     void begin(bool isPreamble);
 
-    /// Takes the next `count` bytes; behind a boundary the first two tell whether it was the closing one.
+    /// Takes the next `count` bytes; after a boundary the first two tell whether it was the closing one.
     void append(const char* bytes, std::size_t count);
 
     /// Whether the boundary in front of these bytes was the closing one. Deliberate: the two bytes alone decide, not
     /// the line.
-    bool isBehindClosingBoundary() const { return m_kind == E_EPILOGUE; }
+    bool isAfterClosingBoundary() const { return m_kind == E_EPILOGUE; }
 
     /// The bytes that arrived, less those taken off the front of a part.
     std::size_t size() const { return m_counted + m_bytes.size(); }
@@ -33,7 +33,7 @@ private:
     enum EKind
     {
         E_PREAMBLE,
-        E_UNDECIDED, ///< behind a boundary; fewer than two bytes have arrived
+        E_UNDECIDED, ///< after a boundary; fewer than two bytes have arrived
         E_PART,
         E_EPILOGUE
     };

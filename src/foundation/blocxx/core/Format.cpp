@@ -36,7 +36,7 @@ bool isDigit(char c) noexcept
     return c >= '0' && c <= '9';
 }
 
-/// Reads one placeholder, from behind its percent sign:
+/// Reads one placeholder, from after its percent sign:
 ///
 ///     placeholder = DIGIT / "<" 1*DIGIT [ ":" modifiers ] ">"
 ///     modifiers   = [ width ] [ "." 1*DIGIT ] [ "x" / "X" / "o" ] [ "!" ]
@@ -46,7 +46,7 @@ bool isDigit(char c) noexcept
 class PlaceholderParser
 {
 public:
-    /// @param position behind the percent sign
+    /// @param position after the percent sign
     explicit PlaceholderParser(const char* position) noexcept : m_position(position) {}
 
     const char* position() const noexcept { return m_position; }

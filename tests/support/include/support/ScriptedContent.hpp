@@ -122,7 +122,7 @@ inline blocxx::IntrusiveReference<ScriptedContent> scripted(std::vector<std::str
     return blocxx::IntrusiveReference<ScriptedContent>(new ScriptedContent(std::move(pieces)));
 }
 
-/// Pieces of one byte each, with a read of no bytes behind each but the last.
+/// Pieces of one byte each, with a read of no bytes after each but the last.
 inline std::vector<std::string> byteByByte(const std::string& bytes)
 {
     std::vector<std::string> pieces;

@@ -259,7 +259,7 @@ TEST(String, ANullTextComparesAsEmpty)
     EXPECT_TRUE(NO_TEXT < String("a"));
 }
 
-TEST(String, EqualityLooksBehindNuls)
+TEST(String, EqualityLooksAfterNuls)
 {
     EXPECT_FALSE(WITH_NUL == String("ab"));
     EXPECT_FALSE(WITH_NUL.equals("ab"));

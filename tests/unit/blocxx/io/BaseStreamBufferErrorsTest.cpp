@@ -161,7 +161,7 @@ TEST(BaseStreamBufferOutputState, IsPendingUntilAFlushHasSentTheBytes)
 TEST(BaseStreamBufferOutputState, RemembersAFailedFlushAlsoAfterALaterSuccess)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.outputAnswers = {-1};
+    buffer.outputResults = {-1};
     buffer.outputErrno = ECONNRESET;
     buffer.errorText = "unknown authority";
     buffer.sputn("abc", 3);
@@ -179,7 +179,7 @@ TEST(BaseStreamBufferOutputState, RemembersAFailedFlushAlsoAfterALaterSuccess)
 TEST(BaseStreamBufferOutputState, KeepsTheFirstOfSeveralFailures)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 2);
-    buffer.outputAnswers = {-1, -1};
+    buffer.outputResults = {-1, -1};
     buffer.outputErrno = ETIMEDOUT;
     buffer.errorText = "first";
     buffer.sputn("ab", 2);
@@ -190,10 +190,10 @@ TEST(BaseStreamBufferOutputState, KeepsTheFirstOfSeveralFailures)
     EXPECT_EQ(buffer.outputErrorText(), "first");
 }
 
-TEST(BaseStreamBufferOutputState, TellsOfAFailureThatLeavesNoBitOnTheStream)
+TEST(BaseStreamBufferOutputState, ReportsAFailureThatLeavesNoBitOnTheStream)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.outputAnswers = {0, 0, -1};
+    buffer.outputResults = {0, 0, -1};
     buffer.outputErrno = ECONNRESET;
     std::ostream stream(&buffer);
     std::istringstream body(bytes(30));
@@ -206,7 +206,7 @@ TEST(BaseStreamBufferOutputState, TellsOfAFailureThatLeavesNoBitOnTheStream)
 TEST(BaseStreamBufferOutputState, AFailureWithoutReasonCountsAsInputOutputError)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.outputAnswers = {-1};
+    buffer.outputResults = {-1};
     buffer.sputn("abc", 3);
     buffer.pubsync();
     EXPECT_EQ(buffer.outputError(), EIO);
@@ -240,7 +240,7 @@ TEST(BaseStreamBufferOutputState, ADeviceThatCannotBeWrittenToFails)
 TEST(BaseStreamBufferOutputState, AResetForgetsPendingBytesAndFailures)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.outputAnswers = {-1};
+    buffer.outputResults = {-1};
     buffer.errorText = "text";
     buffer.sputn("abc", 3);
     buffer.pubsync();

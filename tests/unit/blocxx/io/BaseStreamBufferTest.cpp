@@ -131,7 +131,7 @@ TEST(BaseStreamBufferInput, LineEndedByTheEndShowsEofOnly)
     EXPECT_EQ(stream.rdstate(), std::ios::eofbit);
 }
 
-TEST(BaseStreamBufferInput, NegativeAnswerEndsAPlainSubclass)
+TEST(BaseStreamBufferInput, NegativeResultEndsAPlainSubclass)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_IN, 8, ProbeBuffer::E_NEGATIVE_ENDS);
     buffer.input = {ProbeBuffer::data("abc"), ProbeBuffer::answer(-1, EIO)};
@@ -242,7 +242,7 @@ TEST_P(BaseStreamBufferFailure, ByExceptionWithoutAStreamToReportToPassesItOn)
     EXPECT_TRUE(stream.bad());
 }
 
-TEST_P(BaseStreamBufferFailure, IsAnAnswerLargerThanTheRoom)
+TEST_P(BaseStreamBufferFailure, IsAResultLargerThanTheRoom)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_IN, 8);
     buffer.input = {ProbeBuffer::answer(9)};
@@ -273,7 +273,7 @@ TEST(BaseStreamBufferInput, FailureWithoutReasonCountsAsInputOutputError)
     EXPECT_EQ(buffer.inputError(), EIO);
 }
 
-TEST(BaseStreamBufferInput, NullTakesTheReportAway)
+TEST(BaseStreamBufferInput, NullEndsTheReporting)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_IN, 8);
     buffer.input = {ProbeBuffer::answer(-1, EIO)};
@@ -404,29 +404,29 @@ TEST(BaseStreamBufferOutput, WriteOfOneByteLessThanTheBuffersSizeStaysInTheBuffe
 TEST(BaseStreamBufferOutput, SyncWithNothingPendingSucceedsWithoutTheDevice)
 {
     ProbeBuffer out(BaseStreamBuffer::E_OUT, 8);
-    out.outputAnswers = {-1};
+    out.outputResults = {-1};
     EXPECT_EQ(out.pubsync(), 0);
     ProbeBuffer in(BaseStreamBuffer::E_IN, 8);
     EXPECT_EQ(in.pubsync(), 0);
     EXPECT_TRUE(out.blocks.empty());
 }
 
-TEST(BaseStreamBufferOutput, AnyNegativeAnswerOfAFlushIsAFailure)
+TEST(BaseStreamBufferOutput, AnyNegativeResultOfAFlushIsAFailure)
 {
     for (const int answer : {-1, -2})
     {
         ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-        buffer.outputAnswers = {answer};
+        buffer.outputResults = {answer};
         std::ostream stream(&buffer);
         stream << "abc" << std::flush;
         EXPECT_TRUE(stream.bad()) << answer;
     }
 }
 
-TEST(BaseStreamBufferOutput, PositiveAnswerOfAFlushIsASuccess)
+TEST(BaseStreamBufferOutput, PositiveResultOfAFlushIsASuccess)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.outputAnswers = {1};
+    buffer.outputResults = {1};
     std::ostream stream(&buffer);
     stream << "abc" << std::flush;
     EXPECT_TRUE(stream.good());
@@ -435,7 +435,7 @@ TEST(BaseStreamBufferOutput, PositiveAnswerOfAFlushIsASuccess)
 TEST(BaseStreamBufferOutput, BytesOfAFailedFlushAreLost)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.outputAnswers = {-1};
+    buffer.outputResults = {-1};
     buffer.sputn("abc", 3);
     EXPECT_EQ(buffer.pubsync(), -1);
     buffer.sputn("def", 3);
@@ -443,20 +443,20 @@ TEST(BaseStreamBufferOutput, BytesOfAFailedFlushAreLost)
     EXPECT_THAT(buffer.blocks, ElementsAre("abc", "def"));
 }
 
-TEST(BaseStreamBufferOutput, BlockWriteAnswersHowManyBytesWereAcceptedBeforeTheFailure)
+TEST(BaseStreamBufferOutput, BlockWriteReturnsHowManyBytesWereAcceptedBeforeTheFailure)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.outputAnswers = {0, -1};
+    buffer.outputResults = {0, -1};
     const std::string text = bytes(30);
     EXPECT_EQ(buffer.sputn(text.data(), 30), 8);
 
     ProbeBuffer filled(BaseStreamBuffer::E_OUT, 8);
-    filled.outputAnswers = {-1};
+    filled.outputResults = {-1};
     filled.sputn("abc", 3);
     EXPECT_EQ(filled.sputn(text.data(), 30), 5);
 
     ProbeBuffer streamed(BaseStreamBuffer::E_OUT, 8);
-    streamed.outputAnswers = {-1};
+    streamed.outputResults = {-1};
     std::ostream stream(&streamed);
     stream.write(text.data(), 30);
     EXPECT_TRUE(stream.bad());
@@ -465,7 +465,7 @@ TEST(BaseStreamBufferOutput, BlockWriteAnswersHowManyBytesWereAcceptedBeforeTheF
 TEST(BaseStreamBufferOutput, FailingFlushOfAFullBufferRefusesTheByte)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 2);
-    buffer.outputAnswers = {-1};
+    buffer.outputResults = {-1};
     buffer.sputn("a", 1);
     buffer.sputn("b", 1);
     EXPECT_EQ(buffer.sputc('c'), std::char_traits<char>::eof());
@@ -487,7 +487,7 @@ TEST(BaseStreamBufferOutput, OverflowWithoutAByteTellsWhetherTheFlushWorked)
 {
     const int eof = std::char_traits<char>::eof();
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.outputAnswers = {0, -1};
+    buffer.outputResults = {0, -1};
     buffer.sputn("a", 1);
     EXPECT_NE(buffer.overflow(eof), eof);
     buffer.sputn("a", 1);

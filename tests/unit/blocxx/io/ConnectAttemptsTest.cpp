@@ -263,7 +263,7 @@ TEST(ConnectAttempts, AnAddressWhoseTurnDoesNotComeIsNotNamed)
     EXPECT_EQ(failure.text, "connect timed out: 127.0.0.1:" + std::to_string(silent.port()) + " (limit: 0 seconds)");
 }
 
-TEST(ConnectAttempts, WithoutTimeEachAddressIsStillAskedUntilOneDoesNotAnswerAtOnce)
+TEST(ConnectAttempts, WithoutTimeTheNextAddressIsStillTriedWhenOneFailsAtOnce)
 {
     const LoopbackSocket closed(LoopbackSocket::E_BOUND);
     const Descriptor listener = listenOn("127.0.0.9", closed.port);

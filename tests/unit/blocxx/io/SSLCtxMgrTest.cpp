@@ -211,7 +211,7 @@ TEST_F(SSLClientCtxFiles, TrustStoreMustBeReadable)
     EXPECT_THAT(failureOf(opts), StartsWith("Error loading truststore " + m_garbage + ": "));
 }
 
-TEST_F(SSLClientCtxFiles, TrustStoreIsNotLookedAtWithoutVerification)
+TEST_F(SSLClientCtxFiles, TrustStoreIsNotReadWithoutVerification)
 {
     SSLOpts opts;
     opts.verifyMode = SSLOpts::MODE_DISABLED;
@@ -219,7 +219,7 @@ TEST_F(SSLClientCtxFiles, TrustStoreIsNotLookedAtWithoutVerification)
     EXPECT_NO_THROW(SSLClientCtx{opts});
 }
 
-TEST(SSLClientCtx, NullIsNoTrustedCertificate)
+TEST(SSLClientCtx, NullIsNotATrustedCertificate)
 {
     SSLOpts opts;
     opts.inMemoryTrustStore.push_back(nullptr);

@@ -180,7 +180,7 @@ TEST(SSLVerification, AnotherAddressIsRefused)
     expectVerifyFailure(failureAt(server, trustingClient()), "127.0.0.1", "IP address mismatch");
 }
 
-TEST(SSLVerification, AddressAmongTheNamesIsNoAddress)
+TEST(SSLVerification, AddressAmongTheNamesDoesNotCount)
 {
     CertificateFields fields;
     fields.dnsNames = {"127.0.0.1"};
@@ -212,7 +212,7 @@ TEST(SSLVerification, ExpiredAndFutureCertificatesAreRefused)
     expectVerifyFailure(failureAt(future, trustingClient()), "127.0.0.1", "certificate is not yet valid");
 }
 
-TEST(SSLVerification, UntrustedIssuerIsRefusedAndTheTextTellsWhatToDo)
+TEST(SSLVerification, UntrustedIssuerIsRefusedAndTheTextSaysWhatToDo)
 {
     const Certificate stranger = zol_test::makeAuthority("stranger");
     CertificateFields fields;
@@ -429,7 +429,7 @@ TEST(SSLHandshake, ConnectAndHandshakeShareOneDeadline)
     EXPECT_THAT(failure.text, testing::EndsWith("127.0.0.1:" + port + " (limit: 3 seconds)"));
 }
 
-TEST(SSLHandshake, PlainTextServerIsToldApart)
+TEST(SSLHandshake, PlainTextServerIsRecognised)
 {
     ScriptedServer server(
         [](ServerConnection& connection)
@@ -442,7 +442,7 @@ TEST(SSLHandshake, PlainTextServerIsToldApart)
     EXPECT_EQ(failure.text, "SSL connect error: 127.0.0.1 (" + server.address() + "): wrong version number");
 }
 
-TEST(SSLHandshake, PeerThatClosesIsNamedSo)
+TEST(SSLHandshake, PeerThatClosesIsNamed)
 {
     ScriptedServer server(
         [](ServerConnection& connection)

@@ -163,7 +163,7 @@ TEST(SSLRead, TimesOutWithinARecord)
     EXPECT_EQ(errno, ETIMEDOUT);
 }
 
-TEST(SSLRead, AfterATimeoutGoesOn)
+TEST(SSLRead, ContinuesAfterATimeout)
 {
     std::promise<void> more;
     ScriptedServer server(tlsServer(),
@@ -288,7 +288,7 @@ TEST(SSLWrite, ToAResetPeerIsAnErrorAndNoSignal)
     EXPECT_EQ(disposition.sa_handler, SIG_DFL);
 }
 
-TEST(SSLWrite, WithinARenegotiationGoesOnWhenThePeerAnswers)
+TEST(SSLWrite, WithinARenegotiationContinuesWhenThePeerResponds)
 {
     ScriptedServer server(renegotiatingServer(),
                           [](ServerConnection& connection)

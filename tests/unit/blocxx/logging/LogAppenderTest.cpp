@@ -73,7 +73,7 @@ class LogAppenderLevel : public testing::TestWithParam<LevelCase>
 {
 };
 
-TEST_P(LogAppenderLevel, IsThatOfTheMostTalkativeCategory)
+TEST_P(LogAppenderLevel, IsThatOfTheMostVerboseCategory)
 {
     const KeepingAppenderRef appender(new KeepingAppender(words("*"), words(GetParam().categories)));
     EXPECT_EQ(appender->getLogLevel(), GetParam().level);
@@ -92,7 +92,7 @@ const LevelCase LEVELS[] = {
     {"ErrorAndDebug2", "ERROR DEBUG2", blocxx::E_DEBUG2_LEVEL, true, false},
     {"TheOrderDoesNotMatter", "DEBUG2 ERROR", blocxx::E_DEBUG2_LEVEL, true, false},
     {"Debug3", "DEBUG3", blocxx::E_DEBUG3_LEVEL, false, true},
-    {"AllIsNoCategory", "ALL", blocxx::E_ALL_LEVEL, false, false},
+    {"AllIsNotACategory", "ALL", blocxx::E_ALL_LEVEL, false, false},
     {"NoneIsNoCategory", "NONE", blocxx::E_ALL_LEVEL, false, false},
     {"WrongCase", "error", blocxx::E_ALL_LEVEL, false, false},
     {"CustomBesideError", "ERROR custom", blocxx::E_ALL_LEVEL, true, false},

@@ -43,7 +43,7 @@ TEST(HTTPConnection, BothSidesAreGoodAfterOpening)
     EXPECT_TRUE(connection.ostream().good());
 }
 
-TEST(HTTPConnection, OneStateForBothSides)
+TEST(HTTPConnection, BothSidesShareOneState)
 {
     ScriptedServer server([](ServerConnection& peer) { peer.waitUntilPeerCloses(); });
     HTTPConnection connection = connectTo(server);

@@ -240,7 +240,7 @@ TEST(HTTPTransferDecoder, ChunkedBodyIsNotCompleteAfterAReset)
     EXPECT_FALSE(decoder->bodyIsComplete());
 }
 
-TEST(HTTPTransferDecoder, BodyBehindAFailedStreamIsNeverComplete)
+TEST(HTTPTransferDecoder, BodyAfterAFailedStreamIsNeverComplete)
 {
     for (const Headers& headers : {Headers(), chunked()})
     {

@@ -92,7 +92,7 @@ private:
     std::atomic<int>& m_count;
 };
 
-TEST(ContentBIO, ReadsTheBytesAndThenAnswersMinusOne)
+TEST(ContentBIO, ReadsTheBytesAndThenReturnsMinusOne)
 {
     const Chain bio = chainOver(octets("12345"));
     std::array<char, 100> buffer{};
@@ -112,7 +112,7 @@ TEST(ContentBIO, ReadsNoMoreThanAskedFor)
     EXPECT_EQ(BIO_read(bio.get(), buffer.data(), 3), 2);
 }
 
-TEST(ContentBIO, AnswersZeroWhenTheContentHasNothingThisTime)
+TEST(ContentBIO, ReturnsZeroWhenTheContentHasNothingThisTime)
 {
     const Chain bio = chainOver(scripted(zol_test::byteByByte("ab")));
     char c = 0;
@@ -203,7 +203,7 @@ TEST(ContentBIO, DestroyLeavesDataPointerAndInitFlag)
     EXPECT_EQ(BIO_free(bio), 1);
 }
 
-TEST(ContentBIO, EveryControlCommandAnswersZero)
+TEST(ContentBIO, EveryControlCommandReturnsZero)
 {
     const Chain bio = chainOver(octets("12345"));
     for (int command = 0; command < 256; ++command)
@@ -306,7 +306,7 @@ TEST(ContentBIO, HoldsContentAndStateUntilItIsFreed)
     EXPECT_EQ(alive, 0);
 }
 
-TEST(ContentBIO, AContentThatRefusesAStateIsLetGo)
+TEST(ContentBIO, AContentThatRefusesAStateIsReleased)
 {
     std::atomic<int> alive{0};
     IntrusiveReference<CountedContent> content(new CountedContent(alive));

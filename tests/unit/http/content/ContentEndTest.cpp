@@ -80,7 +80,7 @@ TEST(ContentEnd, IsOrderlyForAContentThatDoesNotTell)
     EXPECT_FALSE(endsBadly(ContentRef(new zol_test::ScriptedContent({"abc"}))));
 }
 
-TEST(ContentEnd, IsToldByAContentOfTheProgramsOwn)
+TEST(ContentEnd, IsReportedByAContentOfTheProgramsOwn)
 {
     EXPECT_TRUE(endsBadly(ContentRef(new LostContent)));
 }
@@ -156,7 +156,7 @@ TEST(ContentEnd, OfAMultipartBodyIsBadWhereAPartEndedBadly)
     multipart->addPart(bad);
     EXPECT_TRUE(endsBadly(multipart));
     multipart->addPart(good);
-    EXPECT_TRUE(endsBadly(multipart)) << "the parts behind it do not mend it";
+    EXPECT_TRUE(endsBadly(multipart)) << "the parts after it do not mend it";
     blocxx::IntrusiveReference<MultipartMixedContent> outer(new MultipartMixedContent("O"));
     outer->addPart(multipart);
     EXPECT_TRUE(endsBadly(outer)) << "nor does another body around it";

@@ -187,7 +187,7 @@ TEST(MIMEContentIStream, StaysBadAfterAnExceptionOfTheContent)
     EXPECT_TRUE(stream.bad());
 }
 
-TEST(MIMEContentIStream, IsBadBehindTheBytesOfAContentThatEndedBadly)
+TEST(MIMEContentIStream, IsBadAfterTheBytesOfAContentThatEndedBadly)
 {
     const MIME::ContentRef content(new CutContent({"abc"}));
     MIMEContentIStream stream(content);
@@ -249,7 +249,7 @@ TEST(MIMEContentIStream, LengthIsThatOfTheContent)
     EXPECT_EQ(payload.getContentLength(), 6U);
 }
 
-TEST(MIMEContentIStream, UnknownLengthIsToldAndItsExceptionPasses)
+TEST(MIMEContentIStream, UnknownLengthIsReportedAndItsExceptionPasses)
 {
     const auto content = scripted({"x"});
     content->lengthIsKnown = false;

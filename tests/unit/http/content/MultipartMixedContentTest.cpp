@@ -204,7 +204,7 @@ TEST(MultipartMixedContent, TheLengthIsAskedThroughTheVirtualFunction)
     EXPECT_THROW(content.getContentLength(), ContentException);
 }
 
-TEST(MultipartMixedContent, ARequestOfNothingIsAnsweredWithTheEnd)
+TEST(MultipartMixedContent, ARequestOfNothingReturnsTheEnd)
 {
     MultipartMixedContent content("b");
     content.addPart(octets("x"));
@@ -339,7 +339,7 @@ TEST(MultipartMixedContent, AThrowingBodyLeavesTheStateInTheBody)
     EXPECT_EQ(readAll(content, state, 100), "hi\r\n--b--") << "what the failed call had copied is lost";
 }
 
-TEST(MultipartMixedContent, AThrowingTypeLeavesTheStateBehindTheHeaderLine)
+TEST(MultipartMixedContent, AThrowingTypeLeavesTheStateAfterTheHeaderLine)
 {
     MultipartMixedContent content("b");
     const IntrusiveReference<ScriptedContent> part = plain("hi");

@@ -210,7 +210,7 @@ TEST(FileApplicationOctetStreamContent, LargestRequestGivesTheRestOfTheFile)
     EXPECT_EQ(content->getData(buffer, END_OF_DATA, content->createInitialStreamState()), 3U);
 }
 
-TEST(FileApplicationOctetStreamContent, LargeRequestIsAnsweredInOneCall)
+TEST(FileApplicationOctetStreamContent, LargeRequestIsFilledInOneCall)
 {
     const TemporaryDirectory folder;
     const std::string text = zol_test::distinctBytes(300000);
@@ -461,7 +461,7 @@ TEST(FileApplicationOctetStreamContent, FileOfNoBytesAtABorderGivesOneEmptyRead)
     EXPECT_EQ(readOnce(content, 100, state), "END");
 }
 
-TEST(FileApplicationOctetStreamContent, LengthTellsWhyAFileCannotBeLookedAt)
+TEST(FileApplicationOctetStreamContent, LengthSaysWhyAFileCannotBeExamined)
 {
     const TemporaryDirectory directory;
     const std::string file = directory.write("file", "x");

@@ -45,7 +45,7 @@ ContentTypeHeader typeFrom(const char* line)
     return type;
 }
 
-/// A content over the connection of a server that has sent a body and closed, or stays silent behind it.
+/// A content over the connection of a server that has sent a body and closed, or stays silent after it.
 class UnbufferedContentReading : public testing::Test
 {
 protected:

@@ -184,8 +184,8 @@ TEST(MultipartMemory, TheHeadersOfAPartAreNotKeptWithItsContent)
 class Repeating : public blocxx::BaseStreamBuffer
 {
 public:
-    Repeating(std::string before, size_t count, std::string behind)
-        : BaseStreamBuffer(E_IN, 65536), m_before(std::move(before)), m_count(count), m_behind(std::move(behind))
+    Repeating(std::string before, size_t count, std::string after)
+        : BaseStreamBuffer(E_IN, 65536), m_before(std::move(before)), m_count(count), m_after(std::move(after))
     {
     }
 
@@ -194,7 +194,7 @@ protected:
     {
         if (m_before.empty() && m_count == 0)
         {
-            m_before.swap(m_behind);
+            m_before.swap(m_after);
         }
         const auto most = static_cast<size_t>(room);
         if (!m_before.empty())
@@ -212,7 +212,7 @@ protected:
 private:
     std::string m_before;
     size_t m_count;
-    std::string m_behind;
+    std::string m_after;
 };
 
 const std::string TWO_PARTS = "--B\r\nContent-Type: text/plain\r\n\r\none\r\n--B\r\n\r\ntwo\r\n--B--";

@@ -202,7 +202,7 @@ TEST(Request, LargeBodyIsCopiedInBlocks)
     EXPECT_LT(buffer.singleBytes, 30);
 }
 
-TEST(Request, IsFlushedBehindTheBody)
+TEST(Request, IsFlushedAfterTheBody)
 {
     NotingBuffer buffer;
     std::ostream out(&buffer);
@@ -236,7 +236,7 @@ TEST(Request, ContentThatThrowsBeforeItsFirstByteLeavesFailbit)
     EXPECT_TRUE(out.fail());
 }
 
-TEST(Request, ContentThatThrowsHalfWayLeavesFailbitBehindItsBytes)
+TEST(Request, ContentThatThrowsHalfWayLeavesFailbitAfterItsBytes)
 {
     const blocxx::IntrusiveReference<ScriptedContent> content(new ScriptedContent({"abc", "def"}));
     content->throwAtPiece = 1;
@@ -246,7 +246,7 @@ TEST(Request, ContentThatThrowsHalfWayLeavesFailbitBehindItsBytes)
     EXPECT_EQ(out.str(), "POST /cgi HTTP/1.1\r\n\r\nabc");
 }
 
-TEST(Request, ContentThatRefusesAReaderThrowsBehindTheHead)
+TEST(Request, ContentThatRefusesAReaderThrowsAfterTheHead)
 {
     const blocxx::IntrusiveReference<ScriptedContent> content(new ScriptedContent({"abc"}));
     content->refusesReaders = true;

@@ -81,7 +81,7 @@ const std::string TWO_PARTS = "a preamble\r\n"
                               "--B\r\nContent-Type: application/octet-stream\r\n\r\ntwo\r\n"
                               "--B--\r\nan epilogue\r\n";
 
-TEST(MultipartBody, PartsComeInOrderWithoutTheLineEndInFrontOfABoundary)
+TEST(MultipartBody, PartsComeInOrderWithoutTheLineEndBeforeABoundary)
 {
     EXPECT_THAT(partsOf(TWO_PARTS), ElementsAre("text:one", "octets:two"));
 }
@@ -97,7 +97,7 @@ TEST(MultipartBody, APartKeepsItsOwnLineEndsAndDashes)
                 ElementsAre("text:\r\n--A\r\n--\r\n"));
 }
 
-TEST(MultipartBody, BlanksBehindABoundaryAreDiscarded)
+TEST(MultipartBody, BlanksAfterABoundaryAreDiscarded)
 {
     const zol_test::LogCapture log;
     const std::string tabbed = "--B \t\r\nContent-Type: text/plain\r\n\r\none\r\n--B--";
@@ -139,7 +139,7 @@ TEST(MultipartBody, ABoundaryWithoutItsLineEndIsReportedAndItsPartKept)
     EXPECT_THAT(errorsIn(body), ElementsAre("ERROR response: No trailing \\r\\n located after boundary."));
 }
 
-TEST(MultipartBody, ALoneLineFeedBehindABoundaryIsNotItsLineEnd)
+TEST(MultipartBody, ALoneLineFeedAfterABoundaryIsNotItsLineEnd)
 {
     const std::string body = "--B\nContent-Type: text/plain\n\none\r\n--B--";
     EXPECT_THAT(partsOf(body), ElementsAre("octets:Content-Type: text/plain\n\none"))
@@ -147,7 +147,7 @@ TEST(MultipartBody, ALoneLineFeedBehindABoundaryIsNotItsLineEnd)
     EXPECT_THAT(errorsIn(body), ElementsAre("ERROR response: No trailing \\r\\n located after boundary."));
 }
 
-TEST(MultipartBody, ACarriageReturnAsTheLastByteIsNoLineEnd)
+TEST(MultipartBody, ACarriageReturnAsTheLastByteIsNotALineEnd)
 {
     const std::string body = "--B \r";
     EXPECT_THAT(errorsIn(body), ElementsAre("ERROR response: No trailing \\r\\n located after boundary."));
@@ -204,7 +204,7 @@ TEST(MultipartBody, WhatBeginsWithTwoDashesIsTheEnd)
     response.parseResponseData(in);
     EXPECT_THAT(described(response.contents), ElementsAre("text:one"));
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "\r\n\r\nthree")
-        << "a boundary behind the end is where reading stops";
+        << "a boundary after the end is where reading stops";
 }
 
 TEST(MultipartBody, APartOfAnotherTypeIsReportedUnderTheOuterTypeAndSkipped)
@@ -540,7 +540,7 @@ TEST(MultipartBody, AHeaderOfTenMegabytesMakesAnOctetStreamAndNothingElseIsLost)
     EXPECT_TRUE(response.bodyIsComplete());
 }
 
-TEST(MultipartBody, APreambleOfSixteenMegabytesIsPassedOver)
+TEST(MultipartBody, APreambleOfSixteenMegabytesIsSkipped)
 {
     std::string body;
     body.resize(16 << 20, '-');

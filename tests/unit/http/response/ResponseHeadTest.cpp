@@ -42,7 +42,7 @@ struct BufferBroke
 {
 };
 
-/// Delivers its bytes one at a time, and throws behind the last one.
+/// Delivers its bytes one at a time, and throws after the last one.
 class ThrowingBuffer : public std::streambuf
 {
 public:
@@ -321,7 +321,7 @@ TEST(ResponseHead, OfAConnectionIsReadAsThatOfItsStreamAndNothingElse)
 
 TEST(ResponseHead, WhatTheStreamsBufferThrowsPassesUnchangedWithBadbit)
 {
-    // Behind whole words and lines, and in the middle of each.
+    // After whole words and lines, and in the middle of each.
     const std::string head = "HTTP/1.1 200 All well\r\nA: 1\r\nContent-Type: text/plain\r\n\r\n";
     for (size_t length = 0; length < head.size(); ++length)
     {
@@ -439,7 +439,7 @@ TEST(ResponseHead, DumpedLinesNameTheFunctionThatDumps)
     EXPECT_EQ(dumped, 5);
 }
 
-TEST(ResponseHead, LogsThatTheStreamIsBadAndGoesOn)
+TEST(ResponseHead, LogsThatTheStreamIsBadAndContinues)
 {
     const zol_test::LogCapture log(blocxx::E_DEBUG3_LEVEL);
     std::istringstream input("HTTP/1.1 200 OK\r\n\r\n");

@@ -12,7 +12,7 @@ namespace blocxx
 
 class Bool;
 
-/// A growing buffer of bytes with a terminator behind the last one. NUL is a byte like any other; a null C string
+/// A growing buffer of bytes with a terminator after the last one. NUL is a byte like any other; a null C string
 /// counts as empty; a buffer can be appended to itself. Copies are deep. Used by one thread at a time.
 ///
 /// @code

@@ -36,7 +36,7 @@ public:
 
     std::istream& getInputStreamOrig() { return m_istr; }
 
-    /// Gets ready for another body, which begins where the wrapped stream stands: behind the body before, if that was
+    /// Gets ready for another body, which begins where the wrapped stream stands: after the body before, if that was
     /// read up to its end of file. The states of both streams are not cleared.
     void resetInput();
 
@@ -91,7 +91,7 @@ protected:
 /// The body of an HTTP message in chunked transfer coding, as a stream of its data (RFC 9112 section 7.1).
 ///
 /// @code
-/// OpenWBEM::HTTPChunkedIStream body(connection); // which stands behind the head
+/// OpenWBEM::HTTPChunkedIStream body(connection); // which stands after the head
 /// file << body.rdbuf();
 /// if (body.bad())
 /// {
@@ -100,7 +100,7 @@ protected:
 /// @endcode
 ///
 /// The end of a complete body is the end of the stream: eofbit, and failbit after a read that came short, but never
-/// badbit. A body that is malformed or cut short sets badbit, behind the last byte that was decoded.
+/// badbit. A body that is malformed or cut short sets badbit, after the last byte that was decoded.
 class OW_HTTP_API HTTPChunkedIStream : private HTTPChunkedIStreamBase, public std::istream
 {
 public:

@@ -26,7 +26,7 @@ using HTTPHeaderMap = blocxx::Map<blocxx::String, blocxx::String>;
 /// }
 /// @endcode
 ///
-/// Lines end with LF or CR LF, and no byte behind the head is read. Names are stored in lower case, without the white
+/// Lines end with LF or CR LF, and no byte after the head is read. Names are stored in lower case, without the white
 /// space around them and around their values; the values of one name are joined with ", " in the order of their
 /// arrival, but a repeated content-length of the same value is kept once. A continuation line is joined with one blank,
 /// or with none if it continues an empty value.

@@ -12,7 +12,7 @@
 namespace ZOLNS2::HTTP
 {
 
-/// Turns the input of a connection, from the first byte behind a response head, into the bytes of the body.
+/// Turns the input of a connection, from the first byte after a response head, into the bytes of the body.
 ///
 /// A decoder holds its own handle to the connection and so keeps it open for as long as the body may still be read. It
 /// is read once, from front to back, by one reader at a time.

@@ -71,7 +71,7 @@ public:
     /// than 2 GiB; a part whose getData() returns 0 is asked again at once, until it delivers or reports its end.
     ///
     /// What a part throws passes through. The bytes copied by that call are lost, and after a failing getContentType()
-    /// the next call continues behind that part's header line.
+    /// the next call continues after that part's header line.
     /// @return the bytes copied; the largest size_t at the end, and at once where there is no part
     /// @throws blocxx::NULLReferenceException if `state` is null or of another kind, or a part is null
     size_t getData(char* buffer, size_t count, const ContentStreamStateRef& state) override;
@@ -88,10 +88,10 @@ public:
     /// The parts themselves. To be changed before the reading starts.
     virtual Contents& getParts();
 
-    /// Puts `part` behind the others.
+    /// Puts `part` after the others.
     virtual void addPart(ContentRef part);
 
-    /// Whether one of the parts read so far ended badly. The parts behind it are written all the same.
+    /// Whether one of the parts read so far ended badly. The parts after it are written all the same.
     /// @throws blocxx::NULLReferenceException if there are parts and `state` is null or of another kind
     bool endedBadly(const ContentStreamStateRef& state) const override;
 

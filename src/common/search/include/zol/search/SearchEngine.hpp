@@ -35,7 +35,7 @@ public:
 
     std::size_t length() const { return m_pattern.size(); }
 
-    /// Looks for the pattern, which must not be empty, in `text` at `candidate` and behind it. When it is there,
+    /// Looks for the pattern, which must not be empty, in `text` at `candidate` and after it. When it is there,
     /// `candidate` becomes its place; otherwise the first place where it could still begin, which is less than the
     /// length of the pattern before the end of the text, or that end.
     bool find(const char* text, std::size_t size, std::size_t& candidate) const;

@@ -51,7 +51,7 @@ public:
     /// Reads `in` up to and including the first occurrence of the pattern.
     ///
     /// True: found. `out` holds every byte read in front of the occurrence, the occurrence itself is dropped, and the
-    /// stream stands right behind it: nothing further has been read, neither eofbit nor failbit is set, and gcount()
+    /// stream stands right after it: nothing further has been read, neither eofbit nor failbit is set, and gcount()
     /// is 1, as after a single-character read. An empty pattern is found at once, with nothing read.
     ///
     /// False: the stream ended or failed first. Its state and its gcount(), which is 0, are those of a single-character

@@ -32,7 +32,7 @@ public:
     bool fillGetArea(std::size_t atMost) const;
 
     /// Reads straight from the device into the caller's memory, past an empty get area, as much as one read delivers. Up
-    /// to `ahead` bytes behind them may come along; those become the get area.
+    /// to `ahead` bytes after them may come along; those become the get area.
     /// @param to room for `count` + `ahead` bytes, all of which may be written to
     /// @return the bytes of the `count`; 0 at the end of the input
     std::size_t readDirect(char* to, std::size_t count, std::size_t ahead) const;
