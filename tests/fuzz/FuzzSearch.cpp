@@ -81,8 +81,8 @@ void searchAll(std::string_view pattern, const std::string& text, std::size_t ru
 
 } // namespace
 
-// The first byte is the length of the pattern, which follows; the rest is the text. However its stream buffer serves it,
-// the search finds what a plain search of the whole text finds.
+// The first byte is the length of the pattern, which follows; the rest is the text. However its stream buffer serves
+// it, the search finds what a plain search of the whole text finds.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (size < 2)

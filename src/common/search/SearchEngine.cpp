@@ -81,8 +81,8 @@ void SearchEngine::computeSuffixShifts()
     fallBackOnBorders(reuseSuffixes());
 }
 
-/// The shifts for suffixes that occur again in the pattern, after another byte. Entry i of the result is where the
-/// widest border of the suffix that begins at i begins; after the end for a suffix without a border.
+/// The shifts for suffixes that occur again in the pattern, preceded by another byte. Entry i of the result is where
+/// the widest border of the suffix that begins at i begins; after the end for a suffix without a border.
 std::vector<std::size_t> SearchEngine::reuseSuffixes()
 {
     const std::size_t length = m_pattern.size();
@@ -155,7 +155,7 @@ std::size_t SearchEngine::shiftAt(const char* text) const
     return mismatch < 0 ? 0 : shiftAfter(mismatch, asIndex(text[mismatch]));
 }
 
-/// The first place at `end` or after it that may be the last byte of an occurrence: the pattern's last byte stands
+/// The first place at `end` or after it that may be the last byte of an occurrence: the pattern's last byte is
 /// there. Without one, a place at the end of the text or after it.
 std::size_t SearchEngine::skipToLastByte(const char* text, std::size_t size, std::size_t end) const
 {

@@ -42,7 +42,7 @@ unsigned digitValue(char c)
 
 /// Reads what nearly all chunks begin with, if the block holds it whole: CR LF after the data before, a size and CR
 /// LF.
-/// @return after it; null for anything else, which is left to the slower way
+/// @return after it; null for anything else, which is left to the slower path
 const char* parseUsualStart(const char* from, const char* end, std::uint64_t& size)
 {
     constexpr std::ptrdiff_t SHORTEST = 5;

@@ -28,7 +28,7 @@ String trimmed(String text)
     return text;
 }
 
-/// Where the next "=" stands, from `pos` on; `pos` follows the search.
+/// The position of the next "=" from `pos` on; `pos` follows the search.
 size_t findEquals(const String& headerLine, size_t& pos, const OperationLog& log)
 {
     size_t equals = headerLine.indexOf('=', pos);
@@ -130,7 +130,7 @@ void ContentTypeHeader::setContentTypeString(const String& headerLine)
     const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     const size_t start = colon + 1;
     const size_t semicolon = line.indexOf(';', start);
-    // Deliberate: also a "/" after the ";" counts. The subtype then runs to the end of the line.
+    // Deliberate: a "/" after the ";" counts as well. The subtype then runs to the end of the line.
     const size_t slash = line.indexOf('/', start);
     String type;
     String subtype;

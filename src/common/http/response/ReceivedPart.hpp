@@ -7,19 +7,19 @@
 namespace ZOLNS2::HTTP::HTTPResponseUnit
 {
 
-/// What a multipart body holds in front of one of its boundaries, as it arrives (RFC 2046, section 5.1.1): the
-/// preamble, a part, or what follows the closing boundary. The bytes of a part are kept. Nobody reads the others, so
-/// those are only counted, however many a server sends.
+/// What a multipart body holds before one of its boundaries, as it arrives (RFC 2046, section 5.1.1): the
+/// preamble, a part, or what follows the closing boundary. The bytes of a part are kept. The others are never
+/// read, so those are only counted, however many a server sends.
 class ReceivedPart
 {
 public:
-    /// Drops what was received. What arrives now is the preamble, or stands after a boundary.
+    /// Drops what was received. What arrives next is the preamble, or follows a boundary.
     void begin(bool isPreamble);
 
     /// Takes the next `count` bytes; after a boundary the first two tell whether it was the closing one.
     void append(const char* bytes, std::size_t count);
 
-    /// Whether the boundary in front of these bytes was the closing one. Deliberate: the two bytes alone decide, not
+    /// Whether the boundary before these bytes was the closing one. Deliberate: the two bytes alone decide, not
     /// the line.
     bool isAfterClosingBoundary() const { return m_kind == E_EPILOGUE; }
 

@@ -79,7 +79,7 @@ StringBuffer& StringBuffer::append(const char* text, std::size_t length)
     {
         return *this;
     }
-    // Growing takes the bytes away if they are our own.
+    // Growing frees the bytes if they are in this buffer.
     const char* const begin = m_text.data();
     const std::less_equal<const char*> notAfter;
     const bool isOwn = notAfter(begin, text) && notAfter(text, begin + m_text.size());

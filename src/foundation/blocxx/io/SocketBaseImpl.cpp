@@ -164,7 +164,7 @@ SocketStreams& SocketBaseImpl::streams()
     return *m_streams;
 }
 
-// The frame of a read and a write: `bytes` moves at least one byte of a connected socket.
+// What a read and a write have in common: `bytes` moves at least one byte of a connected socket.
 template <class Transfer>
 int SocketBaseImpl::transfer(const char* name, int length, ErrorAction errorAction, Transfer bytes)
 {

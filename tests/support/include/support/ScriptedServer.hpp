@@ -182,8 +182,8 @@ ScriptedServer::Script respondingWith(std::string bytes);
 /// A script that sends these bytes without reading anything.
 ScriptedServer::Script sending(std::string bytes);
 
-/// A script that resets its connection when one byte has come. (A reset before the client is connected would be a failed
-/// connect.)
+/// A script that resets its connection when one byte has come. (A reset before the client is connected would be a
+/// failed connect.)
 void resetAfterOneByte(ServerConnection& connection);
 
 } // namespace zol_test

@@ -64,7 +64,7 @@ public:
     /// is set.
     /// @throws SocketException if no address could be connected to. The text lists each address with its error; the
     /// code is the `errno` value (ECONNREFUSED, EHOSTUNREACH, ...) of the first in that list that the peer or the
-    /// network caused, or else of the first. With code ETIMEDOUT if the connect time-out expired; the text names the
+    /// network caused, or else of the first. If the connect time-out expired, the code is ETIMEDOUT; the text names the
     /// addresses tried, the phase ("connect" or "TLS handshake") and the limit.
     /// @throws SSLException if the handshake failed; the text names the host and the reason.
     void connect(const SocketAddress& addr);
@@ -79,11 +79,12 @@ public:
     void setConnectTimeout(const Timeout& timeout);
     Timeout getConnectTimeout() const;
 
-    /// Bounds one read: how long no byte of data may arrive. Under TLS session tickets and key updates are no data.
+    /// Bounds one read: the longest time without a byte of data. Under TLS, session tickets and key updates are not
+    /// data.
     void setReceiveTimeout(const Timeout& timeout);
     Timeout getReceiveTimeout() const;
 
-    /// Bounds one write: how long no byte of data may leave.
+    /// Bounds one write: the longest time in which no byte of data leaves.
     void setSendTimeout(const Timeout& timeout);
     Timeout getSendTimeout() const;
 
@@ -110,7 +111,7 @@ public:
     String lastErrorText() const override;
 
     /// Waits until a read would not block: there are bytes, or the stream has ended or failed. Under TLS the bytes may
-    /// turn out to be no data.
+    /// turn out not to be data.
     /// @return true when it is *not* ready: the time is up (`errno` ETIMEDOUT), or the socket is not connected
     /// (ENOTCONN).
     bool waitForInput(const Timeout& timeout = Timeout::infinite);
@@ -130,11 +131,11 @@ public:
     /// This end's address; UNSET if not connected.
     SocketAddress getLocalAddress() const;
 
-    /// The descriptor, -1 if not connected. It stays the socket's.
+    /// The descriptor, -1 if not connected. The socket owns it.
     Select_t getSelectObj() const override;
     SocketHandle_t getfd() const;
 
-    /// OpenSSL's object; null for a plain socket and for one that is not connected. It stays the socket's.
+    /// OpenSSL's object; null for a plain socket and for one that is not connected. The socket owns it.
     SSL* getSSL() const;
 
     /// Whether this is a TLS connection whose peer has shown a valid certificate for the name or address asked for;

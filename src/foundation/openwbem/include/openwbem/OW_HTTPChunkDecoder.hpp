@@ -42,7 +42,7 @@ public:
         char* to;
     };
 
-    /// Decodes a block into some room, until one of them is used up or the message is over. Stops in front of the
+    /// Decodes a block into some room, until one of them is used up or the message is over. Stops before the
     /// trailer if there is data to hand over first.
     Progress decode(const char* from, const char* fromEnd, char* to, char* toEnd);
 

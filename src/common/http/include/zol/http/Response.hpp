@@ -44,7 +44,7 @@ public:
     /// An empty response of type application/octet-stream.
     Response();
 
-    /// The content that `currentPart` stands at, and moves on to the next; a null reference after the last one.
+    /// The content at `currentPart`, which then advances; a null reference after the last one.
     MIME::ContentRef getNextPart();
 
     /// As many zero bytes as the buffer has characters and one more, followed by those characters.
@@ -76,13 +76,14 @@ public:
     void parseResponseData(std::istream& istr);
 
     /// Whether the whole body has arrived: the input came to an orderly end, neither a cut nor an error, and a
-    /// multipart body had its closing boundary in front of that end. For a body that its content reads from a
-    /// connection this is false until it has been read to the end, and then what the content's decoder says. No announced
-    /// length is looked at, and parts that were dropped for their type do not count as missing.
+    /// multipart body had its closing boundary before that end. For a body that its content reads from a
+    /// connection this is false until it has been read to the end, and then what the content's decoder says. Announced
+    /// lengths are ignored, and parts that were dropped for their type do not count as missing.
     bool bodyIsComplete() const;
 
     /// Whether the request was sent whole. False where a write failed in the middle of it and the server sent a
-    /// response all the same, as one may that refuses a large body early. True for a response that was not read from a connection.
+    /// response all the same, as one may that refuses a large body early. True for a response that was not read from a
+    /// connection.
     bool requestIsComplete() const { return m_requestIsComplete; }
 
     blocxx::String reserved1;            ///< not used by the library

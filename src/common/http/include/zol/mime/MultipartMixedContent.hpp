@@ -11,7 +11,7 @@
 namespace ZOLNS2::MIME
 {
 
-/// A reader's position in the wire form of a MultipartMixedContent. It stands at any byte, and it never goes back.
+/// A reader's position in the wire form of a MultipartMixedContent. It can be at any byte, and only moves forward.
 class ZOL_API MultipartMixedContentStreamState : public ContentStreamState
 {
 public:
@@ -20,12 +20,12 @@ public:
         E_DELIMITER,         ///< "--", boundary, line end
         E_PART_HEADER,       ///< the part's one header line and the empty line
         E_BODY,              ///< what the part itself delivers
-        E_AFTER_BODY,        ///< the line end in front of the next delimiter
+        E_AFTER_BODY,        ///< the line end before the next delimiter
         E_CLOSING_DELIMITER, ///< "--", boundary, "--"
         E_FINISHED
     };
 
-    /// Stands at the first delimiter line.
+    /// At the first delimiter line.
     MultipartMixedContentStreamState(const ContentStreamStateRef& partState, const blocxx::String& boundary);
     ~MultipartMixedContentStreamState() override;
 
@@ -41,7 +41,7 @@ public:
 /// read: for every part a delimiter line, the part's content type as its only header line, an empty line, the bytes of
 /// the part and a line end; at last the closing delimiter without a line end. There is no preamble and no epilogue.
 ///
-/// The boundary may not occur in the bytes of a part; nobody checks that.
+/// The boundary must not occur in the bytes of a part; that is not checked.
 ///
 /// @code
 /// blocxx::IntrusiveReference<MIME::MultipartMixedContent> body(new MIME::MultipartMixedContent("boundary-7f3a"));
@@ -88,7 +88,7 @@ public:
     /// The parts themselves. To be changed before the reading starts.
     virtual Contents& getParts();
 
-    /// Puts `part` after the others.
+    /// Appends `part`.
     virtual void addPart(ContentRef part);
 
     /// Whether one of the parts read so far ended badly. The parts after it are written all the same.
