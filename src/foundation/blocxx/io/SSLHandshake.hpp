@@ -1,0 +1,43 @@
+#pragma once
+
+#include "io/PeerIdentity.hpp"
+
+#include "blocxx/SocketAddress.hpp"
+#include "blocxx/String.hpp"
+
+#include <openssl/ssl.h>
+
+namespace blocxx
+{
+
+class Deadline;
+
+/// The TLS handshake of a client on a new connection, and the check of its peer.
+class SSLHandshake
+{
+public:
+    /// @param session    new, and null if OpenSSL could not make it; not owned
+    /// @param descriptor the connection, which the session is put on; not owned
+    /// @param peer       outlives the handshake
+    SSLHandshake(SSL* session, int descriptor, const SocketAddress& peer);
+
+    /// Called once. @return false if the time is up
+    /// @throws SSLException if there is no session, the handshake fails, or the peer's certificate is refused
+    bool perform(const Deadline& deadline);
+
+private:
+    void prepare();
+    bool shakeHands(const Deadline& deadline);
+    void checkPeer() const;
+    bool verifies() const;
+    [[noreturn]] void throwFailed(int sslError, int error) const;
+    [[noreturn]] void throwNotVerified(long verdict) const;
+    String peerText() const;
+
+    SSL* const m_session;
+    const int m_descriptor;
+    const SocketAddress& m_peer;
+    const PeerIdentity m_identity;
+};
+
+} // namespace blocxx
