@@ -43,7 +43,7 @@ TEST(BaseStreamBufferInputError, KeepsTheDevicesTextBesideTheCode)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_IN, 8);
     buffer.errorText = "unknown authority";
-    buffer.input = {ProbeBuffer::data("abc"), ProbeBuffer::answer(-1, EPROTO)};
+    buffer.input = {ProbeBuffer::data("abc"), ProbeBuffer::result(-1, EPROTO)};
     std::istream stream(&buffer);
     EXPECT_EQ(stream.get(), 'a');
     EXPECT_EQ(buffer.inputErrorText(), "");
@@ -71,7 +71,7 @@ TEST(BaseStreamBufferInputError, ATextThatCannotBeMadeHidesNoFailure)
         blocxx::String deviceErrorText() const override { throw std::bad_alloc(); }
     };
     NoMemory buffer(BaseStreamBuffer::E_IN, 8);
-    buffer.input = {ProbeBuffer::data("abc"), ProbeBuffer::answer(-1, EPROTO)};
+    buffer.input = {ProbeBuffer::data("abc"), ProbeBuffer::result(-1, EPROTO)};
     std::istream stream(&buffer);
     buffer.reportErrorsTo(&stream);
     EXPECT_EQ(readBlock(stream, 5), "abc");
@@ -139,7 +139,7 @@ TEST(BaseStreamBufferInputError, ACancelledReadHasNoTextOfAFailureBeforeTheReset
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_IN, 8);
     buffer.errorText = "unknown authority";
-    buffer.input = {ProbeBuffer::answer(-1, EPROTO), ProbeBuffer::cancellation()};
+    buffer.input = {ProbeBuffer::result(-1, EPROTO), ProbeBuffer::cancellation()};
     buffer.sgetc();
     EXPECT_EQ(buffer.inputErrorText(), "unknown authority");
     buffer.reset();

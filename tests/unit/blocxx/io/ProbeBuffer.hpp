@@ -51,7 +51,7 @@ public:
             return static_cast<int>(text.size());
         };
     }
-    static Step answer(int value, int error = 0)
+    static Step result(int value, int error = 0)
     {
         return [=](char*, int)
         {
