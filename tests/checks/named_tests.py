@@ -1,7 +1,7 @@
 """usage: named_tests.py --ctest PROGRAM --build FOLDER PAGE
 
 Fails unless each row of the page's tables names tests in its last column, and all of them exist in the build. A name is
-that of GoogleTest, Suite.Test; of a parameterized test the instance in front and the parameter after may be left out.
+that of GoogleTest, Suite.Test; of a parameterized test the instance before it and the parameter after it may be left out.
 A name that begins with a dot stands in the suite of the one before it.
 """
 import argparse

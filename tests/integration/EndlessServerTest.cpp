@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 
-// Sends the same text again and again until the client has had enough; gives the number of bytes that it let pass.
+// Sends the same text again and again until the client has had enough; returns the number of bytes that it accepted.
 ScriptedServer::Script endlessly(const std::string& first, const std::string& again, std::atomic<std::uint64_t>& sent)
 {
     return [=, &sent](ServerConnection& c)

@@ -290,7 +290,7 @@ TEST_F(Nginx, ABodyNobodyReadsIsGivenUp)
         const HTTP::Response response = fetch(m_server.port(), ask);
         EXPECT_EQ(response.contents.size(), 1u);
     }
-    // The server is there for others.
+    // The server still serves others.
     EXPECT_EQ(bodyAt("/echo"), "one\ntwo\nthree");
 }
 

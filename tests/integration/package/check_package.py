@@ -127,10 +127,10 @@ def paths(args):
 
 
 class OneResponseServer:
-    """Answers each connection with the same bytes and keeps what the last one asked."""
+    """Responds to each connection with the same bytes and keeps its last request."""
 
-    def __init__(self, answer):
-        self.answer = answer
+    def __init__(self, response):
+        self.response = response
         self.request = b""
         self.listener = socket.create_server(("127.0.0.1", 0))
         self.listener.settimeout(30)
@@ -144,7 +144,7 @@ class OneResponseServer:
                 self.request = b""
                 while b"\r\n\r\n" not in self.request:
                     self.request += connection.recv(4096)
-                connection.sendall(self.answer)
+                connection.sendall(self.response)
 
     def address(self):
         return "127.0.0.1:%d" % self.listener.getsockname()[1]

@@ -70,7 +70,7 @@ inline const Way WAYS[] = {{E_ONE_BLOCK, 0},    {E_ONE_BLOCK, 65536},    {E_ONE_
                            {E_BLOCKS_OF_3, 0},  {E_BLOCKS_OF_3, 65536},  {E_BLOCKS_OF_3, 1},  {E_BLOCKS_OF_3, 5},
                            {E_SINGLE_BYTES, 0}, {E_SINGLE_BYTES, 65536}, {E_SINGLE_BYTES, 1}, {E_SINGLE_BYTES, 5}};
 
-/// Reads a body in all ways; `check` gets the stream, the data read and what is left on the wire.
+/// Reads a body in all ways; `check` gets the stream, the data read, the state of the wrapped stream, and what is left.
 template <typename Check>
 void readInAllWays(const std::string& wire, Check check)
 {

@@ -1,4 +1,4 @@
-// What becomes of a body when its input fails, throws or is cancelled.
+// What happens to a body when its input fails, throws or is cancelled.
 
 #include "ChunkedReading.hpp"
 #include "support/Cancellation.hpp"
@@ -129,7 +129,7 @@ TEST(HTTPChunkedIStream, TheMasksOfBothStreamsAreTheirOwn)
     EXPECT_EQ(stateOf(wrapped), "F");
 }
 
-/// A buffer of its own kind, without a get area: each byte comes alone, although more are announced.
+/// A buffer without a get area: each byte arrives alone, although more are announced.
 class UnbufferedText : public std::streambuf
 {
 public:

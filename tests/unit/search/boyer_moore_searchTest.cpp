@@ -293,7 +293,7 @@ TEST(BoyerMooreSearch, FindsItThroughABufferOfOursThatHasNoWindow)
     EXPECT_EQ(searchIn(searchFor("--b"), in), (Found{false, "rest--"}));
 }
 
-/// Keeps the runs that it was given.
+/// Records the runs that it was given.
 struct Runs
 {
     void append(const char* bytes, std::size_t count) { text.append(bytes, count); }
@@ -356,7 +356,7 @@ TEST(BoyerMooreSearch, RefusesAPatternThatItsIndexTypeCannotCount)
     EXPECT_THROW(Small(tooLong.data(), 127), std::length_error);
 }
 
-/// What a search leaves behind, the stream's state and what it threw included.
+/// The outcome of a search, with the state of the stream and what it threw.
 struct Outcome
 {
     std::string thrown{};

@@ -54,7 +54,7 @@ std::ostream& operator<<(std::ostream& out, const Counting& value)
     return out << "counted";
 }
 
-/// Notes the errno that it is formatted with, and changes it.
+/// Records the errno that it is formatted with, and changes it.
 struct NotingErrno
 {
     std::vector<int>* seen;

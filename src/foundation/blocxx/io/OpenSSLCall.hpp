@@ -13,8 +13,8 @@
 namespace blocxx
 {
 
-/// Calls OpenSSL with a clean error queue and an errno of 0. A thread is cancelled before the call or in the waits, never
-/// in the call: OpenSSL does not clean up its state when something unwinds through it.
+/// Calls OpenSSL with a clean error queue and an errno of 0. A thread is cancelled before the call or in the waits,
+/// never in the call: OpenSSL does not clean up its state when something unwinds through it.
 template <class Call>
 int callOpenSSL(SSL* session, Call function)
 {

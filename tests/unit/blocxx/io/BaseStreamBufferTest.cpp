@@ -208,7 +208,7 @@ TEST(BaseStreamBufferInput, SizeZeroCountsAsOne)
 
 TEST(BaseStreamBufferInput, SizeBeyondIntIsClippedToIt)
 {
-    // The memory is taken at the first need only, and a straight read needs none.
+    // The buffer is allocated when it is first needed, and a straight read needs none.
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, static_cast<std::size_t>(-1));
     buffer.sputn("abc", 3);
     buffer.pubsync();

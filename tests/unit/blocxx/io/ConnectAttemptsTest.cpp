@@ -186,7 +186,7 @@ TEST(ConnectAttempts, AConnectionToItselfIsRefused)
 {
     const std::uint16_t port = zol_test::freePort();
     SystemCalls calls;
-    // What the kernel does when it chances on the same port.
+    // What the kernel does when it happens to choose the same port.
     calls.onConnect = [](int fd, const sockaddr* native, socklen_t size)
     {
         EXPECT_EQ(::bind(fd, native, size), 0);

@@ -18,7 +18,7 @@
 namespace zol_test
 {
 
-/// A text without a period of a power of two.
+/// A text whose period is not a power of two.
 inline std::string bytes(std::size_t count)
 {
     std::string text(count, '\0');

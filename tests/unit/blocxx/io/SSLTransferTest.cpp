@@ -52,7 +52,7 @@ ScriptedServer::Options renegotiatingServer()
     return options;
 }
 
-// Goes on with a handshake of the server's that is under way, for a while.
+// Continues a handshake that the server has begun, for a while.
 bool finishHandshake(ServerConnection& connection)
 {
     for (int i = 0; i < 400 && SSL_do_handshake(connection.ssl()) != 1; ++i)
@@ -278,7 +278,7 @@ TEST(SSLWrite, ToAResetPeerIsAnErrorAndNoSignal)
     Socket socket(trustingClient());
     socket.connect(loopback(server.port()));
     socket.write("x", 1);
-    // Takes the news of the reset, so that the write finds a broken pipe.
+    // Reads the reset, so that the write finds a broken pipe.
     char byte = 0;
     EXPECT_EQ(socket.read(&byte, 1), -1);
     EXPECT_EQ(socket.write("x", 1), -1);
@@ -302,7 +302,7 @@ TEST(SSLWrite, WithinARenegotiationContinuesWhenThePeerResponds)
                           });
     Socket socket(trustingClient());
     socket.connect(loopback(server.port()));
-    // Reads the wish to renegotiate, and no answer to what it sends then.
+    // Reads the request to renegotiate, and no response to what it sends then.
     socket.setReceiveTimeout(Timeout::relative(0.1F));
     char byte = 0;
     EXPECT_EQ(socket.read(&byte, 1), -1);
@@ -366,7 +366,7 @@ TEST(SSLClose, OfAConnectionThatThePeerHasLeftRaisesNoSignal)
     socket.connect(loopback(server.port()));
     char byte = 0;
     EXPECT_EQ(socket.read(&byte, 1), 0);
-    // The end may be seen before the server's socket is gone; what is written after that is answered with a reset.
+    // The end may be seen before the server's socket is gone; what is written after that causes a reset.
     ASSERT_EQ(closed.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
     socket.write("x", 1);
     pollfd reset{socket.getfd(), 0, 0};

@@ -202,7 +202,7 @@ TEST(LogAppender, AThreadsOwnIsHeardWithoutADefault)
     EXPECT_EQ(own->texts(), std::vector<std::string>{"c ERROR heard"});
 }
 
-/// Tells when it goes.
+/// Reports its destruction.
 class CountedAppender : public KeepingAppender
 {
 public:
@@ -233,7 +233,7 @@ TEST(LogAppender, AScopePutsTheFormerOneBack)
     EXPECT_EQ(LogAppender::getThreadLogAppender(), outer);
 }
 
-/// Is a cancellation point, as one is that writes to a file.
+/// Is a cancellation point, like an appender that writes to a file.
 class CancellableAppender : public LogAppender
 {
 public:

@@ -75,7 +75,7 @@ ScriptedServer::Script resettingAfter(const std::string& wire)
     };
 }
 
-/// Reads `count` bytes, lets the server of `resettingAfter` go on, and reads to the end.
+/// Reads `count` bytes, lets the server of `resettingAfter` continue, and reads to the end.
 std::string readAcrossReset(const HTTPTransferDecoderRef& decoder, size_t count)
 {
     std::string body(count, '\0');

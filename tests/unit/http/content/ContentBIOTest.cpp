@@ -53,7 +53,7 @@ ContentRef octets(const std::string& bytes)
     return ContentRef(new ApplicationOctetStreamContent(bytes.data(), bytes.size()));
 }
 
-/// All bytes up to the first answer that is not positive.
+/// All bytes up to the first result that is not positive.
 std::string readAll(BIO* bio)
 {
     std::string all;
@@ -66,7 +66,7 @@ std::string readAll(BIO* bio)
     return all;
 }
 
-/// Counts itself, and the states it made.
+/// Counts its instances and the states it made.
 class CountedContent : public ScriptedContent
 {
 public:
@@ -253,7 +253,7 @@ TEST(ContentBIO, TwoOverOneContentReadIndependently)
     EXPECT_EQ(readAll(first.get()), "2345");
 }
 
-/// What a BIO keeps, for a program that fills one by itself.
+/// What a BIO keeps, for a program that fills one itself.
 struct Record
 {
     ContentRef content;

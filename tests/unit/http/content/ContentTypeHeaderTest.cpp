@@ -185,7 +185,7 @@ TEST(ContentTypeHeader, WithoutSlashTheIndexOfTheSemicolonIsTheLength)
     const ContentTypeHeader whole = parsed("Content-Type: text;a=b");
     EXPECT_EQ(whole.getType(), " text;a=b");
     EXPECT_THAT(parametersOf(whole), ElementsAre("a=b"));
-    // The ";" has index 3: three characters from after the colon.
+    // The ";" has index 3: three characters, counted from after the colon.
     EXPECT_EQ(parsed("T:x;abc=d").getType(), "x;a");
 }
 

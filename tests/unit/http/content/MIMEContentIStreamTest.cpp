@@ -59,7 +59,7 @@ TEST(MIMEContentIStream, RefillsAskForAsMuchAsTheBufferHolds)
     const auto content = scripted({bytes});
     MIMEContentIStream stream(content);
     EXPECT_EQ(readByByte(stream), bytes);
-    // The last two meet the end of the data: an end is asked about again by every read.
+    // The last two meet the end of the data: every read asks about the end again.
     EXPECT_THAT(content->requests, testing::Each(4096U));
     EXPECT_GE(content->requests.size(), 4U);
     EXPECT_LE(content->requests.size(), 5U);

@@ -24,7 +24,7 @@ using blocxx::IntrusiveReference;
 using zol_test::ScriptedContent;
 using State = MultipartMixedContentStreamState;
 
-/// All bytes from the state's place on, in reads of `size`.
+/// All bytes from the state's position on, in reads of `size`.
 std::string readAll(Content& content, const ContentStreamStateRef& state, size_t size)
 {
     std::string all;
@@ -57,7 +57,7 @@ IntrusiveReference<ScriptedContent> plain(const std::string& bytes)
     return part;
 }
 
-/// Notes every call but those about the length.
+/// Records every call but those about the length.
 class RecordingContent : public ScriptedContent
 {
 public:

@@ -18,15 +18,15 @@ namespace
 
 using namespace ZOLNS2;
 
-/// A part of that many bytes, with its own header lines and the boundary line in front of it.
+/// A part of that many bytes, with its own header lines and the boundary line before it.
 struct PartPlan
 {
     const char* type;
     size_t bytes;
-    size_t otherHeaders = 0; ///< bytes of header lines in front of its type
+    size_t otherHeaders = 0; ///< bytes of header lines before its type
 };
 
-/// Delivers a multipart body part by part, and notes the most memory that was in use while each part was the last one
+/// Delivers a multipart body part by part, and records the most memory that was in use while each part was the last one
 /// delivered. It holds none of the bytes itself.
 class PartByPart : public blocxx::BaseStreamBuffer
 {
@@ -277,7 +277,7 @@ TEST(MultipartMemory, NothingIsLostWhenAnAllocationFails)
         ASSERT_EQ(allocation_counter::live(), before) << "after the failure of allocation " << allowed;
     }
     EXPECT_GT(failures, 50);
-    EXPECT_LT(failures, 1000) << "some readings got by without so many allocations";
+    EXPECT_LT(failures, 1000) << "some readings needed fewer allocations";
 }
 
 TEST(MultipartMemory, TheCounterCounts)

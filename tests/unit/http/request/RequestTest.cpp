@@ -53,7 +53,7 @@ std::string readAll(std::istream& in)
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-/// Notes how it is written to.
+/// Records how it is written to.
 class NotingBuffer : public std::stringbuf
 {
 public:

@@ -91,7 +91,7 @@ public:
     bool endedBadly(const ZOLNS2::MIME::ContentStreamStateRef&) const override { return true; }
 };
 
-/// Takes so many bytes and no more.
+/// Accepts a limited number of bytes.
 class FullBuffer : public std::stringbuf
 {
 public:

@@ -20,7 +20,7 @@ inline ZOLNS2::HTTP::Response multipartResponse(const char* parameters = "; boun
     return response;
 }
 
-/// What became of a part: its kind, a colon, its bytes.
+/// How a part was read: its kind, a colon, its bytes.
 inline std::string described(const ZOLNS2::MIME::ContentRef& content)
 {
     return (content.cast_to<ZOLNS2::MIME::TextPlainContent>()                ? "text:"

@@ -229,7 +229,7 @@ TEST(ResponseBody, ErrorStatusOverAConnectionIsLoggedAndThrown)
     try
     {
         getResponse(connection);
-        FAIL() << "404 is no success";
+        FAIL() << "404 is not a success";
     }
     catch (const HTTPException& e)
     {

@@ -28,7 +28,7 @@ using zol_test::logLines;
 using ZOLNS2::HTTP::HTTPException;
 using ZOLNS2::HTTP::Response;
 
-/// What reading a head came to: the response as it was left, and the exception if there was one.
+/// The result of reading a head: the response as it was left, and the exception if there was one.
 struct Outcome
 {
     Response response;
@@ -287,7 +287,7 @@ TEST(ResponseHead, RefusedHeadOfTwoOrFourWordsIsTakenAsRead)
         EXPECT_FALSE(outcome.refused) << outcome.message;
         EXPECT_EQ(outcome.response.statusLine.statusCode, 200);
         EXPECT_THAT(headerLines(outcome.response), ElementsAre("a=1"));
-        EXPECT_TRUE(input.fail()) << "a cut head must not pass for a whole answer";
+        EXPECT_TRUE(input.fail()) << "a cut head must not pass for a whole response";
     }
 }
 
@@ -372,7 +372,7 @@ struct GaveUp
 {
 };
 
-/// Ends a parse that would not end by itself.
+/// Ends a parse that would not end on its own.
 class ImpatientAppender : public blocxx::LogAppender
 {
     void doProcessLogMessage(const String&, const blocxx::LogMessage& record) const override

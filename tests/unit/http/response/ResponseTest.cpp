@@ -149,7 +149,7 @@ TEST(Response, FailedExtractionKeepsTheHeadLogsAndThrowsOn)
     try
     {
         input >> response;
-        FAIL() << "a 500 answer is no success";
+        FAIL() << "a 500 response is not a success";
     }
     catch (const HTTPException& e)
     {
