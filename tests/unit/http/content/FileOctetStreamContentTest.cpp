@@ -6,7 +6,6 @@
 #include "blocxx/NULLReferenceException.hpp"
 #include "zol/mime/ContentException.hpp"
 #include "zol/mime/OctetStreamContent.hpp"
-#include "zol/mime/TextContent.hpp"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +13,6 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <limits>
 #include <string>
 #include <system_error>
 #include <utility>

@@ -11,7 +11,6 @@
 
 #include <cstddef>
 #include <iterator>
-#include <limits>
 #include <list>
 #include <sstream>
 #include <string>
@@ -19,7 +18,6 @@
 
 using namespace ZOLNS2::MIME;
 using blocxx::Array;
-using blocxx::String;
 using zol_test::readOnce;
 using zol_test::textOf;
 
