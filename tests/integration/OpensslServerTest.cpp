@@ -123,7 +123,7 @@ TEST(OpensslServer, ACertificateForAnotherNameIsRefused)
     EXPECT_THAT(refusal.message, HasSubstr("hostname mismatch"));
 }
 
-TEST(OpensslServer, AnyCertificateIsAcceptedByWhoAsksForThat)
+TEST(OpensslServer, AnyCertificateIsAcceptedOnRequest)
 {
     zol_test::CertificateFields fields;
     fields.dnsNames = {"www.elsewhere.test"};

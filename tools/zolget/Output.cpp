@@ -22,7 +22,7 @@ namespace
     throw Failure(ExitStatus::LOCAL_FILE, "cannot write " + name + ": " + std::strerror(error));
 }
 
-/// The file that a symbolic link stands for, so that the link survives when the file is replaced.
+/// The file that a symbolic link leads to, so that the link survives when the file is replaced.
 std::string withoutLinks(const std::string& path)
 {
     std::error_code error;

@@ -29,7 +29,7 @@ public:
         LINES
     };
 
-    /// @param now tells the time; called once for each add()
+    /// @param now returns the time; called once for each add()
     Progress(std::ostream& out, Style style, std::function<Clock::time_point()> now = Clock::now);
     /// Ends an unfinished line, so that what follows starts on a new one.
     ~Progress();

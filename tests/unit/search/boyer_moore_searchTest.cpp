@@ -58,7 +58,7 @@ std::string rest(std::istream& in)
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-TEST(BoyerMooreSearch, DropsThePatternAndHandsBackWhatStoodBeforeIt)
+TEST(BoyerMooreSearch, DropsThePatternAndHandsBackWhatPrecedesIt)
 {
     std::istringstream in("xx--b");
     EXPECT_EQ(searchIn(searchFor("--b"), in), (Found{true, "xx"}));
@@ -301,7 +301,7 @@ struct Runs
     std::string text{};
 };
 
-TEST(BoyerMooreSearch, GivesASinkWhatStoodBeforeThePatternInOrder)
+TEST(BoyerMooreSearch, GivesASinkWhatPrecedesThePatternInOrder)
 {
     const std::string text(10000, 'x');
     for (const std::size_t step : {1U, 3U, 100U, 20000U})

@@ -173,7 +173,7 @@ TEST(BaseStreamBufferInput, NothingCanBePutBackAfterAStraightRead)
     EXPECT_TRUE(stream.bad());
 }
 
-TEST(BaseStreamBufferInput, OutputOnlyBufferHasNone)
+TEST(BaseStreamBufferInput, OutputOnlyBufferHasNoInput)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
     char block[16];

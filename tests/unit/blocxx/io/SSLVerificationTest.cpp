@@ -100,7 +100,7 @@ TEST(SSLVerification, AddressAmongTheNamesDoesNotCount)
     expectVerifyFailure(failureAt(server, trustingClient()), "127.0.0.1", "IP address mismatch");
 }
 
-TEST(SSLVerification, SubjectNamesNoHost)
+TEST(SSLVerification, SubjectDoesNotNameAHost)
 {
     CertificateFields fields;
     fields.commonName = "server.example";

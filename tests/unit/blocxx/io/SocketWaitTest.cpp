@@ -162,7 +162,7 @@ TEST(SocketStreams, OfAFailedConnectionKeepTheirState)
     EXPECT_TRUE(socket.getInputStream().bad());
 }
 
-TEST(SocketAdoption, TakesAConnectedDescriptorOver)
+TEST(SocketAdoption, TakesOverAConnectedDescriptor)
 {
     ScriptedServer server(echoFour);
     const Descriptor kept(::socket(AF_INET, SOCK_STREAM, 0));

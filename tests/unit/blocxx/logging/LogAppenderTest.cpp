@@ -213,7 +213,7 @@ private:
     int& m_destroyed;
 };
 
-TEST(LogAppender, AThreadsOwnGoesWithTheThread)
+TEST(LogAppender, AThreadsOwnIsReleasedWithTheThread)
 {
     int destroyed = 0;
     std::thread([&destroyed] { LogAppender::setThreadLogAppender(new CountedAppender(destroyed)); }).join();

@@ -151,7 +151,7 @@ TEST(HTTPTransferDecoder, IdentityIsTheConnectionsOwnInput)
     EXPECT_EQ(readAll(decoder), wire);
 }
 
-TEST(HTTPTransferDecoder, ChunkedTakesTheFramingOff)
+TEST(HTTPTransferDecoder, ChunkedRemovesTheFraming)
 {
     ScriptedServer server(sending("5\r\nhello\r\n7;x=y\r\n, world\r\n0\r\nTrailer: z\r\n\r\n"));
     const HTTPTransferDecoderRef decoder = decoderFor(server, chunked());

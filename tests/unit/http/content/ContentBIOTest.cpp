@@ -354,7 +354,7 @@ TEST(ContentBIO, WhatTheContentThrowsComesOutOfBioRead)
     const Chain bio = chainOver(content);
     char c = 0;
     EXPECT_THROW(BIO_read(bio.get(), &c, 1), std::runtime_error);
-    EXPECT_EQ(readAll(bio.get()), "text") << "and reading can go on";
+    EXPECT_EQ(readAll(bio.get()), "text") << "and reading can continue";
     size_t got = 0;
     EXPECT_EQ(BIO_read_ex(bio.get(), &c, 1, &got), 0);
 }

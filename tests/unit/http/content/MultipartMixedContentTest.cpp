@@ -95,7 +95,7 @@ TEST(MultipartMixedContent, OnePartIsWrittenBetweenItsDelimiters)
     EXPECT_EQ(content.getContentLength(), 42U);
 }
 
-TEST(MultipartMixedContent, OneDelimiterStandsBetweenTwoParts)
+TEST(MultipartMixedContent, OneDelimiterSeparatesTwoParts)
 {
     Contents parts;
     parts.push_back(plain("first"));
@@ -136,7 +136,7 @@ TEST(MultipartMixedContent, WithoutPartsTheLengthIsThatOfADelimiterWhichIsNotWri
     const ContentStreamStateRef state = content.createInitialStreamState();
     char buffer[16];
     EXPECT_EQ(content.getData(buffer, sizeof buffer, state), END_OF_DATA);
-    EXPECT_EQ(content.getData(buffer, sizeof buffer, nullptr), END_OF_DATA) << "the state is not looked at";
+    EXPECT_EQ(content.getData(buffer, sizeof buffer, nullptr), END_OF_DATA) << "the state is ignored";
 }
 
 TEST(MultipartMixedContent, APartWithoutALengthLeavesTheWholeWithoutOne)
@@ -366,7 +366,7 @@ TEST(MultipartMixedContent, AThrowingStateLeavesTheOldOne)
     EXPECT_EQ(state.cast_to<State>()->partIndex, 1U);
 }
 
-TEST(MultipartMixedContent, PartsThatGoWhileOneIsBeingWrittenAreNotReached)
+TEST(MultipartMixedContent, PartsThatAreRemovedWhileOneIsBeingWrittenAreNotReached)
 {
     MultipartMixedContent content("b");
     content.addPart(plain("x"));

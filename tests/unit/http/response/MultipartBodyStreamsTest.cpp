@@ -74,7 +74,7 @@ TEST(MultipartBody, TheClosingDashesMayArriveOneByOne)
     }
 }
 
-TEST(MultipartBody, IsReadAlikeInPiecesOfEverySize)
+TEST(MultipartBody, IsReadTheSameInPiecesOfEverySize)
 {
     for (size_t piece = 1; piece < TWO_PARTS.size(); ++piece)
     {

@@ -190,7 +190,7 @@ TEST(MultipartBody, APartWhoseHeadersCannotBeReadIsAnOctetStreamOfAllItsBytes)
                 ElementsAre("octets:no header line\r\n\r\none", "text:two"));
     EXPECT_THAT(partsOf("--B\r\nContent-Type: text/plain\r\nno header line\r\n\r\none\r\n--B--"),
                 ElementsAre("text:Content-Type: text/plain\r\nno header line\r\n\r\none"))
-        << "unless a type stands before the line that cannot be read";
+        << "unless a type precedes the line that cannot be read";
 }
 
 TEST(MultipartBody, APartWithoutATypeIsAnOctetStream)
