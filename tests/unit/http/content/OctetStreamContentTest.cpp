@@ -18,6 +18,7 @@
 
 using namespace ZOLNS2::MIME;
 using blocxx::Array;
+using blocxx::String;
 using zol_test::readOnce;
 using zol_test::textOf;
 
@@ -98,7 +99,8 @@ TEST(ApplicationOctetStreamContent, NullAndForeignStatesAreRefused)
     EXPECT_THROW(content.getData(buffer, 3, ContentStreamStateRef()), blocxx::NULLReferenceException);
     EXPECT_THROW(content.getData(buffer, 3, TextPlainContent("x").createInitialStreamState()),
                  blocxx::NULLReferenceException);
-    EXPECT_THROW(content.getData(buffer, 3, files({})->createInitialStreamState()), blocxx::NULLReferenceException);
+    const FileApplicationOctetStreamContent noFiles((Array<String>()));
+    EXPECT_THROW(content.getData(buffer, 3, noFiles.createInitialStreamState()), blocxx::NULLReferenceException);
 }
 
 TEST(ApplicationOctetStreamContent, KeepsItsBytesWhenTheCallersArrayIsChangedThroughAReference)
