@@ -227,6 +227,15 @@ std::string lines(std::size_t count, const std::string& line)
     return all;
 }
 
+TEST(HTTPChunkedIStream, LimitsHaveTheirDocumentedValues)
+{
+    using OpenWBEM::HTTPChunkDecoder;
+    EXPECT_EQ(HTTPChunkDecoder::MAX_SIZE_DIGITS, 16U);
+    EXPECT_EQ(HTTPChunkDecoder::MAX_SIZE_LINE_LENGTH, 4096U);
+    EXPECT_EQ(HTTPChunkDecoder::MAX_TRAILER_LINES, 64U);
+    EXPECT_EQ(HTTPChunkDecoder::MAX_TRAILER_SIZE, 16384U);
+}
+
 TEST(HTTPChunkedIStream, DigitsOfASizeAreLimited)
 {
     const unsigned limit = OpenWBEM::HTTPChunkDecoder::MAX_SIZE_DIGITS;

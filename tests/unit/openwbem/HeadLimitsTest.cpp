@@ -88,6 +88,14 @@ std::string lineOf(std::size_t length)
     return "A: " + std::string(length - 3, 'x');
 }
 
+TEST(HeadLimits, HaveTheirDocumentedValues)
+{
+    EXPECT_EQ(HTTPUtils::MAX_HEADER_LINE_LENGTH, 65536U);
+    EXPECT_EQ(HTTPUtils::MAX_HEADER_LINES, 1000U);
+    EXPECT_EQ(HTTPUtils::MAX_HEAD_SIZE, 262144U);
+    EXPECT_EQ(HTTPUtils::MAX_LEADING_EMPTY_LINES, 16U);
+}
+
 TEST(HeadLimits, SixteenEmptyLinesAtTheStart)
 {
     expectAccepted(repeated("\r\n", HTTPUtils::MAX_LEADING_EMPTY_LINES) + FIRST_LINE + "\r\n");

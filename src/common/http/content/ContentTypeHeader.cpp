@@ -81,8 +81,8 @@ void parseParameters(const String& headerLine, size_t semicolon, blocxx::Array<H
 
 bool forcesQuotes(char c)
 {
-    constexpr std::string_view SPECIALS = "()<>@,;:\\\"/[]?={} \x7f";
-    return static_cast<unsigned char>(c) < 0x20 || SPECIALS.find(c) != std::string_view::npos;
+    constexpr std::string_view SPECIALS = "()<>@,;:\\\"/[]?={}\x7f";
+    return static_cast<unsigned char>(c) <= ' ' || SPECIALS.find(c) != std::string_view::npos;
 }
 
 void writeValue(std::ostream& out, const String& value)
@@ -177,7 +177,7 @@ std::ostream& operator<<(std::ostream& out, const ContentTypeHeader& header)
 
 String toString(const ContentTypeHeader& header)
 {
-    blocxx::OStringStream out(256);
+    blocxx::OStringStream out;
     out << header;
     return out.releaseString();
 }

@@ -106,7 +106,10 @@ bool parseMultipartContent(std::istream& istr, MIME::Contents& contents, const M
     ReceivedPart part;
     while (!istr.fail() && !closed)
     {
-        part.begin(!seenFirstBoundary);
+        if (seenFirstBoundary)
+        {
+            part.beginAfterBoundary();
+        }
         const bool found = search.searchStreamInto(istr, part);
         blocxx::String remark;
         if (!seenFirstBoundary)

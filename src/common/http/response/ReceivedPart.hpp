@@ -7,14 +7,14 @@
 namespace ZOLNS2::HTTP::HTTPResponseUnit
 {
 
-/// What a multipart body holds before one of its boundaries, as it arrives (RFC 2046, section 5.1.1): the
+/// What a multipart body holds before each of its boundaries, as it arrives (RFC 2046, section 5.1.1): the
 /// preamble, a part, or what follows the closing boundary. The bytes of a part are kept. The others are never
 /// read, so those are only counted, however many a server sends.
 class ReceivedPart
 {
 public:
-    /// Drops what was received. What arrives next is the preamble, or follows a boundary.
-    void begin(bool isPreamble);
+    /// Drops what was received, the preamble at first. What arrives next follows a boundary.
+    void beginAfterBoundary();
 
     /// Takes the next `count` bytes; after a boundary the first two tell whether it was the closing one.
     void append(const char* bytes, std::size_t count);

@@ -182,3 +182,27 @@ TEST(BaseStreamBuffer, DeviceCanCallItsEndAFailure)
     EXPECT_EQ(in.get(), std::istream::traits_type::eof());
     EXPECT_TRUE(in.bad());
 }
+
+TEST(BaseStreamBuffer, InputThatItsDeviceCalledFailedIsReadAgainAfterAReset)
+{
+    class FailingOnce : public ProbeBuffer
+    {
+    public:
+        FailingOnce() : ProbeBuffer(E_IN, 16)
+        {
+            input = {[this](char*, int)
+                     {
+                         failInput(EPIPE, "cut");
+                         return -1;
+                     },
+                     data("again")};
+        }
+    };
+    FailingOnce buffer;
+    std::istream in(&buffer);
+    EXPECT_EQ(readBlock(in, 5), "");
+    buffer.reset();
+    in.clear();
+    EXPECT_EQ(readBlock(in, 5), "again");
+    EXPECT_EQ(buffer.inputState(), blocxx::BaseStreamBuffer::E_INPUT_OPEN);
+}

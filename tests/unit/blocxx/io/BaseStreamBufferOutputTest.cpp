@@ -1,4 +1,5 @@
 #include "ProbeBuffer.hpp"
+#include "support/Allocations.hpp"
 
 #include "blocxx/BaseStreamBuffer.hpp"
 
@@ -24,6 +25,20 @@ TEST(BaseStreamBufferOutput, WriteThatExactlyFillsTheBufferDoesNotFlush)
     EXPECT_THAT(buffer.blocks, ElementsAre("abcdefgh"));
     buffer.pubsync();
     EXPECT_THAT(buffer.blocks, ElementsAre("abcdefgh", "i"));
+}
+
+TEST(BaseStreamBufferOutput, SmallWritesShareOneAllocation)
+{
+    ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 65536);
+    const auto writes = [&]
+    {
+        for (int i = 0; i < 1000; ++i)
+        {
+            buffer.sputn("abcd", 4);
+        }
+    };
+    EXPECT_EQ(zol_test::allocationsOf(writes).count, 1U);
+    EXPECT_TRUE(buffer.blocks.empty());
 }
 
 TEST(BaseStreamBufferOutput, BlocksAreOfTheBuffersSizeExceptTheLast)

@@ -173,6 +173,17 @@ TEST(BaseStreamBufferInput, NothingCanBePutBackAfterAStraightRead)
     EXPECT_TRUE(stream.bad());
 }
 
+TEST(BaseStreamBufferInput, WhatWasHeldBeforeAStraightReadCannotBePutBackBehindIt)
+{
+    ProbeBuffer buffer(BaseStreamBuffer::E_IN, 4);
+    buffer.input = {ProbeBuffer::data("ab"), ProbeBuffer::data("cdef")};
+    std::istream stream(&buffer);
+    EXPECT_EQ(readBlock(stream, 1), "a");
+    EXPECT_EQ(readBlock(stream, 5), "bcdef");
+    stream.unget();
+    EXPECT_TRUE(stream.bad());
+}
+
 TEST(BaseStreamBufferInput, OutputOnlyBufferHasNoInput)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);

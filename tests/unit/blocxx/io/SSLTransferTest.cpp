@@ -114,6 +114,24 @@ TEST(SSLRead, ResetIsAnError)
     }
 }
 
+TEST(SSLRead, ResetDuringTheWaitIsNoCut)
+{
+    ScriptedServer server(tlsServer(),
+                          [](ServerConnection& connection)
+                          {
+                              connection.receive(1);
+                              connection.pause(milliseconds(200)); // the client's read waits by then
+                              connection.reset();
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.write("x", 1);
+    char byte = 0;
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    EXPECT_EQ(errno, ECONNRESET);
+    EXPECT_TRUE(socket.lastErrorText().empty()) << socket.lastErrorText();
+}
+
 TEST(SSLRead, GarbageBetweenRecordsIsAProtocolError)
 {
     ScriptedServer server(tlsServer(),

@@ -1,7 +1,7 @@
 #include "blocxx/SocketAddress.hpp"
 
-#include "GroupingLocale.hpp"
 #include "ScriptedResolver.hpp"
+#include "support/GroupingLocale.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
