@@ -42,7 +42,7 @@ bool copyText(State& state, char* buffer, int wanted, int& written)
 
 MultipartMixedContentStreamState::MultipartMixedContentStreamState(const ContentStreamStateRef& firstPartState,
                                                                    const blocxx::String& boundary)
-    : partState(firstPartState), text(128)
+    : partState(firstPartState)
 {
     text.append(DASHES).append(boundary).append(LINE_END);
 }

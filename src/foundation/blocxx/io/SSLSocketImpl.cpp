@@ -183,7 +183,6 @@ void SSLSocketImpl::endSession() noexcept
     const Internal::CancellationOff ending;
     if (m_mayShutDown && ::getpid() == m_process)
     {
-        ERR_clear_error();
         SSL_shutdown(m_ssl.get());
         ERR_clear_error();
     }

@@ -118,6 +118,17 @@ TEST(BaseStreamBufferInputError, AnythingElseThatIsThrownIsAnInputOutputError)
     EXPECT_EQ(buffer.inputErrorText(), "");
 }
 
+TEST(BaseStreamBufferInputError, AnExceptionBeforeTheFirstByteOfALargeReadPassesOn)
+{
+    ProbeBuffer buffer(BaseStreamBuffer::E_IN, 8);
+    buffer.input = {ProbeBuffer::exception()};
+    std::istream stream(&buffer);
+    buffer.reportErrorsTo(&stream);
+    char block[16];
+    EXPECT_THROW(buffer.sgetn(block, sizeof block), std::runtime_error);
+    EXPECT_TRUE(stream.bad());
+}
+
 TEST(BaseStreamBufferInputError, ACancelledThreadIsNotHeldUpAndLeavesAFailedInput)
 {
     for (const std::size_t wanted : {std::size_t{7}, std::size_t{8}})

@@ -148,6 +148,7 @@ TEST(BaseStreamBufferInput, DefaultHooksEndTheInputAndRefuseOutput)
     std::ostream stream(&buffer);
     stream << 'x' << std::flush;
     EXPECT_TRUE(stream.bad());
+    EXPECT_EQ(buffer.outputError(), ENOTSUP);
 }
 
 TEST(BaseStreamBufferInput, PutbackReachesTheStartOfTheRefillAndNoFurther)

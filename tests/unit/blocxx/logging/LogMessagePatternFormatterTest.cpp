@@ -110,7 +110,7 @@ const PatternCase LITERALS[] = {
     {"PrecisionAtTheEnd", "%5.3", "%5.3"},
     {"HexadecimalEscape", "\\x41G", "AG"},
     {"HexadecimalEscapeOfOneDigit", "\\x9|", "\t|"},
-    {"LargestHexadecimalEscape", "\\x7eG", "~G"},
+    {"LargestHexadecimalEscape", "\\x7fG", "\x7fG"},
     {"HexadecimalEscapeThatIsTooLarge", "\\x80", "\\x80"},
     {"HexadecimalEscapeTakesAllDigits", "\\x41BC", "\\x41BC"},
     {"HexadecimalEscapeWithoutDigits", "\\xg", "\\xg"},
