@@ -306,6 +306,21 @@ TEST(SSLWrite, ToAResetPeerIsAnErrorAndNoSignal)
     EXPECT_EQ(disposition.sa_handler, SIG_DFL);
 }
 
+TEST(SSLWrite, ResetDuringTheWaitIsAnError)
+{
+    ScriptedServer server(withSmallBuffers(tlsServer()),
+                          [](ServerConnection& connection)
+                          {
+                              connection.pause(milliseconds(200)); // the client's write waits by then
+                              connection.reset();
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.setSendTimeout(Timeout::relative(5));
+    EXPECT_EQ(socket.write(LARGE.data(), sizeOf(LARGE)), -1);
+    EXPECT_TRUE(errno == ECONNRESET || errno == EPIPE) << errno;
+}
+
 TEST(SSLWrite, WithinARenegotiationContinuesWhenThePeerResponds)
 {
     ScriptedServer server(renegotiatingServer(),
