@@ -17,7 +17,6 @@ namespace
 {
 
 using blocxx::Format;
-using blocxx::Logger;
 using blocxx::String;
 
 constexpr auto npos = String::npos;
