@@ -3,6 +3,7 @@
 /// @file
 /// Everything that the library offers.
 
+#include "zol/http/ExchangeException.hpp"
 #include "zol/http/HTTPClient.hpp"
 #include "zol/http/HTTPConnection.hpp"
 #include "zol/http/HTTPException.hpp"
