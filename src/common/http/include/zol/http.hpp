@@ -16,6 +16,7 @@
 #include "zol/http/RequestLine.hpp"
 #include "zol/http/Response.hpp"
 #include "zol/http/StatusLine.hpp"
+#include "zol/http/Url.hpp"
 #include "zol/http/Version.hpp"
 #include "zol/mime/Content.hpp"
 #include "zol/mime/ContentBIO.hpp"
