@@ -2,7 +2,6 @@
 
 #include "io/DescriptorBIO.hpp"
 #include "io/OpenSSLText.hpp"
-#include "io/Wait.hpp"
 
 #include "blocxx/Format.hpp"
 #include "blocxx/internal/CancellationOff.hpp"
@@ -161,10 +160,10 @@ bool SSLSocketImpl::shakeHands(const Deadline& deadline)
         {
             return false;
         }
-        if (!waitUntilReady(descriptor(), event, deadline))
+        if (!await(event, deadline))
         {
             const int waitError = errno;
-            if (waitError == ETIMEDOUT)
+            if (waitError == ETIMEDOUT || waitError == ECANCELED)
             {
                 return false;
             }
@@ -291,7 +290,7 @@ int SSLSocketImpl::sendAll(const void* data, int length)
             errno = ETIMEDOUT;
             return -1;
         }
-        if (!waitUntilReady(descriptor(), event, *deadline))
+        if (!await(event, *deadline))
         {
             return -1;
         }

@@ -99,6 +99,21 @@ void Socket::setTimeouts(const Timeout& timeout)
     setSendTimeout(timeout);
 }
 
+void Socket::setCancellation(const Cancellation& cancellation)
+{
+    m_impl->setCancellation(cancellation);
+}
+
+void Socket::setDeadline(const Timeout& timeout)
+{
+    m_impl->setDeadline(timeout);
+}
+
+bool Socket::deadlineExpired() const
+{
+    return m_impl->deadlineExpired();
+}
+
 void Socket::setDefaultTimeouts(const Timeout& timeout)
 {
     SocketBaseImpl::setDefaultTimeout(timeout);

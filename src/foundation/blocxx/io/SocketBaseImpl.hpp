@@ -2,6 +2,7 @@
 
 #include "core/FileDescriptor.hpp"
 #include "io/Deadline.hpp"
+#include "io/OperationBounds.hpp"
 #include "io/SocketStreams.hpp"
 
 #include "blocxx/IOIFC.hpp"
@@ -41,6 +42,10 @@ public:
     bool isOutputReady(const Timeout& timeout);
     bool receiveTimedOut() const { return m_receiveTimedOut; }
 
+    void setCancellation(const Cancellation& cancellation) { bounds().setCancellation(cancellation); }
+    void setDeadline(const Timeout& timeout) { bounds().setDeadline(timeout); }
+    bool deadlineExpired() const { return m_bounds && m_bounds->deadlineExpired(); }
+
     /// Made when first asked for.
     SocketStreams& streams();
 
@@ -60,6 +65,7 @@ protected:
     SocketBaseImpl();
 
     /// Follows the connect, under the same deadline. Throws to give the connection up. @return false if the time is up
+    /// or a bound reached
     virtual bool startSession(const Deadline& deadline) = 0;
 
     /// Precedes the closing of the descriptor; neither blocks nor is a cancellation point.
@@ -72,6 +78,9 @@ protected:
     /// Whether a read can deliver bytes that have left the descriptor already.
     virtual bool holdsInput() const { return false; }
 
+    /// Waits for the event, within the bounds. @return as waitUntilReady.
+    bool await(short event, const Deadline& deadline);
+
     /// Waits as part of reading; `event` is what the reading needs. @return as waitUntilReady.
     bool awaitInput(short event, const Deadline& deadline);
     void noteReceiveTimedOut() { m_receiveTimedOut = true; }
@@ -80,10 +89,15 @@ protected:
     void setErrorText(const String& text) { m_errorText = text; }
 
 private:
+    OperationBounds& bounds();
+    bool boundReached();
+    [[noreturn]] void throwBoundReached(const char* phase, const String& addresses);
     void start(FileDescriptor&& socket, const SocketAddress& peer);
+    int sendInPieces(const char* data, int length);
     template <class Transfer>
     int transfer(const char* name, int length, ErrorAction errorAction, Transfer bytes);
 
+    std::unique_ptr<OperationBounds> m_bounds; ///< null until one is set
     FileDescriptor m_descriptor;
     SocketAddress m_peerAddress;
     std::unique_ptr<SocketStreams> m_streams;

@@ -1,7 +1,6 @@
 #include "io/SocketImpl.hpp"
 
 #include "io/SocketCalls.hpp"
-#include "io/Wait.hpp"
 
 #include <poll.h>
 
@@ -59,7 +58,7 @@ int SocketImpl::sendAll(const void* data, int length)
         {
             deadline.emplace(sendTimeout);
         }
-        if (!waitUntilReady(descriptor(), POLLOUT, *deadline))
+        if (!await(POLLOUT, *deadline))
         {
             return -1;
         }
