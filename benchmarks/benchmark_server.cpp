@@ -121,7 +121,7 @@ void sendMultipart(int connection, size_t partSize, size_t size)
     sendAll(connection, "--" + boundary + "--\r\n");
 }
 
-void answer(int connection, const std::string& target)
+void respond(int connection, const std::string& target)
 {
     const std::vector<size_t> numbers = numbersOf(target);
     if (target == "/small")
@@ -164,7 +164,7 @@ void serve(int connection)
         head.append(buffer, static_cast<size_t>(count));
     }
     const size_t start = head.find(' ') + 1;
-    answer(connection, head.substr(start, head.find(' ', start) - start));
+    respond(connection, head.substr(start, head.find(' ', start) - start));
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // usage: fetch_floor PORT TARGET COUNT
-// The least a client can do: connect, send a request, receive until the end, COUNT times. What every client is held
-// against.
+// The lower bound of any client: connect, send a request, receive until the end, COUNT times. What every client is
+// compared with.
 #include "PeakMemory.hpp"
 
 #include <netinet/in.h>

@@ -32,7 +32,7 @@ function(zol_add_library target)
   target_link_libraries(${target} PUBLIC ${arg_LINKS})
   target_compile_options(${target} PRIVATE
     $<TARGET_PROPERTY:zol_warnings,INTERFACE_COMPILE_OPTIONS>
-    # A library's calls to its own functions are its own: nobody replaces them from outside, so they may be inlined.
+    # A library's calls to its own functions are its own: they are not replaced from outside, so they may be inlined.
     -fno-semantic-interposition)
   target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
 

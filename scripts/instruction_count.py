@@ -57,7 +57,7 @@ def surplus(costs):
             files[path] = CodeFile(path)
         repeated = REPEATED.match(files[path].at(address))
         if repeated:
-            # Control leaves such an instruction only towards the one behind it.
+            # Control leaves such an instruction only towards the one after it.
             total += max(0, cost - costs.get((path, address + len(repeated.group(0))), 0))
     return total
 

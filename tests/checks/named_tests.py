@@ -1,7 +1,7 @@
 """usage: named_tests.py --ctest PROGRAM --build FOLDER PAGE
 
 Fails unless each row of the page's tables names tests in its last column, and all of them exist in the build. A name is
-that of GoogleTest, Suite.Test; of a parameterized test the instance in front and the parameter behind may be left out.
+that of GoogleTest, Suite.Test; of a parameterized test the instance before it and the parameter after it may be left out.
 A name that begins with a dot stands in the suite of the one before it.
 """
 import argparse
@@ -60,7 +60,7 @@ def main():
     chosen = parser.parse_args()
     listed = subprocess.run([chosen.ctest, "--test-dir", chosen.build, "--show-only=json-v1"], stdout=subprocess.PIPE,
                             text=True, timeout=280, check=True).stdout
-    # CMake may leave what GoogleTest says of a parameter behind the name of a case.
+    # CMake may leave what GoogleTest says of a parameter after the name of a case.
     tests = [test["name"].partition("  # ")[0] for test in json.loads(listed[listed.index("{"):])["tests"]]
     problems = list(problems_of(chosen.page.read_text(), tests))
     if problems:

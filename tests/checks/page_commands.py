@@ -68,7 +68,7 @@ def problem_of(command):
                 return f"there is no preset {name}"
         for name in re.findall(r"-D(ZOL_\w+)=", command):
             if not any(name in path.read_text() for path in [ROOT / "CMakeLists.txt", *(ROOT / "cmake").glob("*.cmake")]):
-                return f"{name} is no option of the build"
+                return f"{name} is not an option of the build"
     elif program.startswith("build/"):
         preset, name = program.split("/")[1], Path(program).name
         if preset not in presets() or (name.startswith("fuzz_") and name not in fuzz_targets()):
@@ -81,7 +81,7 @@ def problem_of(command):
     elif program in ("man", "git", "ldconfig", "mkdir", "pkg-config", "c++"):
         return None
     else:
-        return f"{program} is no command that this page may use without a check"
+        return f"{program} is not a command that this page may use without a check"
     return None
 
 

@@ -5,10 +5,10 @@
 
 using namespace ZOLNS2;
 
-// A content type line: refused only for want of a colon; the first of equally named parameters is the one found.
+// A content type line: refused only if it has no colon; the first of equally named parameters is the one found.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const std::string line = zol_fuzz::withEqualsBehindSemicolons(zol_fuzz::textOf(data, size));
+    const std::string line = zol_fuzz::withEqualsAfterSemicolons(zol_fuzz::textOf(data, size));
     MIME::ContentTypeHeader header;
     try
     {

@@ -8,10 +8,10 @@
 
 using namespace ZOLNS2;
 
-// The body of a multipart response: whatever stands in it, the parts hold no more bytes than were sent.
+// The body of a multipart response: whatever it contains, the parts hold no more bytes than were sent.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const std::string body = zol_fuzz::withEqualsBehindSemicolons(zol_fuzz::textOf(data, size));
+    const std::string body = zol_fuzz::withEqualsAfterSemicolons(zol_fuzz::textOf(data, size));
     std::istringstream input("HTTP/1.1 200 OK\r\nContent-Type: multipart/mixed; boundary=\"b b\"\r\n\r\n" + body);
     HTTP::Response response;
     try

@@ -12,7 +12,7 @@ using namespace ZOLNS2;
 // success, and its contents can be pulled to their end.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    std::istringstream input(zol_fuzz::withEqualsBehindSemicolons(zol_fuzz::textOf(data, size)));
+    std::istringstream input(zol_fuzz::withEqualsAfterSemicolons(zol_fuzz::textOf(data, size)));
     HTTP::Response response;
     try
     {

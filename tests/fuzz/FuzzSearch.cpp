@@ -18,7 +18,7 @@ class TextBuffer : public std::streambuf
 public:
     TextBuffer(std::string text, std::size_t run) : m_text(std::move(text)), m_run(run) {}
 
-    /// Where its reader stands.
+    /// The position of its reader.
     std::size_t position() const { return m_served - static_cast<std::size_t>(egptr() - gptr()); }
 
 protected:
@@ -68,21 +68,21 @@ void searchAll(std::string_view pattern, const std::string& text, std::size_t ru
         const std::size_t place = std::string_view(text).find(pattern, begin);
         more = place != std::string_view::npos;
         const std::size_t end = more ? place : text.size();
-        const std::size_t behind = more ? place + pattern.size() : text.size();
+        const std::size_t after = more ? place + pattern.size() : text.size();
         zol_fuzz::check(search.searchStream(in, out) == more, "the pattern is found where it is");
         zol_fuzz::check(std::string_view(out.data(), out.size()) == std::string_view(text).substr(begin, end - begin),
-                        "what stands in front of the pattern is handed back");
-        zol_fuzz::check(buffer.position() == behind, "no byte behind the pattern is read");
+                        "what precedes the pattern is handed back");
+        zol_fuzz::check(buffer.position() == after, "no byte after the pattern is read");
         zol_fuzz::check(in.good() == more && in.gcount() == (more ? 1 : 0),
                         "the stream is left as a single-character read leaves it");
-        begin = behind;
+        begin = after;
     }
 }
 
 } // namespace
 
-// The first byte is the length of the pattern, which follows; the rest is the text. However its stream buffer serves it,
-// the search finds what a plain search of the whole text finds.
+// The first byte is the length of the pattern, which follows; the rest is the text. However its stream buffer serves
+// it, the search finds what a plain search of the whole text finds.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (size < 2)

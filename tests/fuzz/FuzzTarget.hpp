@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string>
 
-/// What libFuzzer, and the replaying driver, call with each input. Always gives 0.
+/// What libFuzzer, and the replaying driver, call with each input. Always returns 0.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace zol_fuzz
@@ -27,9 +27,9 @@ inline std::string textOf(const std::uint8_t* data, std::size_t size)
     return std::string(reinterpret_cast<const char*>(data), size);
 }
 
-/// The input with a parameter name and "=" put behind each ";" that has none. The parser of content types is known to
-/// search without end behind a ";" that no "=" follows, and is kept so.
-inline std::string withEqualsBehindSemicolons(const std::string& input)
+/// The input with a parameter name and "=" put after each ";" that lacks one. The parser of content types is known to
+/// search without end after a ";" that no "=" follows, and is kept so.
+inline std::string withEqualsAfterSemicolons(const std::string& input)
 {
     const std::string nameCharacters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_ ";
     std::string result;

@@ -1,6 +1,6 @@
 // usage: replay_<target> FILE-OR-FOLDER...
 //
-// Gives every file named, and every file in the folders named, to the fuzz target once.
+// Runs the fuzz target once on every file named, and on every file in the folders named.
 
 #include "FuzzTarget.hpp"
 

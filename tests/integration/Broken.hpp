@@ -14,7 +14,7 @@ namespace zol_integration
 const char* const OK = "HTTP/1.1 200 OK\r\n";
 const char* const CHUNKED = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
 
-/// What a fetch says when not even a status line came.
+/// The message of a fetch when not even a status line came.
 const char* const NO_STATUS_LINE = "Status lines in HTTP response are empty.";
 
 /// Fails the test when the scope takes longer than the limit.

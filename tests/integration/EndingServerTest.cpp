@@ -50,7 +50,7 @@ TEST(EndingServer, AnEndInTheHeadIsNotASuccess)
 
 TEST(EndingServer, AfterACutHeadThatWasTakenTheBodyIsNotComplete)
 {
-    // A status line of four words is converted even when the head behind it could not be read.
+    // A status line of four words is converted even when the head after it could not be read.
     ScriptedServer server(respondingWith("HTTP/1.1 200 Very Well\r\nContent-Type: text/plain\r\n"));
     const Body body = onlyBody(fetch(server.port(), Ask()));
     EXPECT_EQ(body.bytes, "");
@@ -58,7 +58,7 @@ TEST(EndingServer, AfterACutHeadThatWasTakenTheBodyIsNotComplete)
     EXPECT_FALSE(body.complete);
 }
 
-TEST(EndingServer, AResetInTheBodyCutsItBehindWhatHasArrived)
+TEST(EndingServer, AResetInTheBodyCutsItAfterWhatHasArrived)
 {
     ScriptedServer server(
         [](ServerConnection& c)

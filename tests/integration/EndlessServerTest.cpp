@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 
-// Sends the same text again and again until the client has had enough; gives the number of bytes that it let pass.
+// Sends the same text again and again until the client has had enough; returns the number of bytes that it accepted.
 ScriptedServer::Script endlessly(const std::string& first, const std::string& again, std::atomic<std::uint64_t>& sent)
 {
     return [=, &sent](ServerConnection& c)
@@ -56,7 +56,7 @@ INSTANTIATE_TEST_SUITE_P(Heads, EndlessServer,
                                          std::pair("HTTP/1.1 200 ", "xxxxxxxx"), std::pair("", "HTTP/1.1 "),
                                          std::pair("", "\r\n"), std::pair("", "x")));
 
-TEST(EndlessServer, ATrailerWithoutEndIsGivenUpBehindTheBody)
+TEST(EndlessServer, ATrailerWithoutEndIsGivenUpAfterTheBody)
 {
     for (const char* again : {"A: 1\r\n", "xxxxxxxx"})
     {

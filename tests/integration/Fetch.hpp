@@ -39,8 +39,8 @@ ZOLNS2::HTTP::Request requestFor(const Ask& ask, const std::string& server);
 ZOLNS2::HTTP::Response fetch(const std::string& server, const Ask& ask);
 ZOLNS2::HTTP::Response fetch(std::uint16_t port, const Ask& ask);
 
-/// Fetches, and gives the error code and message of the exception in which that ends; fails the test when it ends in
-/// none or in one of another type.
+/// Fetches, and returns the error code and message of the exception that ends it; fails the test when there is no
+/// exception, or one of another type.
 struct Refusal
 {
     std::string type;
@@ -53,14 +53,14 @@ Refusal refusalOf(const std::function<void()>& action);
 struct Body
 {
     std::string bytes;
-    bool ended = false;    ///< the content said that there is no more
+    bool ended = false;    ///< the content reported its end
     bool complete = false; ///< it ended in order, or all announced bytes came
 };
 
 /// Pulls the announced number of bytes and not one more; everything up to the end when none is announced.
 Body readBody(const ZOLNS2::MIME::ContentRef& content);
 
-/// Pulls a content through `take` in blocks, counting against the announced length; gives the number of bytes.
+/// Pulls a content through `take` in blocks, counting against the announced length; returns the number of bytes.
 std::uint64_t pull(const ZOLNS2::MIME::ContentRef& content, const std::function<void(std::string_view)>& take);
 
 /// The body of the one part of a response; fails the test when it is not complete.

@@ -21,7 +21,7 @@ using zol_test::NginxServer;
 constexpr int THREADS = 64;
 constexpr int FETCHES = 5;
 
-// Runs `action(thread, round)` in all threads at once; gives what went wrong.
+// Runs `action(thread, round)` in all threads at once; returns what went wrong.
 template <class Action>
 std::vector<std::string> inAllThreads(Action action)
 {

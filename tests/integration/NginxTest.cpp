@@ -158,7 +158,7 @@ TEST_F(Nginx, CompressedBytesPassUntouched)
     EXPECT_THAT(bodyOf(response), testing::StartsWith("\x1f\x8b"));
 }
 
-TEST_F(Nginx, AnswersTheOlderProtocolUpToTheEndOfTheConnection)
+TEST_F(Nginx, RespondsInTheOlderProtocolUpToTheEndOfTheConnection)
 {
     Ask ask;
     ask.target = "/echo";
@@ -199,7 +199,7 @@ TEST_F(Nginx, RequestsItCannotReadAreRefused)
     EXPECT_EQ(refusalOf([&] { fetch(m_server.port(), ask); }).code, 400) << "HTTP/1.1 wants a Host header";
 }
 
-TEST_F(Nginx, AnAnswerWithoutBodyIsASuccess)
+TEST_F(Nginx, AResponseWithoutBodyIsASuccess)
 {
     HTTP::Response response = fetch(m_server.port(), askAndClose("/empty"));
     EXPECT_EQ(response.statusLine.statusCode, 204);
@@ -232,7 +232,7 @@ TEST_F(Nginx, HeadersArriveInTheOrderOfTheirNames)
     EXPECT_EQ(headerOf(response, "X-ZEBRA"), "z, again");
 }
 
-TEST_F(Nginx, AnswersOverIPv6)
+TEST_F(Nginx, RespondsOverIPv6)
 {
     HTTP::HTTPConnection connection(blocxx::SocketAddress::getByName("::1", m_server.ipv6Port()), {},
                                     blocxx::Timeout::relative(10));
@@ -290,7 +290,7 @@ TEST_F(Nginx, ABodyNobodyReadsIsGivenUp)
         const HTTP::Response response = fetch(m_server.port(), ask);
         EXPECT_EQ(response.contents.size(), 1u);
     }
-    // The server is there for others.
+    // The server still serves others.
     EXPECT_EQ(bodyAt("/echo"), "one\ntwo\nthree");
 }
 

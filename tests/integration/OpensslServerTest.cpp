@@ -114,7 +114,7 @@ TEST(OpensslServer, ACertificateForAnotherNameIsRefused)
 {
     const Certificate authority = zol_test::makeAuthority();
     zol_test::CertificateFields fields;
-    fields.commonName = "localhost"; // counts for nothing beside the names
+    fields.commonName = "localhost"; // ignored where there are names
     fields.dnsNames = {"www.elsewhere.test"};
     const OpensslServer server(zol_test::issue(authority, fields));
     const Refusal refusal = refusalOf([&] { fetch(server.at("localhost"), page(trusting(authority))); });
@@ -123,7 +123,7 @@ TEST(OpensslServer, ACertificateForAnotherNameIsRefused)
     EXPECT_THAT(refusal.message, HasSubstr("hostname mismatch"));
 }
 
-TEST(OpensslServer, AnyCertificateIsAcceptedByWhoAsksForThat)
+TEST(OpensslServer, AnyCertificateIsAcceptedOnRequest)
 {
     zol_test::CertificateFields fields;
     fields.dnsNames = {"www.elsewhere.test"};

@@ -23,7 +23,7 @@ using testing::ElementsAre;
 
 using zol_test::ChildProcess;
 
-/// Runs a program of Python's with `input` on its standard input; what it wrote.
+/// Runs a Python program with `input` on its standard input; returns its output.
 std::string python(const char* program, const std::string& input = "")
 {
     ChildProcess::Options options;
@@ -45,7 +45,7 @@ std::string hex(const std::string& bytes)
     return text;
 }
 
-/// Reads a message and tells of each part its type and its bytes.
+/// Reads a message and prints the type and the bytes of each part.
 const char* const READER = R"(
 import email, sys
 message = email.message_from_bytes(sys.stdin.buffer.read())
@@ -56,7 +56,7 @@ for part in message.get_payload():
     print(part["content-type"], part.get_payload(decode=True).hex())
 )";
 
-/// What READER has to say of these parts.
+/// What READER must print for these parts.
 class Letter
 {
 public:
@@ -109,7 +109,7 @@ TEST(PythonEmail, ReadsBodiesOfRandomBytesThatTheWriterWrote)
     EXPECT_EQ(python(READER, letter.wire()), letter.expected());
 }
 
-/// What became of a body that was written by a program of Python's: of each part its kind, a colon, its bytes.
+/// How a body that a Python program wrote is read: for each part its kind, a colon, its bytes.
 std::vector<std::string> partsWrittenBy(const char* program)
 {
     std::istringstream in("HTTP/1.1 200 OK\r\n" + python(program));

@@ -13,14 +13,14 @@ using namespace ZOLNS2;
 using namespace zol_integration;
 using zol_test::ChildProcess;
 
-// Python's own server, which answers with its reading of the request. It cuts the body by the caller's Content-Length.
+// Python's own server, which responds with its reading of the request. It cuts the body by the caller's Content-Length.
 const char* const PROGRAM = R"(
 import http.server
 
 class Reader(http.server.BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
 
-    def answer(self):
+    def respond(self):
         text = f"{self.command} {self.path} {self.request_version}\n"
         text += "".join(f"[{name}]=[{value}]\n" for name, value in self.headers.items())
         text = text.encode("latin-1") + b"\n" + self.rfile.read(int(self.headers.get("Content-Length", 0)))
@@ -30,7 +30,7 @@ class Reader(http.server.BaseHTTPRequestHandler):
         self.end_headers()
         self.wfile.write(text)
 
-    do_GET = do_POST = do_PUT = do_DELETE = do_OPTIONS = do_odd = answer
+    do_GET = do_POST = do_PUT = do_DELETE = do_OPTIONS = do_odd = respond
 
 server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Reader)
 print(f"port {server.server_port};", flush=True)

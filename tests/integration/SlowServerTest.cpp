@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 
-TEST(SlowServer, AnAnswerMayComeOneByteAtATime)
+TEST(SlowServer, AResponseMayComeOneByteAtATime)
 {
     ScriptedServer server(
         [](ServerConnection& c)

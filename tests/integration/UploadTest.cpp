@@ -32,7 +32,7 @@ TEST(Upload, ToAServerThatResetsFailsWithoutSignal)
     EXPECT_EQ(refusalOf([&] { fetch(server.port(), upload(std::string(32 << 20, 'u'))); }).message, NO_STATUS_LINE);
 }
 
-TEST(Upload, ToAServerThatAnswersAndClosesEarlyFailsWithoutSignal)
+TEST(Upload, ToAServerThatRespondsAndClosesEarlyFailsWithoutSignal)
 {
     ScriptedServer server(
         [](ServerConnection& c)

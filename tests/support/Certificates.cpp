@@ -59,7 +59,7 @@ std::string alternativeNames(const CertificateFields& fields)
     return names;
 }
 
-// An issuer of null means that the certificate signs itself.
+// Without an issuer the certificate signs itself.
 Certificate make(const Certificate* issuer, const CertificateFields& fields, bool isAuthority)
 {
     static std::atomic<long> serial{1};

@@ -103,7 +103,11 @@ struct Launch
     sigset_t none;
     sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
-    std::signal(SIGPIPE, SIG_DFL);
+    // A test run may ignore some itself, below nohup for one.
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM})
+    {
+        std::signal(signal, SIG_DFL);
+    }
     bool ready = ::getppid() == launch.parent && ::dup2(launch.input, STDIN_FILENO) >= 0 &&
                  ::dup2(launch.output, STDOUT_FILENO) >= 0 && ::dup2(launch.errorOutput, STDERR_FILENO) >= 0 &&
                  (*launch.workingDirectory == '\0' || ::chdir(launch.workingDirectory) == 0);

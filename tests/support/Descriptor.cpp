@@ -89,7 +89,7 @@ LoopbackSocket::LoopbackSocket(EState state, bool ipv6, int backlog)
     {
         fail("getsockname");
     }
-    // The port stands at the same place in both kinds of address.
+    // The port is at the same place in both kinds of address.
     sockaddr_in in{};
     std::memcpy(&in, &address, sizeof in);
     port = ntohs(in.sin_port);

@@ -57,7 +57,7 @@ http {
 NginxServer::NginxServer() : NginxServer(Options()) {}
 
 // The sockets are made here and handed over the way nginx hands them to its own successor, so the ports are the
-// kernel's choice, nobody can take them in between, and connections are queued from the start.
+// kernel's choice, no other program can take them in between, and connections are queued from the start.
 NginxServer::NginxServer(const Options& options) : m_plain(LoopbackSocket::E_LISTENING)
 {
     std::string listen = "        listen 127.0.0.1:" + std::to_string(m_plain.port) + ";\n";

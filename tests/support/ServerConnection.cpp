@@ -130,7 +130,7 @@ std::optional<std::size_t> ServerConnection::readSome(char* data, std::size_t si
     }
 }
 
-// Adds to what was received; false at the peer's end.
+// Adds to what was received; returns false at the peer's end.
 bool ServerConnection::fill(Clock::time_point deadline, const char* wanted)
 {
     char block[16384];
@@ -264,7 +264,7 @@ bool ServerConnection::sendSlowly(std::string_view data, std::chrono::microsecon
     return true;
 }
 
-// Without its session, so that nothing is written to a descriptor that may be somebody else's by then.
+// Without its session, so that nothing is written to a descriptor that may belong to another connection by then.
 void ServerConnection::drop()
 {
     SSL_free(m_ssl);

@@ -35,8 +35,8 @@ public:
     /// Waits. Throws ConnectionLost when the connection is closed in the meantime.
     void pause(std::chrono::milliseconds time);
 
-    /// Closes the connection in order and discards what the client still sends: closing it with unread bytes would reset
-    /// it, and the client could lose the end of the response.
+    /// Closes the connection in order and discards what the client still sends: closing it with unread bytes would
+    /// reset it, and the client could lose the end of the response.
     void finish();
 
     /// The subject of the client's certificate; empty when it sent none.

@@ -12,8 +12,8 @@
 namespace demo
 {
 
-/// Listens on the loopback addresses (127.0.0.1, and ::1 where there is one) and serves every connection on a thread of its
-/// own.
+/// Listens on the loopback addresses (127.0.0.1, and ::1 where there is one) and serves every connection on a thread of
+/// its own.
 class Server
 {
 public:

@@ -15,8 +15,8 @@ public:
     Exchange(const Options& options, const ZOLNS2::HTTP::HTTPConnection& connection);
 
     /// Sends the request. A connection that breaks in the meantime is not a failure yet: a server may refuse a body
-    /// before it has read all of it, and its response can still be read. `body` may be null. Throws Failure (LOCAL_FILE)
-    /// if it turned out shorter than announced.
+    /// before it has read all of it, and its response can still be read. `body` may be null. Throws Failure
+    /// (LOCAL_FILE) if it turned out shorter than announced.
     void send(const ZOLNS2::HTTP::Request& request, const RequestBodyRef& body);
 
     const Options& options() const { return m_options; }

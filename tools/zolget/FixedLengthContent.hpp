@@ -7,7 +7,7 @@
 namespace zolget
 {
 
-/// Another content under a type of its own, delivered in exactly the length announced for it: bytes beyond that length
+/// Another content with a type of its own, delivered in exactly the length announced for it: bytes beyond that length
 /// are left out, and an early end is a bad one.
 class FixedLengthContent : public ZOLNS2::MIME::Content, public ZOLNS2::MIME::ContentEnd
 {

@@ -24,8 +24,8 @@ private:
 
 using DroppedPartsRef = blocxx::IntrusiveReference<DroppedParts>;
 
-/// Starts to watch the library's log records. With a verbosity of 1 it also writes those up to DEBUG2 to standard error,
-/// with a higher one all of them.
+/// Starts to watch the library's log records. With a verbosity of 1 it also writes those up to DEBUG2 to standard
+/// error, with a higher one all of them.
 DroppedPartsRef startLog(int verbosity);
 
 } // namespace zolget

@@ -22,8 +22,8 @@ namespace
     throw Failure(ExitStatus::LOCAL_FILE, "cannot write " + name + ": " + std::strerror(error));
 }
 
-/// The file that a symbolic link stands for, so that the link survives when the file is replaced.
-std::string behindLinks(const std::string& path)
+/// The file that a symbolic link leads to, so that the link survives when the file is replaced.
+std::string withoutLinks(const std::string& path)
 {
     std::error_code error;
     const std::filesystem::path target = std::filesystem::canonical(path, error);
@@ -49,7 +49,7 @@ Output::Output(const std::string& path) : m_name(path.empty() ? "standard output
         }
         return;
     }
-    m_descriptor = m_file.emplace(behindLinks(path)).descriptor();
+    m_descriptor = m_file.emplace(withoutLinks(path)).descriptor();
 }
 
 Output::~Output()

@@ -15,8 +15,8 @@ namespace zolget
 std::string formatProgress(std::uint64_t done, std::optional<std::uint64_t> total,
                            std::chrono::duration<double> elapsed);
 
-/// Shows the progress of a transfer: on a terminal in one line that is overwritten, elsewhere in a new line from time to
-/// time.
+/// Shows the progress of a transfer: on a terminal in one line that is overwritten, elsewhere in a new line from time
+/// to time.
 class Progress
 {
 public:
@@ -29,7 +29,7 @@ public:
         LINES
     };
 
-    /// @param now tells the time; called once for each add()
+    /// @param now returns the time; called once for each add()
     Progress(std::ostream& out, Style style, std::function<Clock::time_point()> now = Clock::now);
     /// Ends an unfinished line, so that what follows starts on a new one.
     ~Progress();

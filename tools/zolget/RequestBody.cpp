@@ -61,7 +61,8 @@ mime::ContentRef makeFiles(const std::vector<std::string>& files)
     blocxx::Array<blocxx::String> names;
     for (const std::string& file : files)
     {
-        // Every empty file would be an empty read in the middle of the body, and only so many are allowed in a row.
+        // Every empty file would be an empty read in the middle of the body, and the number of those in a row is
+        // limited.
         if (checkReadable(file))
         {
             names.push_back(file);

@@ -32,7 +32,8 @@ public:
     {
     }
 
-    /// The bytes that have arrived, at most `limit`; waits for at least one. Empty at the end. Valid until the next call.
+    /// The bytes that have arrived, at most `limit`; waits for at least one. Empty at the end. Valid until the next
+    /// call.
     std::string_view next(std::uint64_t limit)
     {
         // Waits for one byte only; getData would wait for all that it is asked for.

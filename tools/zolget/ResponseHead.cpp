@@ -91,7 +91,7 @@ http::Response readResponse(Exchange& exchange)
     try
     {
         http::Response response = readByMethod(exchange);
-        // Some incomplete heads are returned as if they were complete; the state of the stream tells. A multipart
+        // Some incomplete heads are returned as if they were complete; the state of the stream shows it. A multipart
         // response may have been read to its end, which sets the state too.
         if (!exchange.connection().istream() && !isMultipart(response))
         {

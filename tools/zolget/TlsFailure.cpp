@@ -67,7 +67,8 @@ std::string describeHandshakeFailure(std::string_view text)
 
 std::string describeSessionFailure(std::string_view text)
 {
-    // Under TLS 1.3 the server checks the client's certificate after the client has finished (RFC 8446, section 4.4.2.4).
+    // Under TLS 1.3 the server checks the client's certificate after the client has finished (RFC 8446, section
+    // 4.4.2.4).
     const bool wantsCertificate = contains(text, "alert certificate required");
     return printable(text) + (wantsCertificate ? "; --cert and --key send a client certificate" : "");
 }

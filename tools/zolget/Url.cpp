@@ -73,7 +73,7 @@ std::string takeHost(std::string_view& authority, std::string_view url)
 
 std::uint16_t parsePort(std::string_view afterHost, std::uint16_t byDefault, std::string_view url)
 {
-    // A colon without a number stands for the default (RFC 3986, section 3.2.3).
+    // A colon without a number means the default (RFC 3986, section 3.2.3).
     if (afterHost.empty() || afterHost == ":")
     {
         return byDefault;

@@ -12,7 +12,7 @@ namespace ZOLNS2
 struct LogUnit
 {
     const char* name;   ///< the unit, where a record and an exception carry a source file
-    const char* prefix; ///< stands in front of every message
+    const char* prefix; ///< precedes every message
     const blocxx::GlobalString& component;
 };
 
@@ -42,7 +42,7 @@ public:
 private:
     static blocxx::Logger loggerOf(const LogUnit& unit)
     {
-        // The appender tells its level here, and it may be the program's own.
+        // The appender reports its level here, and it may be the program's own.
         const blocxx::ErrnoKeeper errnoKeeper;
         return blocxx::Logger(unit.component);
     }

@@ -81,8 +81,8 @@ void SearchEngine::computeSuffixShifts()
     fallBackOnBorders(reuseSuffixes());
 }
 
-/// The shifts for suffixes that occur again in the pattern, behind another byte. Entry i of the result is where the
-/// widest border of the suffix that begins at i begins; behind the end for a suffix without a border.
+/// The shifts for suffixes that occur again in the pattern, preceded by another byte. Entry i of the result is where
+/// the widest border of the suffix that begins at i begins; after the end for a suffix without a border.
 std::vector<std::size_t> SearchEngine::reuseSuffixes()
 {
     const std::size_t length = m_pattern.size();
@@ -141,7 +141,7 @@ void SearchEngine::computeCharacterTables()
     }
 }
 
-/// How far the pattern moves when all behind `mismatch` matched and the byte there, which is `c`, did not.
+/// How far the pattern moves when all after `mismatch` matched and the byte there, which is `c`, did not.
 std::size_t SearchEngine::shiftAfter(std::ptrdiff_t mismatch, std::size_t c) const
 {
     const auto bySuffix = static_cast<std::ptrdiff_t>(m_suffixShift[static_cast<std::size_t>(mismatch + 1)]);
@@ -155,8 +155,8 @@ std::size_t SearchEngine::shiftAt(const char* text) const
     return mismatch < 0 ? 0 : shiftAfter(mismatch, asIndex(text[mismatch]));
 }
 
-/// The first place at `end` or behind it that may be the last byte of an occurrence: the pattern's last byte stands
-/// there. Without one, a place at the end of the text or behind it.
+/// The first place at `end` or after it that may be the last byte of an occurrence: the pattern's last byte is
+/// there. Without one, a place at the end of the text or after it.
 std::size_t SearchEngine::skipToLastByte(const char* text, std::size_t size, std::size_t end) const
 {
     if (end < size && m_endShift[asIndex(text[end])] == 0)

@@ -52,7 +52,7 @@ bool StreamSearch::run()
 /// Has the stream's buffer fetch more and takes the first byte of it.
 bool StreamSearch::readCharacter()
 {
-    // No byte that was read may be lost for want of memory.
+    // No byte that was read may be lost when memory runs out.
     m_pending.reserve(2 * m_engine.length());
     const std::istream::int_type c = m_in.get();
     if (m_in.fail())
@@ -101,7 +101,7 @@ bool StreamSearch::searchWindow(std::string_view window, std::size_t candidate)
     return false;
 }
 
-/// As SearchEngine::find(), and gives the sink every byte in front of what `candidate` becomes.
+/// As SearchEngine::find(), and gives the sink every byte before what `candidate` becomes.
 bool StreamSearch::findInPages(std::string_view window, std::size_t& candidate)
 {
     // A page at a time: its bytes are still in the first-level cache when they are copied.

@@ -12,7 +12,7 @@ namespace OpenWBEM
 {
 
 /// Reads the lines of one head straight from a stream's buffer, never a byte beyond a line's end. Lines that the buffer
-/// already holds are looked at where they lie. What the buffer throws passes through.
+/// already holds are read in place. What the buffer throws passes through.
 class HeadLineReader
 {
 public:

@@ -40,9 +40,9 @@ unsigned digitValue(char c)
     return DIGIT_VALUES[static_cast<unsigned char>(c)];
 }
 
-/// Reads what nearly all chunks begin with, if the block holds it whole: CR LF behind the data before, a size and CR
+/// Reads what nearly all chunks begin with, if the block holds it whole: CR LF after the data before, a size and CR
 /// LF.
-/// @return behind it; null for anything else, which is left to the slower way
+/// @return after it; null for anything else, which is left to the slower path
 const char* parseUsualStart(const char* from, const char* end, std::uint64_t& size)
 {
     constexpr std::ptrdiff_t SHORTEST = 5;
@@ -105,11 +105,11 @@ const char* HTTPChunkDecoder::parse(const char* from, const char* end)
 {
     if (m_state == E_DATA_END)
     {
-        if (const char* const behind = parseUsualStart(from, end, m_size))
+        if (const char* const after = parseUsualStart(from, end, m_size))
         {
             m_dataLeft = m_size;
             m_state = E_DATA;
-            return behind;
+            return after;
         }
     }
     const bool wasInTrailer = isInTrailer();

@@ -61,7 +61,7 @@ std::streamsize HTTPChunkedIStreamBuffer::xsgetn(char* to, std::streamsize count
         setg(nullptr, nullptr, nullptr);
         got += static_cast<std::streamsize>(decode(to + got, static_cast<std::size_t>(count - got), E_FOR_ALL));
     }
-    // Where the body is over, the base class learns how it ended.
+    // When the body is over, the base class is told how it ended.
     return got < count ? got + BaseStreamBuffer::xsgetn(to + got, count - got) : got;
 }
 
@@ -146,7 +146,7 @@ void HTTPChunkedIStreamBuffer::decodeStep(Room& room, bool straight)
 /// @return whether there is something to decode
 bool HTTPChunkedIStreamBuffer::fetch(Room& room, bool straight)
 {
-    // Behind one large chunk, another is likely.
+    // After one large chunk, another is likely.
     const DirectInput direct(m_source);
     const bool large = straight && m_decoder.chunkSize() >= LARGE_CHUNK_SIZE && direct;
     if (large && m_decoder.dataLeft() > 0)
@@ -209,7 +209,7 @@ void HTTPChunkedIStreamBuffer::endInput(std::ios_base::iostate bits, int error, 
     {
         m_error = error;
         m_errorText.swap(text);
-        // It is this stream that is being read, and its own mask that says what is thrown.
+        // This stream is the one being read, so its own mask decides what is thrown.
         blocxx::Internal::setStateQuietly(m_istr, bits);
     }
 }

@@ -20,7 +20,7 @@ using blocxx::String;
 
 constexpr char CONTENT_LENGTH[] = "content-length";
 
-/// Unlike std::isspace it knows no locale and takes bytes above 127.
+/// Unlike std::isspace it ignores the locale and accepts bytes above 127.
 bool isSpace(char c)
 {
     return c == ' ' || (c >= '\t' && c <= '\r');
@@ -65,14 +65,14 @@ String stringOf(std::string_view text)
 ///     field-line  = field-name ":" OWS field-value OWS      RFC 9112 section 5
 ///     obs-fold    = OWS CRLF RWS                            RFC 9112 section 5.2
 ///
-/// A name may be any text without a colon, as characters that no token holds confuse nobody; white space between the name
+/// A name may be any text without a colon, as characters outside a token do no harm; white space between the name
 /// and the colon, which only an origin server has to refuse (RFC 9112 section 5.1), is removed.
 class FieldCollector
 {
 public:
     explicit FieldCollector(HTTPHeaderMap& map) : m_map(map) {}
 
-    /// @param line not blank @return false if it is no header line
+    /// @param line not blank @return false if it is not a header line
     bool add(std::string_view line)
     {
         if (++m_lines > MAX_HEADER_LINES)
@@ -90,11 +90,11 @@ private:
         {
             return false;
         }
-        // The line does not begin with white space, so there is something in front of the colon.
+        // The line does not begin with white space, so there is something before the colon.
         String name = lowerCase(trimmed(line.substr(0, colon)));
         const std::string_view value = trimmed(line.substr(colon + 1));
         const bool isLength = name == CONTENT_LENGTH;
-        // Made first: an entry without its value must not stay behind when there is no memory.
+        // Made first: an entry without its value must not be left in the map when memory runs out.
         String first = stringOf(value);
         const std::size_t entriesBefore = m_map.size();
         m_current = &m_map[std::move(name)];
@@ -170,7 +170,7 @@ enum EEndOfInput
 };
 
 /// Reads with `read(HeadLineReader&, iostate& bits)`, and gives the stream the bits of what was read and those that
-/// `read` adds. What the stream throws for them because its mask asks for it is not mixed up with what its buffer or an
+/// `read` adds. What the stream throws for them because its mask asks for it is kept apart from what its buffer or an
 /// allocation throws while the head is read: that passes through as it is, with badbit set.
 template <class Read>
 bool readHead(std::istream& input, const Read& read)
@@ -222,11 +222,12 @@ bool readFields(HTTPHeaderMap& map, HeadLineReader& reader, std::ios_base::iosta
     }
 }
 
-/// Reads the first line, behind empty ones, and the header lines.
+/// Skips empty lines, then reads the first line and the header lines.
 ///
 ///     HTTP-message = start-line CRLF *( field-line CRLF ) CRLF [ message-body ]      RFC 9112 section 2.1
 ///
-/// LF alone ends a line too, a CR elsewhere refuses the head, and empty lines in front are skipped (section 2.2).
+/// LF alone ends a line too, a CR elsewhere refuses the head, and empty lines before the first one are skipped
+/// (section 2.2).
 bool readFirstLineAndFields(HTTPHeaderMap& map, blocxx::Array<String>& words, HeadLineReader& reader,
                             std::ios_base::iostate& bits)
 {
@@ -266,7 +267,7 @@ bool parseHeader(HTTPHeaderMap& map, std::istream& istr)
 
 bool buildMap(HTTPHeaderMap& map, std::istream& istr)
 {
-    // Deliberate: a stream that has failed has no header lines, as one that has ended.
+    // Deliberate: a stream that has failed has no header lines, like one that has ended.
     if (istr.fail())
     {
         return true;

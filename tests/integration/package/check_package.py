@@ -126,11 +126,11 @@ def paths(args):
     report(problems, checked)
 
 
-class OneAnswerServer:
-    """Answers each connection with the same bytes and keeps what the last one asked."""
+class OneResponseServer:
+    """Responds to each connection with the same bytes and keeps its last request."""
 
-    def __init__(self, answer):
-        self.answer = answer
+    def __init__(self, response):
+        self.response = response
         self.request = b""
         self.listener = socket.create_server(("127.0.0.1", 0))
         self.listener.settimeout(30)
@@ -144,7 +144,7 @@ class OneAnswerServer:
                 self.request = b""
                 while b"\r\n\r\n" not in self.request:
                     self.request += connection.recv(4096)
-                connection.sendall(self.answer)
+                connection.sendall(self.response)
 
     def address(self):
         return "127.0.0.1:%d" % self.listener.getsockname()[1]
@@ -153,14 +153,14 @@ class OneAnswerServer:
 def use_consumer(args, program, environment=None):
     """Runs the consumer, which prints the body of a page or the message and code of what it caught."""
     environment = dict(os.environ, **(environment or {}))
-    page = OneAnswerServer(b"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 5\r\n\r\nhello")
+    page = OneResponseServer(b"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 5\r\n\r\nhello")
     problems = []
     output = run([program, page.address()], env=environment)
     if output != "text/plain\nhello\nlocal text\n":
         problems.append(f"the consumer printed {output!r}")
     if page.request != b"GET /page HTTP/1.1\r\nHost: consumer\r\n\r\n":
         problems.append(f"the consumer sent {page.request!r}")
-    missing = OneAnswerServer(b"HTTP/1.1 404 Not Found\r\n\r\n")
+    missing = OneResponseServer(b"HTTP/1.1 404 Not Found\r\n\r\n")
     output = run([program, missing.address()], env=environment)
     if output != "HTTPException 404 Error response from http server: HTTP/1.1 404 Not Found\n":
         problems.append(f"for an error status the consumer printed {output!r}")
@@ -309,7 +309,7 @@ def make(args):
 
 
 def zolget(args):
-    page = OneAnswerServer(b"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 5\r\n\r\nhello")
+    page = OneResponseServer(b"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 5\r\n\r\nhello")
     environment = {name: value for name, value in os.environ.items() if name != "LD_LIBRARY_PATH"}
     output = run([args.prefix / "bin/zolget", f"http://{page.address()}/page"], env=environment)
     report([] if output == "hello" else [f"zolget wrote {output!r}"], [page])

@@ -45,7 +45,7 @@ namespace
 
 constexpr const char* CUT_RESPONSE = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nshort";
 
-/// Sends a part of the body, and the rest never.
+/// Sends a part of the body, and never the rest.
 void hold(ServerConnection& connection)
 {
     connection.receiveHead();
@@ -80,7 +80,7 @@ std::uintmax_t bytesIn(const std::filesystem::path& folder)
     return bytes;
 }
 
-/// A terminal that programs can be given; what they write there is collected.
+/// A terminal that programs can be given; what they write to it is collected.
 class Terminal
 {
 public:

@@ -52,10 +52,10 @@ using ZOLNS2::MIME::TextPlainContent;
 
 const char* const CLIENT = "zol.common.http.client";
 
-/// A TCP connect to this address fails at once, without a packet: what a fetch made of a URL shows in the exception.
+/// A TCP connect to this address fails at once, without a packet: how a fetch read a URL shows in the exception.
 const std::string UNREACHABLE = "255.255.255.255";
 
-/// No resolver asks anybody for a name with so long a label.
+/// No resolver looks up a name with so long a label.
 const std::string UNRESOLVABLE = std::string(70, 'a');
 
 Request requestFor(const std::string& url, const ContentRef& content = ContentRef())
@@ -213,7 +213,7 @@ TEST(HTTPClient, EverythingElseIsLoggedAsAnErrorAndPort80)
     }
 }
 
-TEST(HTTPClient, EmptyPortIsNoNumberEither)
+TEST(HTTPClient, EmptyPortIsNotANumberEither)
 {
     const zol_test::LogCapture log(blocxx::E_ERROR_LEVEL);
     EXPECT_THAT(messageOfFailedFetch(UNREACHABLE + ":"), HasSubstr(UNREACHABLE + ":80"));
@@ -238,7 +238,7 @@ TEST(HTTPClient, TLSKeepsThePort)
     try
     {
         getPage(request, Timeout::relative(10));
-        FAIL() << "nobody can be connected to there";
+        FAIL() << "nothing listens there";
     }
     catch (const blocxx::Exception& e)
     {
@@ -296,7 +296,7 @@ private:
     std::function<void(const std::string&)> m_watch;
 };
 
-/// Notes when it is read.
+/// Records when it is read.
 class WatchedContent : public zol_test::ScriptedContent
 {
 public:
@@ -311,7 +311,7 @@ private:
     bool& m_wasRead;
 };
 
-TEST(HTTPClient, SaysThatItSendsBeforeItWritesAndThatItReadsBehindTheFlush)
+TEST(HTTPClient, SaysThatItSendsBeforeItWritesAndThatItReadsAfterTheFlush)
 {
     std::atomic<bool> received{false};
     ScriptedServer server(
@@ -335,7 +335,7 @@ TEST(HTTPClient, SaysThatItSendsBeforeItWritesAndThatItReadsBehindTheFlush)
             }
             if (message == "HTTP Client: Reading the response...")
             {
-                // The request is on its way, or never will be: the thread that would flush it stands here.
+                // The request has been sent, or never will be: the thread that would flush it waits here.
                 for (int i = 0; i < 500 && !received; ++i)
                 {
                     std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -372,7 +372,7 @@ TEST(HTTPClient, UploadOfFilesArrivesWhole)
     EXPECT_EQ(server.requests().at(0).substr(server.requests().at(0).size() - 4100), full + "tail");
 }
 
-TEST(HTTPClient, ResponseTellsThatTheRequestWasNotSentWhole)
+TEST(HTTPClient, ResponseSaysThatTheRequestWasNotSentWhole)
 {
     ScriptedServer::Options options;
     options.receiveBufferSize = 4096;

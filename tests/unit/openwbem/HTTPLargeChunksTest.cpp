@@ -92,7 +92,7 @@ TEST(HTTPLargeChunks, GoPastTheWrappedBufferInOneReadEach)
     EXPECT_GE(connection.reads(), 96);
 }
 
-TEST(HTTPLargeChunks, SmallOnesBehindThemFillTheBufferAgain)
+TEST(HTTPLargeChunks, SmallOnesAfterThemFillTheBufferAgain)
 {
     std::string wire = chunkOf(std::string(200000, 'x'));
     for (int chunk = 0; chunk < 1000; ++chunk)
@@ -118,7 +118,7 @@ TEST(HTTPLargeChunks, WhatArrivedBeforeAnErrorIsDeliveredAndTheBodyIsBad)
     }
 }
 
-TEST(HTTPLargeChunks, AMissingLineEndBehindTheDataIsAnErrorBehindTheData)
+TEST(HTTPLargeChunks, AMissingLineEndAfterTheDataIsAnErrorAfterTheData)
 {
     const std::string data(100000, 'x');
     PiecewiseConnection connection("186a0\r\n" + data + "xx5\r\nhello\r\n0\r\n\r\n");

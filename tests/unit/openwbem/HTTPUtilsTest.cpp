@@ -127,11 +127,11 @@ TEST_P(ParseHeader, Outcome)
 const HeadCase WHOLE_HEADS[] = {
     {"LinesWithCrLf", "HTTP/1.1 200 OK\r\nA: 1\r\n\r\nBODY", true, "HTTP/1.1|200|OK", "a=1", "good", "BODY"},
     {"LinesWithLf", "HTTP/1.1 200 OK\nA: 1\n\nBODY", true, "HTTP/1.1|200|OK", "a=1", "good", "BODY"},
-    {"BlankLinesInFrontAreSkipped", "\r\n \r\n\nHTTP/1.1 200 OK\r\n\r\nB", true, "HTTP/1.1|200|OK", "", "good", "B"},
+    {"BlankLinesAtTheStartAreSkipped", "\r\n \r\n\nHTTP/1.1 200 OK\r\n\r\nB", true, "HTTP/1.1|200|OK", "", "good", "B"},
     {"RunsOfWhiteSpaceSeparateOnce", "  HTTP/1.1\t200   Not  Found \r\n\r\n", true, "HTTP/1.1|200|Not|Found", "",
      "good", ""},
     {"VerticalTabSeparatesAndFormFeedDoesNot", "HTTP/1.1\f200\v OK\r\n\r\n", true, "HTTP/1.1\f200|OK", "", "good", ""},
-    {"TheFirstLineIsNotLookedInto", "A: 1\r\n\r\nB", true, "A:|1", "", "good", "B"},
+    {"TheFirstLineIsNotChecked", "A: 1\r\n\r\nB", true, "A:|1", "", "good", "B"},
     {"TheWordsReplaceThoseBefore", "HTTP/1.1 200 OK\n\nR", true, "HTTP/1.1|200|OK", "", "good", "R"},
     {"TwoWords", "HTTP/1.0 204\r\n\r\n", true, "HTTP/1.0|204", "", "good", ""},
 };
@@ -144,9 +144,9 @@ const HeadCase CUT_HEADS[] = {
     {"BlankLine", "  \n", false, "before", "", "EF", ""},
     {"BlanksOnly", "   ", false, "before", "", "EF", ""},
     {"InTheFirstLineKeepsItsWords", "HTTP/1.1 200 OK", false, "HTTP/1.1|200|OK", "", "EF", ""},
-    {"BehindTheFirstLine", "HTTP/1.1 200 OK\r\n", false, "HTTP/1.1|200|OK", "", "EF", ""},
+    {"AfterTheFirstLine", "HTTP/1.1 200 OK\r\n", false, "HTTP/1.1|200|OK", "", "EF", ""},
     {"InAHeaderLineDropsIt", "HTTP/1.1 200 OK\r\nA: 1", false, "HTTP/1.1|200|OK", "", "EF", ""},
-    {"BehindAHeaderLineKeepsIt", "HTTP/1.1 200 OK\r\nA: 1\r\n", false, "HTTP/1.1|200|OK", "a=1", "EF", ""},
+    {"AfterAHeaderLineKeepsIt", "HTTP/1.1 200 OK\r\nA: 1\r\n", false, "HTTP/1.1|200|OK", "a=1", "EF", ""},
     {"InTheEmptyLine", "HTTP/1.1 200 OK\r\nA: 1\r\n\r", false, "HTTP/1.1|200|OK", "a=1", "EF", ""},
 };
 INSTANTIATE_TEST_SUITE_P(Cut, ParseHeader, testing::ValuesIn(CUT_HEADS), nameOf);
@@ -154,7 +154,7 @@ INSTANTIATE_TEST_SUITE_P(Cut, ParseHeader, testing::ValuesIn(CUT_HEADS), nameOf)
 const HeadCase REFUSED_HEADS[] = {
     {"CrInsideTheFirstLine", "HTTP/1.1 200 OK\rX: y\r\nA: 1\r\n\r\nB", false, "before", "", "F", "A: 1\r\n\r\nB"},
     {"NulInsideTheFirstLine", "HTTP/1.1 200 O\0K z\r\nA: 1\r\n\r\nB"s, false, "before", "", "F", "A: 1\r\n\r\nB"},
-    {"NulInFront", "\0HTTP/1.1 200 OK\r\nA: 1\r\n\r\nB"s, false, "before", "", "F", "A: 1\r\n\r\nB"},
+    {"NulAtTheStart", "\0HTTP/1.1 200 OK\r\nA: 1\r\n\r\nB"s, false, "before", "", "F", "A: 1\r\n\r\nB"},
     {"HeaderLineWithoutColon", "HTTP/1.1 200 OK\r\nbad line\r\nA: 1\r\n\r\nB", false, "HTTP/1.1|200|OK", "", "F",
      "A: 1\r\n\r\nB"},
     {"ContinuationOfTheFirstLine", "HTTP/1.1 200 OK\r\n X: 1\r\n\r\nR", false, "HTTP/1.1|200|OK", "", "F", "\r\nR"},
@@ -177,9 +177,9 @@ const HeadCase ENDED_FIELDS[] = {
     {"EmptyLineWithCrLf", "\r\nBODY", true, "", "", "good", "BODY"},
     {"EmptyLineWithLf", "\nBODY", true, "", "", "good", "BODY"},
     {"EmptyLine", "A: 1\r\nB: 2\r\n\r\nBODY", true, "", "a=1|b=2", "good", "BODY"},
-    {"EndOfInputBehindALine", "A: 1\r\nB: 2\r\n", true, "", "a=1|b=2", "EF", ""},
-    {"EndOfInputBehindALastLineWithoutEnd", "A: 1\r\nB: 2", true, "", "a=1|b=2", "EF", ""},
-    {"EndOfInputBehindALastContinuation", "A: 1\r\n 2", true, "", "a=1 2", "EF", ""},
+    {"EndOfInputAfterALine", "A: 1\r\nB: 2\r\n", true, "", "a=1|b=2", "EF", ""},
+    {"EndOfInputAfterALastLineWithoutEnd", "A: 1\r\nB: 2", true, "", "a=1|b=2", "EF", ""},
+    {"EndOfInputAfterALastContinuation", "A: 1\r\n 2", true, "", "a=1 2", "EF", ""},
     {"MixedLineEnds", "AA: 1\r\n\n\r\nR", true, "", "aa=1", "good", "\r\nR"},
 };
 INSTANTIATE_TEST_SUITE_P(EndedBy, BuildMap, testing::ValuesIn(ENDED_FIELDS), nameOf);
@@ -209,7 +209,7 @@ const HeadCase CONTINUATIONS[] = {
     {"JoinedWithOneBlank", "AA: 1\r\n cont\r\n\r\nR", true, "", "aa=1 cont", "good", "R"},
     {"WhiteSpaceAroundIsDropped", "AA: 1\r\n\t c1 \r\n   c2\t\r\n\r\nR", true, "", "aa=1 c1 c2", "good", "R"},
     {"NoBlankAfterAnEmptyValue", "AA:\r\n cont\r\n\r\nR", true, "", "aa=cont", "good", "R"},
-    {"OneBlankBehindAContinuedEmptyValue", "AA:\r\n cont\r\n more\r\n\r\nR", true, "", "aa=cont more", "good", "R"},
+    {"OneBlankAfterAContinuedEmptyValue", "AA:\r\n cont\r\n more\r\n\r\nR", true, "", "aa=cont more", "good", "R"},
     {"OfANameOfOneLetter", "A: 1\r\n cont\r\n\r\nR", true, "", "a=1 cont", "good", "R"},
     {"ColonInside", "AA: 1\r\n cont: x\r\n\r\nR", true, "", "aa=1 cont: x", "good", "R"},
     {"BegunByAnyWhiteSpace", "AA: 1\r\n\vcont\r\n\fc2\r\n\r\nR", true, "", "aa=1 cont c2", "good", "R"},
@@ -222,7 +222,7 @@ const HeadCase DUPLICATES[] = {
     {"InOrderWhateverTheCase", "Aa: 1\r\naA: 2\r\nAA:3\r\n\r\nR", true, "", "aa=1, 2, 3", "good", "R"},
     {"FirstEmpty", "AA: \r\nAA: x\r\n\r\nR", true, "", "aa=, x", "good", "R"},
     {"SecondEmpty", "AA: x\r\nAA: \r\n\r\nR", true, "", "aa=x, ", "good", "R"},
-    {"BlankBehindOneName", "AA: x\r\nAA : y\r\n\r\nR", true, "", "aa=x, y", "good", "R"},
+    {"BlankAfterOneName", "AA: x\r\nAA : y\r\n\r\nR", true, "", "aa=x, y", "good", "R"},
     {"SameContentLengthIsKeptOnce", "Content-Length: 5\r\nA: 1\r\ncontent-length: 5\r\nContent-Length:5\r\n\r\n", true,
      "", "a=1|content-length=5", "good", ""},
     {"OtherContentLengthIsJoined", "Content-Length: 5\r\nContent-Length: 6\r\n\r\n", true, "", "content-length=5, 6",
@@ -270,7 +270,7 @@ TEST(HTTPUtils, BuildMapFindsNoHeadersInAFailedStream)
     EXPECT_EQ(leftIn(input), "A: 1\n\nR");
 }
 
-TEST(HTTPUtils, EofbitAloneDoesNotKeepFromReading)
+TEST(HTTPUtils, EofbitAloneDoesNotPreventReading)
 {
     std::istringstream input("A: 1\n\nR");
     input.setstate(std::ios_base::eofbit);

@@ -88,7 +88,15 @@ std::string lineOf(std::size_t length)
     return "A: " + std::string(length - 3, 'x');
 }
 
-TEST(HeadLimits, SixteenEmptyLinesInFront)
+TEST(HeadLimits, HaveTheirDocumentedValues)
+{
+    EXPECT_EQ(HTTPUtils::MAX_HEADER_LINE_LENGTH, 65536U);
+    EXPECT_EQ(HTTPUtils::MAX_HEADER_LINES, 1000U);
+    EXPECT_EQ(HTTPUtils::MAX_HEAD_SIZE, 262144U);
+    EXPECT_EQ(HTTPUtils::MAX_LEADING_EMPTY_LINES, 16U);
+}
+
+TEST(HeadLimits, SixteenEmptyLinesAtTheStart)
 {
     expectAccepted(repeated("\r\n", HTTPUtils::MAX_LEADING_EMPTY_LINES) + FIRST_LINE + "\r\n");
     expectRefused(repeated("\r\n", HTTPUtils::MAX_LEADING_EMPTY_LINES + 1) + FIRST_LINE + "\r\n");
@@ -199,7 +207,7 @@ TEST(HeadLimits, ManyLinesOfOneNameCostNoMoreThanTheirBytes)
     EXPECT_LT(bytesAllocatedFor(1000), 20 * bytesAllocatedFor(100));
 }
 
-TEST(HeadInput, NoByteBehindTheHeadIsTaken)
+TEST(HeadInput, NoByteAfterTheHeadIsTaken)
 {
     const Head head = parseDevice(FIRST_LINE + "A: 1\r\n\r\n\r\nBODY");
     EXPECT_TRUE(head.result);
@@ -216,7 +224,7 @@ TEST(HeadInput, TheDeviceIsNotAskedBeyondTheHead)
     EXPECT_EQ(buffer.reads(), 1);
 }
 
-TEST(HeadInput, FailedInputIsNoEndOfTheHeaders)
+TEST(HeadInput, FailedInputIsNotTheEndOfTheHeaders)
 {
     PiecewiseInput buffer("A: 1\r\n", 65536, PiecewiseInput::E_ERROR);
     std::istream input(&buffer);

@@ -1,4 +1,4 @@
-// Under the names by which users of the interface include them.
+// Includes the headers by the names that users of the interface write.
 #include "OW_HTTPChunkedIStream.hpp"
 #include "OW_HTTPUtils.hpp"
 

@@ -18,7 +18,7 @@
 namespace zol_test
 {
 
-/// A text that arrives in pieces of a fixed size, as from a network, and ends as one is told.
+/// A text that arrives in pieces of a fixed size, as from a network, and ends as it is told to.
 class PiecewiseText
 {
 public:
@@ -80,7 +80,7 @@ public:
     /// How often the device was asked.
     int reads() const { return m_text.reads(); }
 
-    /// What was not taken from the buffer, delivered or not.
+    /// What was not read from the buffer, delivered or not.
     std::string left() const { return std::string(blocxx::Internal::GetArea::of(*this)) + m_text.left(); }
 
 private:

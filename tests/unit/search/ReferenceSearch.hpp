@@ -10,7 +10,7 @@
 namespace search_test
 {
 
-/// The search by single-character reads: slow and plain, it says what a search of a stream has to leave behind.
+/// The search by single-character reads: slow and plain, it defines how a search has to leave a stream.
 class ReferenceSearch
 {
 public:

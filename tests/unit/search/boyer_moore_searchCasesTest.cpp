@@ -210,7 +210,7 @@ TEST(BoyerMooreSearchCases, OccurrencesAndNearMissesAcrossTheEndsOfPagesOfALarge
         const Search search(pattern.data(), pattern.size());
         for (std::size_t into = 0; into <= std::min<std::size_t>(length, 80) && !HasFailure(); ++into)
         {
-            // The pattern, and what nearly is one, end `into` bytes behind the end of each page in turn.
+            // The pattern, and what nearly is one, end `into` bytes after the end of each page in turn.
             std::string text = randomBytes(random, 5 * page + into, 2);
             for (std::size_t pages = 1; pages <= 5; ++pages)
             {

@@ -36,7 +36,7 @@ bool operator==(const Found& a, const Found& b)
 
 void PrintTo(const Found& f, std::ostream* os)
 {
-    *os << (f.found ? "found behind \"" : "not found in \"") << f.before << '"';
+    *os << (f.found ? "found after \"" : "not found in \"") << f.before << '"';
 }
 
 template <class Searcher>
@@ -58,7 +58,7 @@ std::string rest(std::istream& in)
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-TEST(BoyerMooreSearch, DropsThePatternAndHandsBackWhatStoodBeforeIt)
+TEST(BoyerMooreSearch, DropsThePatternAndHandsBackWhatPrecedesIt)
 {
     std::istringstream in("xx--b");
     EXPECT_EQ(searchIn(searchFor("--b"), in), (Found{true, "xx"}));
@@ -152,7 +152,7 @@ TEST(BoyerMooreSearch, FindsTheRightOneOfOverlappingCandidates)
     EXPECT_EQ(searchIn("aa", "aaa"), (Found{true, ""}));
 }
 
-TEST(BoyerMooreSearch, ContinuesBehindTheLastOccurrence)
+TEST(BoyerMooreSearch, ContinuesAfterTheLastOccurrence)
 {
     const Search search = searchFor("--b");
     for (const std::size_t step : {1U, 2U, 3U, 64U})
@@ -167,11 +167,11 @@ TEST(BoyerMooreSearch, ContinuesBehindTheLastOccurrence)
     }
 }
 
-TEST(BoyerMooreSearch, DoesNotAskForAByteBehindTheOccurrence)
+TEST(BoyerMooreSearch, DoesNotAskForAByteAfterTheOccurrence)
 {
     for (std::size_t step = 1; step <= 8; ++step)
     {
-        // One byte more would ask the device again, and the device throws when it is asked behind the occurrence.
+        // One byte more would ask the device again, and the device throws when it is asked after the occurrence.
         DeviceBuffer device(Script{"some text--b", step, 12});
         std::istream in(&device);
         in.exceptions(std::ios::badbit);
@@ -186,7 +186,7 @@ TEST(BoyerMooreSearch, DoesNotAskForAByteBehindTheOccurrence)
     }
 }
 
-TEST(BoyerMooreSearch, LeavesTheStreamRightBehindTheOccurrence)
+TEST(BoyerMooreSearch, LeavesTheStreamRightAfterTheOccurrence)
 {
     std::istringstream in("ab--bcd");
     EXPECT_TRUE(searchIn(searchFor("--b"), in).found);
@@ -293,7 +293,7 @@ TEST(BoyerMooreSearch, FindsItThroughABufferOfOursThatHasNoWindow)
     EXPECT_EQ(searchIn(searchFor("--b"), in), (Found{false, "rest--"}));
 }
 
-/// Keeps the runs that it was given.
+/// Records the runs that it was given.
 struct Runs
 {
     void append(const char* bytes, std::size_t count) { text.append(bytes, count); }
@@ -301,7 +301,7 @@ struct Runs
     std::string text{};
 };
 
-TEST(BoyerMooreSearch, GivesASinkWhatStoodBeforeThePatternInOrder)
+TEST(BoyerMooreSearch, GivesASinkWhatPrecedesThePatternInOrder)
 {
     const std::string text(10000, 'x');
     for (const std::size_t step : {1U, 3U, 100U, 20000U})
@@ -356,7 +356,7 @@ TEST(BoyerMooreSearch, RefusesAPatternThatItsIndexTypeCannotCount)
     EXPECT_THROW(Small(tooLong.data(), 127), std::length_error);
 }
 
-/// What a search leaves behind, the stream's state and what it threw included.
+/// The outcome of a search, with the state of the stream and what it threw.
 struct Outcome
 {
     std::string thrown{};

@@ -32,7 +32,7 @@ TEST(ChildProcess, InputEnvironmentAndFolderReachTheProgram)
     EXPECT_EQ(child.output(), "300000\nseen\n" + folder.path().string() + "\n");
 }
 
-TEST(ChildProcess, ASignalIsTold)
+TEST(ChildProcess, ASignalIsReported)
 {
     ChildProcess child({"sleep", "60"});
     EXPECT_TRUE(child.running());

@@ -9,7 +9,7 @@ using zol_test::ChildProcess;
 using zol_test::NginxServer;
 
 // An independent client.
-std::string answerOf(std::uint16_t port, const std::string& host, const std::string& target)
+std::string responseOf(std::uint16_t port, const std::string& host, const std::string& target)
 {
     ChildProcess client({"python3", "-c",
                          "import http.client,sys\n"
@@ -22,19 +22,19 @@ std::string answerOf(std::uint16_t port, const std::string& host, const std::str
     return client.output();
 }
 
-TEST(NginxServer, ServesFilesAndConfiguredAnswersOnBothFamilies)
+TEST(NginxServer, ServesFilesAndConfiguredResponsesOnBothFamilies)
 {
     NginxServer::Options options;
     options.ipv6 = true;
     options.server = "location = /echo { echo -n pieces; }";
     const NginxServer server(options);
     server.folder().write("html/later.txt", "written later");
-    EXPECT_EQ(answerOf(server.port(), "127.0.0.1", "/later.txt"), "200 None written later");
-    EXPECT_EQ(answerOf(server.ipv6Port(), "::1", "/echo"), "200 chunked pieces");
+    EXPECT_EQ(responseOf(server.port(), "127.0.0.1", "/later.txt"), "200 None written later");
+    EXPECT_EQ(responseOf(server.ipv6Port(), "::1", "/echo"), "200 chunked pieces");
     EXPECT_NE(server.accessLog().find("GET /echo"), std::string::npos);
 }
 
-TEST(NginxServer, TellsWhyItDoesNotStart)
+TEST(NginxServer, SaysWhyItDoesNotStart)
 {
     NginxServer::Options options;
     options.server = "no_such_directive;";

@@ -5,7 +5,7 @@
 namespace
 {
 
-TEST(TemporaryDirectory, GoesWithAllThatIsInIt)
+TEST(TemporaryDirectory, IsRemovedWithAllItsContents)
 {
     std::filesystem::path path;
     {

@@ -54,7 +54,7 @@ std::ostream& operator<<(std::ostream& out, const Counting& value)
     return out << "counted";
 }
 
-/// Notes the errno that it is formatted with, and changes it.
+/// Records the errno that it is formatted with, and changes it.
 struct NotingErrno
 {
     std::vector<int>* seen;
@@ -114,7 +114,7 @@ TEST(ToString, IsWhatTheOutputOperatorWrites)
     EXPECT_EQ(ZOLNS2::toString(42), "42");
 }
 
-TEST(ToString, PairStandsInBracketsWithoutABlank)
+TEST(ToString, PairIsWrittenInBracketsWithoutABlank)
 {
     EXPECT_EQ(ZOLNS2::toString(std::pair<const String, String>("key", "value")), "[key,value]");
     EXPECT_EQ(ZOLNS2::toString(std::pair<const String, String>()), "[,]");
@@ -148,7 +148,7 @@ TEST(DumpToLog, MapIsLoggedInItsOrderWithoutAHeaderLine)
     expectSource(log, "DEBUG3");
 }
 
-TEST(DumpToLog, MutableIteratorsBehaveAlike)
+TEST(DumpToLog, MutableIteratorsBehaveTheSame)
 {
     const LogCapture log;
     Logger logger("test.component");

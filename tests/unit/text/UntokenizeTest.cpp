@@ -16,7 +16,7 @@ Array<String> words(std::initializer_list<const char*> list)
 
 } // namespace
 
-TEST(Untokenize, SeparatorStandsBetweenTheWords)
+TEST(Untokenize, SeparatorIsPutBetweenTheWords)
 {
     EXPECT_EQ(untokenize(words({"HTTP/1.1", "200", "OK"}), " "), "HTTP/1.1 200 OK");
     EXPECT_EQ(untokenize(words({"a", "b"}), ", "), "a, b");

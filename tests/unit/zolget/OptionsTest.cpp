@@ -112,7 +112,7 @@ TEST(Options, PostByDefaultWhenThereIsABody)
     EXPECT_EQ(parse({"-X", "PUT", "-d", "text", "http://host/"}).method, "PUT");
 }
 
-TEST(Options, DistinguishAnEmptyTextFromNone)
+TEST(Options, DistinguishAnEmptyTextFromAMissingOne)
 {
     EXPECT_EQ(parse({"-d", "", "http://host/"}).data, std::optional<std::string>(""));
     EXPECT_EQ(parse({"http://host/"}).data, std::nullopt);

@@ -24,7 +24,7 @@ std::string format(std::uint64_t done, std::optional<std::uint64_t> total, doubl
     return formatProgress(done, total, std::chrono::duration<double>(elapsed));
 }
 
-/// A clock that stands until it is set forward.
+/// A clock that stands still until it is set forward.
 class HeldClock
 {
 public:
@@ -113,7 +113,7 @@ TEST(Progress, WritesOverItsLineOnATerminal)
     EXPECT_EQ(text.find("\r300 B of 300 B", second), second);
     EXPECT_EQ(text.find('\r', second + 1), std::string::npos);
     EXPECT_EQ(text.back(), '\n');
-    // The shorter second line wipes out the first, which told the time left.
+    // The shorter second line wipes out the first, which showed the time left.
     EXPECT_EQ(text.size() - 1 - second, second);
 }
 

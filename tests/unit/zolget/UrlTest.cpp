@@ -109,7 +109,7 @@ TEST(Url, NamesThePortOnlyWhenItIsNotTheSchemesOwn)
     EXPECT_EQ(parseUrl("https://host:80/").authority(), "host:80");
 }
 
-TEST(Url, RefusesOtherSchemesAndNone)
+TEST(Url, RefusesOtherSchemesAndAMissingOne)
 {
     for (const char* text : {"ftp://host/", "host/page", "", "http:/host", "//host/"})
     {

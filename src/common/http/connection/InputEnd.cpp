@@ -9,7 +9,7 @@ namespace ZOLNS2::HTTP
 
 bool inputEndedInOrder(const std::istream& input)
 {
-    // The bits are not asked: eof and fail are set after a cut body as after a complete one.
+    // The bits do not tell: eof and fail are set after a cut body as after a complete one.
     if (const auto* buffer = dynamic_cast<const blocxx::BaseStreamBuffer*>(input.rdbuf()))
     {
         return buffer->inputState() == blocxx::BaseStreamBuffer::E_INPUT_ENDED;

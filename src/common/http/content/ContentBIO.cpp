@@ -54,7 +54,7 @@ int http_content_bio_read(BIO* bio, char* out, int length)
     {
         reading->state = reading->content->createInitialStreamState();
     }
-    // Deliberate: a negative length is not looked at. BIO_read lets none through.
+    // Deliberate: a negative length is not checked. BIO_read lets none through.
     const size_t count = reading->content->getData(out, static_cast<size_t>(length), reading->state);
     return count == END_OF_DATA ? -1 : static_cast<int>(count);
 }

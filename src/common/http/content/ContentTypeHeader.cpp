@@ -28,7 +28,7 @@ String trimmed(String text)
     return text;
 }
 
-/// Where the next "=" stands, from `pos` on; `pos` follows the search.
+/// The position of the next "=" from `pos` on; `pos` follows the search.
 size_t findEquals(const String& headerLine, size_t& pos, const OperationLog& log)
 {
     size_t equals = headerLine.indexOf('=', pos);
@@ -57,7 +57,7 @@ void unquote(String& value)
 ///     parameters = *( OWS ";" OWS [ parameter ] )
 ///     parameter  = parameter-name "=" ( token / quoted-string )
 ///
-/// The next "=" ends a name, the next ";" behind it ends a value, also inside quotes.
+/// The next "=" ends a name, the next ";" after it ends a value, also inside quotes.
 void parseParameters(const String& headerLine, size_t semicolon, blocxx::Array<HTTP::Parameter>& parameters,
                      const OperationLog& log)
 {
@@ -81,8 +81,8 @@ void parseParameters(const String& headerLine, size_t semicolon, blocxx::Array<H
 
 bool forcesQuotes(char c)
 {
-    constexpr std::string_view SPECIALS = "()<>@,;:\\\"/[]?={} \x7f";
-    return static_cast<unsigned char>(c) < 0x20 || SPECIALS.find(c) != std::string_view::npos;
+    constexpr std::string_view SPECIALS = "()<>@,;:\\\"/[]?={}\x7f";
+    return static_cast<unsigned char>(c) <= ' ' || SPECIALS.find(c) != std::string_view::npos;
 }
 
 void writeValue(std::ostream& out, const String& value)
@@ -130,7 +130,7 @@ void ContentTypeHeader::setContentTypeString(const String& headerLine)
     const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
     const size_t start = colon + 1;
     const size_t semicolon = line.indexOf(';', start);
-    // Deliberate: also a "/" behind the ";" counts. The subtype then runs to the end of the line.
+    // Deliberate: a "/" after the ";" counts as well. The subtype then runs to the end of the line.
     const size_t slash = line.indexOf('/', start);
     String type;
     String subtype;
@@ -177,7 +177,7 @@ std::ostream& operator<<(std::ostream& out, const ContentTypeHeader& header)
 
 String toString(const ContentTypeHeader& header)
 {
-    blocxx::OStringStream out(256);
+    blocxx::OStringStream out;
     out << header;
     return out.releaseString();
 }

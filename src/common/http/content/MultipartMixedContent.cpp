@@ -42,7 +42,7 @@ bool copyText(State& state, char* buffer, int wanted, int& written)
 
 MultipartMixedContentStreamState::MultipartMixedContentStreamState(const ContentStreamStateRef& firstPartState,
                                                                    const blocxx::String& boundary)
-    : partState(firstPartState), text(128)
+    : partState(firstPartState)
 {
     text.append(DASHES).append(boundary).append(LINE_END);
 }
@@ -124,7 +124,7 @@ size_t MultipartMixedContent::getData(char* buffer, size_t count, const ContentS
 }
 
 /// From a phase that is done to the next one. The phase changes before its text is made: if the part throws then, the
-/// state stands behind that text.
+/// state is past that text.
 void MultipartMixedContent::advance(MultipartMixedContentStreamState& state) const
 {
     switch (state.phase)

@@ -31,10 +31,10 @@ const Byte* firstOf(const blocxx::Array<Byte>& bytes)
     return bytes.empty() ? nullptr : &bytes[0];
 }
 
-// A request for "everything", all bits set, reaches neither the stream nor the system in one piece.
+// A request for "everything", all bits set, is passed to the stream and the system in smaller pieces.
 constexpr size_t STEP = 65536;
 
-/// Leaves the file behind and opens the next one, if there is one.
+/// Closes the file and opens the next one, if there is one.
 /// @return false if there is nothing more to read
 bool goToNextFile(FileApplicationOctetStreamContentStreamState& state, const blocxx::Array<blocxx::String>& fileNames)
 {
@@ -49,7 +49,7 @@ bool goToNextFile(FileApplicationOctetStreamContentStreamState& state, const blo
         state.file.clear();
         state.file.open(fileNames[state.fileIndex].c_str(), std::ios_base::in);
     }
-    // Behind the last file this is the failbit of the read that met its end.
+    // After the last file this is the failbit of the read that met its end.
     return !state.file.fail();
 }
 

@@ -9,12 +9,12 @@
 namespace ZOLNS2::MIME
 {
 
-/// Bytes of a body as they arrive, kept in blocks: what is there is never moved to make room for more, and taking
+/// Bytes of a body as they arrive, kept in blocks: bytes are never moved to make room for more, and taking
 /// bytes off the front moves nothing.
 class ReceivedBytes
 {
 public:
-    /// Bytes that lie one behind the other.
+    /// Contiguous bytes.
     struct Run
     {
         char* data;
@@ -23,7 +23,7 @@ public:
 
     std::size_t size() const { return m_end - m_begin; }
     char operator[](std::size_t index) const { return *place(m_begin + index); }
-    /// What lies one behind the other from byte `index` on; empty at the end.
+    /// The contiguous bytes from byte `index` on; empty at the end.
     Run runAt(std::size_t index) const;
 
     void append(const char* bytes, std::size_t count);
@@ -31,7 +31,7 @@ public:
     void dropFront(std::size_t count) { m_begin += count; }
     /// Drops all bytes, and their memory but for one block.
     void clear();
-    /// Drops all bytes as clear() does, and returns them. Whole blocks change hands, they are not copied.
+    /// Drops all bytes as clear() does, and returns them. Whole blocks change owners; they are not copied.
     StoredBytes take();
 
 private:

@@ -30,7 +30,7 @@ private:
 
     std::vector<std::unique_ptr<char[]>> m_blocks;
     std::size_t m_begin = 0; ///< of the first byte, counted from the start of the first block
-    std::size_t m_end = 0;   ///< behind the last one
+    std::size_t m_end = 0;   ///< after the last one
 };
 
 } // namespace ZOLNS2::MIME

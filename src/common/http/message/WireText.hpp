@@ -18,7 +18,7 @@ void appendWireText(std::string& text, const RequestLine& line);
 /// Without a line end.
 void appendWireText(std::string& text, const Header& header);
 
-/// With a line end behind each, and without the empty line that ends a head.
+/// With a line end after each, and without the empty line that ends a head.
 void appendWireText(std::string& text, const Headers& headers);
 
 } // namespace ZOLNS2::HTTP

@@ -44,7 +44,7 @@ void stripBoundaryLine(MIME::ReceivedBytes& part, const OperationLog& log)
     }
     if (lineEnd == part.size())
     {
-        // Deliberate: this text differs from the next one, its lone parenthesis included.
+        // Deliberate: this text differs from the next one, and ends in a lone parenthesis.
         ZOL_LOG(log, ERROR, "No trailing \\r\\n located after boundary (.");
     }
     else if (part[lineEnd] == '\r' && lineEnd + 1 < part.size() && part[lineEnd + 1] == '\n')
@@ -106,14 +106,17 @@ bool parseMultipartContent(std::istream& istr, MIME::Contents& contents, const M
     ReceivedPart part;
     while (!istr.fail() && !closed)
     {
-        part.begin(!seenFirstBoundary);
+        if (seenFirstBoundary)
+        {
+            part.beginAfterBoundary();
+        }
         const bool found = search.searchStreamInto(istr, part);
         blocxx::String remark;
         if (!seenFirstBoundary)
         {
             remark = "No prior parts.";
         }
-        else if (part.isBehindClosingBoundary())
+        else if (part.isAfterClosingBoundary())
         {
             remark = "End of parts marker found.";
             closed = true;
@@ -129,7 +132,7 @@ bool parseMultipartContent(std::istream& istr, MIME::Contents& contents, const M
         }
         if (!seenFirstBoundary && found)
         {
-            // From here on the line end in front of a boundary belongs to it, not to the part.
+            // From here on the line end before a boundary belongs to it, not to the part.
             search = searchFor("\r\n--" + boundary);
             seenFirstBoundary = true;
         }

@@ -3,9 +3,9 @@
 namespace ZOLNS2::HTTP::HTTPResponseUnit
 {
 
-void ReceivedPart::begin(bool isPreamble)
+void ReceivedPart::beginAfterBoundary()
 {
-    m_kind = isPreamble ? E_PREAMBLE : E_UNDECIDED;
+    m_kind = E_UNDECIDED;
     m_counted = 0;
     m_bytes.clear();
 }

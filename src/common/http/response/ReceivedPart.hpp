@@ -7,21 +7,21 @@
 namespace ZOLNS2::HTTP::HTTPResponseUnit
 {
 
-/// What a multipart body holds in front of one of its boundaries, as it arrives (RFC 2046, section 5.1.1): the
-/// preamble, a part, or what follows the closing boundary. The bytes of a part are kept. Nobody reads the others, so
-/// those are only counted, however many a server sends.
+/// What a multipart body holds before each of its boundaries, as it arrives (RFC 2046, section 5.1.1): the
+/// preamble, a part, or what follows the closing boundary. The bytes of a part are kept. The others are never
+/// read, so those are only counted, however many a server sends.
 class ReceivedPart
 {
 public:
-    /// Drops what was received. What arrives now is the preamble, or stands behind a boundary.
-    void begin(bool isPreamble);
+    /// Drops what was received, the preamble at first. What arrives next follows a boundary.
+    void beginAfterBoundary();
 
-    /// Takes the next `count` bytes; behind a boundary the first two tell whether it was the closing one.
+    /// Takes the next `count` bytes; after a boundary the first two tell whether it was the closing one.
     void append(const char* bytes, std::size_t count);
 
-    /// Whether the boundary in front of these bytes was the closing one. Deliberate: the two bytes alone decide, not
+    /// Whether the boundary before these bytes was the closing one. Deliberate: the two bytes alone decide, not
     /// the line.
-    bool isBehindClosingBoundary() const { return m_kind == E_EPILOGUE; }
+    bool isAfterClosingBoundary() const { return m_kind == E_EPILOGUE; }
 
     /// The bytes that arrived, less those taken off the front of a part.
     std::size_t size() const { return m_counted + m_bytes.size(); }
@@ -33,7 +33,7 @@ private:
     enum EKind
     {
         E_PREAMBLE,
-        E_UNDECIDED, ///< behind a boundary; fewer than two bytes have arrived
+        E_UNDECIDED, ///< after a boundary; fewer than two bytes have arrived
         E_PART,
         E_EPILOGUE
     };

@@ -55,7 +55,7 @@ MIME::ContentRef Response::getNextPart()
 
 blocxx::Array<char> Response::convertToByteArray(const blocxx::StringBuffer& buffer)
 {
-    // Deliberate: the zero bytes are not overwritten, the characters stand behind them.
+    // Deliberate: the zero bytes are not overwritten, the characters follow them.
     blocxx::Array<char> bytes(buffer.length() + 1, '\0');
     bytes.insert(bytes.end(), buffer.c_str(), buffer.c_str() + buffer.length());
     return bytes;

@@ -18,8 +18,8 @@ using Words = blocxx::Array<blocxx::String>;
 
 /// Stores what the words of a status line say (RFC 9112, section 4: status-line = HTTP-version SP status-code SP
 /// [ reason-phrase ]).
-/// @throws HTTPException for a version other than HTTP/1.0 and HTTP/1.1 and for a code that is not a 16-bit number; what
-///         stands before it has been stored then
+/// @throws HTTPException for a version other than HTTP/1.0 and HTTP/1.1 and for a code that is not a 16-bit number;
+///         what precedes it has been stored then
 void storeStatusLine(const Words& words, StatusLine& statusLine);
 
 /// Logs a head that has been split up.

@@ -203,7 +203,7 @@ void ExceptionDetail::logCurrentException(const char* description) noexcept
             logErroneousException(description);
         }
     }
-    catch (...) // NOLINT(bugprone-empty-catch): the log was the last place to report to.
+    catch (...) // NOLINT(bugprone-empty-catch): the log was the last resort.
     {
     }
 }

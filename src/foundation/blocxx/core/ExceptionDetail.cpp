@@ -18,7 +18,7 @@ void portable_strerror_r(int errnum, char* buffer, unsigned size)
     {
         return;
     }
-    // The returned text may stand elsewhere than in the buffer: this is the GNU form of the function.
+    // The returned text need not be in the buffer: this is the GNU form of the function.
     const char* text = ::strerror_r(errnum, buffer, size);
     if (text == nullptr || *text == '\0')
     {

@@ -21,7 +21,7 @@ constexpr UInt64 MAX_PRECISION = 1000;
 constexpr UInt64 MAX_ARGUMENT_NUMBER = 1000000000;
 constexpr int DEFAULT_PRECISION = 6;
 
-/// What stands between a percent sign and the end of its placeholder.
+/// What is between a percent sign and the end of its placeholder.
 struct Placeholder
 {
     UInt64 argument = 0;
@@ -36,7 +36,7 @@ bool isDigit(char c) noexcept
     return c >= '0' && c <= '9';
 }
 
-/// Reads one placeholder, from behind its percent sign:
+/// Reads one placeholder, starting after its percent sign:
 ///
 ///     placeholder = DIGIT / "<" 1*DIGIT [ ":" modifiers ] ">"
 ///     modifiers   = [ width ] [ "." 1*DIGIT ] [ "x" / "X" / "o" ] [ "!" ]
@@ -46,7 +46,7 @@ bool isDigit(char c) noexcept
 class PlaceholderParser
 {
 public:
-    /// @param position behind the percent sign
+    /// @param position after the percent sign
     explicit PlaceholderParser(const char* position) noexcept : m_position(position) {}
 
     const char* position() const noexcept { return m_position; }
@@ -160,7 +160,7 @@ private:
     Placeholder m_placeholder;
 };
 
-/// Appends what is written to a string of another's.
+/// Appends what is written to a string that it does not own.
 class AppendingBuffer : public std::streambuf
 {
 public:

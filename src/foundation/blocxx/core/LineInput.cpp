@@ -32,7 +32,7 @@ void readLine(std::istream& input, std::string& line)
             line.push_back(Traits::to_char_type(c));
         }
     }
-    // Deliberate: the first CR ends the line wherever it stands, not only in front of the LF.
+    // Deliberate: the first CR ends the line wherever it is, not only before the LF.
     if (const std::size_t carriageReturn = line.find('\r'); carriageReturn != std::string::npos)
     {
         line.erase(carriageReturn);

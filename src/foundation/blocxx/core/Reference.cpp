@@ -20,7 +20,7 @@ String readableName(const std::type_info& type)
     return name == nullptr ? type.name() : name.get();
 }
 
-/// Exceptions of known types get a colon of their own behind the description.
+/// Exceptions of known types get a colon of their own after the description.
 const char* separatorOfCurrentException() noexcept
 {
     try

@@ -40,7 +40,7 @@ std::string_view viewOf(const char* text) noexcept
     return text == nullptr ? std::string_view() : std::string_view(text);
 }
 
-/// std::to_chars knows nothing of locales, neither C's nor C++'s.
+/// std::to_chars depends on no locale, neither C's nor C++'s.
 template <class Real>
 std::string realText(Real number, int digits)
 {

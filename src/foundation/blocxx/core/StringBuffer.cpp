@@ -79,10 +79,10 @@ StringBuffer& StringBuffer::append(const char* text, std::size_t length)
     {
         return *this;
     }
-    // Growing takes the bytes away if they are our own.
+    // Growing frees the bytes if they are in this buffer.
     const char* const begin = m_text.data();
-    const std::less_equal<const char*> notBehind;
-    const bool isOwn = notBehind(begin, text) && notBehind(text, begin + m_text.size());
+    const std::less_equal<const char*> notAfter;
+    const bool isOwn = notAfter(begin, text) && notAfter(text, begin + m_text.size());
     const std::ptrdiff_t offset = isOwn ? text - begin : 0;
     makeRoom(length + 1);
     m_text.append(isOwn ? m_text.data() + offset : text, length);

@@ -155,15 +155,16 @@ std::streamsize BaseStreamBuffer::readFromDevice(char* to, std::streamsize room,
         reportFailure();
         return 0;
     }
-    // Only a cancelled thread leaves it so. What it had read into the caller's memory is lost, and with it the rest.
+    // Only a cancelled thread leaves it like this. What it had read into the caller's memory is lost, and with it the
+    // rest.
     m_inputState = E_INPUT_FAILED;
     m_inputError = ECANCELED;
     return Internal::catchAllButUnwind([&] { return noteRead(buffer_from_device(to, static_cast<int>(room)), room); },
                                        [&]() -> std::streamsize
                                        {
                                            noteFailure(Internal::reasonOfCaughtException());
-                                           // The exception would take the bytes read before it along; badbit on the
-                                           // stream tells the failure as well.
+                                           // The exception would lose the bytes read before it; badbit on the
+                                           // stream reports the failure as well.
                                            if (dataBefore && m_reportTo != nullptr)
                                            {
                                                return 0;
@@ -189,7 +190,7 @@ std::streamsize BaseStreamBuffer::noteRead(int result, std::streamsize room)
         noteFailure(reasonOfFailure(error));
         return 0;
     }
-    // Deliberately not sticky: a reader that asks again after the end, asks the device again.
+    // Deliberately not sticky: a reader that asks again after the end asks the device again.
     m_inputState = result > 0 ? E_INPUT_OPEN : E_INPUT_ENDED;
     return std::max(result, 0);
 }
@@ -218,12 +219,12 @@ Internal::FailureReason BaseStreamBuffer::reasonOfFailure(int error) const
     }
     catch (const std::exception&) // NOLINT(bugprone-empty-catch)
     {
-        // A failure without a text is still the failure that has to be told.
+        // A failure without a text must still be reported.
     }
     return reason;
 }
 
-// Quietly, as the stream's reading operation throws for its mask by itself, after it has counted the bytes that arrived
+// Quietly: the stream's reading operation throws for its mask itself, after it has counted the bytes that arrived
 // before the failure; a throw from here would lose the count.
 void BaseStreamBuffer::reportFailure()
 {
@@ -345,7 +346,7 @@ bool BaseStreamBuffer::writeToDevice(const char* from, std::streamsize count)
     };
     if (!failedBefore)
     {
-        m_outputError = ECANCELED; // only a cancelled thread leaves it so
+        m_outputError = ECANCELED; // only a cancelled thread leaves it like this
     }
     return Internal::catchAllButUnwind(
         [&]

@@ -23,8 +23,8 @@ const float ATTEMPT_DELAY_IN_SECONDS = 0.25F;
 
 const short NOT_READY = 0;
 
-// What socket(2) and connect(2) say for want of a network, an address family, a permission or memory of this machine's
-// tells nothing about the peer.
+// Errors of socket(2) and connect(2) that mean that this machine lacks a network, an address family, a permission or
+// memory say nothing about the peer.
 bool isAboutThisMachine(int error)
 {
     switch (error)

@@ -9,7 +9,7 @@ namespace blocxx
 namespace
 {
 
-// Thirty years. Longer spans would overflow the clock's arithmetic, and nobody can tell them from no limit.
+// Thirty years. Longer spans would overflow the clock's arithmetic, and make no difference from no limit.
 const double LONGEST_SPAN_IN_SECONDS = 1e9;
 
 double secondsOf(const Timeout& timeout)

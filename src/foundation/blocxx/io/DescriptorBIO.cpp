@@ -40,7 +40,7 @@ int receiveBytes(BIO* bio, char* data, int length)
     return static_cast<int>(count);
 }
 
-// Deliberately deaf to BIO_CTRL_EOF: OpenSSL then reports a connection that is cut without close-notify as a failed
+// Deliberately ignores BIO_CTRL_EOF: OpenSSL then reports a connection that is cut without close-notify as a failed
 // read, whatever the system's configuration lets it ignore.
 long control(BIO*, int command, long, void*)
 {

@@ -41,7 +41,7 @@ int IOIFCStreamBuffer::buffer_to_device(const char* c, int n)
         const int step = m_device->write(c + written, n - written, m_errorAction);
         if (step == 0 || step > n - written)
         {
-            errno = EIO; // such a count comes without a reason
+            errno = EIO; // such a count sets no errno
             return -1;
         }
         if (step < 0)

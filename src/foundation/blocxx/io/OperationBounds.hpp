@@ -14,7 +14,7 @@ namespace blocxx
 class OperationBounds
 {
 public:
-    void setCancellation(const Cancellation& cancellation) { m_cancellation = cancellation; }
+    void setCancellation(const std::optional<Cancellation>& cancellation) { m_cancellation = cancellation; }
 
     /// Starts the time now.
     void setDeadline(const Timeout& timeout);

@@ -9,7 +9,7 @@ namespace blocxx
 namespace
 {
 
-// The subject is not looked at: it never names a host for certain (RFC 6125, section 6.4.4).
+// The subject is not checked: it does not name a host reliably (RFC 6125, section 6.4.4).
 const unsigned int HOST_FLAGS = X509_CHECK_FLAG_NEVER_CHECK_SUBJECT | X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS;
 
 // Certificates and SNI carry names without the root's dot (RFC 6066, section 3).

@@ -14,14 +14,14 @@ class PeerIdentity
 public:
     explicit PeerIdentity(const SocketAddress& peer);
 
-    /// Tells the peer which name is asked for (RFC 6066, section 3); an address is not told. @return false if it is no
-    /// name that TLS can carry
+    /// Sends the peer the name that is asked for (SNI, RFC 6066, section 3); an address is not sent. @return false if
+    /// TLS cannot carry the name
     bool announce(SSL* session) const;
 
     /// Has the handshake refuse a certificate for another name or address. @return false on failure
     bool require(SSL* session) const;
 
-    /// Compares a certificate by itself, whatever the handshake has looked at.
+    /// Compares a certificate by itself, whatever the handshake has checked.
     /// @return X509_V_OK, or the verifier's code for a mismatch
     long compare(X509* certificate) const;
 

@@ -113,8 +113,8 @@ void loadTrust(SSL_CTX* context, const SSLOpts& opts)
     }
 }
 
-// A revocation list (RFC 5280, section 5) is looked at where the trust store holds one, and asked of nobody: an issuer
-// whose list is not there is accepted without. That memory ran out is another matter.
+// A revocation list (RFC 5280, section 5) is checked if the trust store holds one, and never fetched: an issuer without
+// a list is accepted. Running out of memory is a failure all the same.
 int acceptMissingRevocationList(int accepted, X509_STORE_CTX* verification)
 {
     if (accepted == 1 || X509_STORE_CTX_get_error(verification) != X509_V_ERR_UNABLE_TO_GET_CRL ||
@@ -169,7 +169,7 @@ SSLOpts::~SSLOpts()
 
 SSLClientCtx::SSLClientCtx(const SSLOpts& opts) : m_context(nullptr, &SSL_CTX_free)
 {
-    // OpenSSL reads the files, and does not put its state in order when a cancelled thread unwinds through it.
+    // OpenSSL reads the files, and does not clean up its state when a cancelled thread unwinds through it.
     const Internal::CancellationOff inOpenSSL;
     ERR_clear_error();
     m_context.reset(SSL_CTX_new(TLS_client_method()));

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "io/PeerIdentity.hpp"
 #include "io/SocketBaseImpl.hpp"
 
 #include "blocxx/SSLCtxMgr.hpp"
@@ -27,20 +26,14 @@ protected:
     void endSession() noexcept override;
     int receive(void* data, int length) override;
     int sendAll(const void* data, int length) override;
+    int sendSome(const void* data, int length, short& event) override;
+    bool isInputAtHand() override;
     bool holdsInput() const override;
 
 private:
-    template <class Call>
-    int call(Call function);
-    void prepare(const PeerIdentity& identity);
-    bool shakeHands(const Deadline& deadline);
-    void checkPeer(const PeerIdentity& identity) const;
     bool verifies() const;
-    [[noreturn]] void throwHandshakeFailed(int sslError, int error) const;
-    [[noreturn]] void throwNotVerified(long verdict) const;
     int fail(int sslError, int error);
     int failAgain();
-    String peerText() const;
 
     SSLClientCtxRef m_context;
     std::unique_ptr<SSL, void (*)(SSL*)> m_ssl;

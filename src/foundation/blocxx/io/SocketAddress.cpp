@@ -58,7 +58,7 @@ bool hasPartWithLeadingZero(const String& digitsAndDots)
     return false;
 }
 
-// inet_pton is the quicker one for the usual form; inet_aton knows the short ones as well.
+// inet_pton is faster for the usual form; inet_aton also accepts the short ones.
 bool readIPv4(const char* text, in_addr& address)
 {
     return ::inet_pton(AF_INET, text, &address) == 1 || ::inet_aton(text, &address) != 0;
@@ -206,7 +206,7 @@ String SocketAddress::toString() const
     {
         return String();
     }
-    // Deliberately brackets around IPv6 (RFC 3986, 3.2.2): without them nobody can tell where the port begins.
+    // Deliberately brackets around IPv6 (RFC 3986, section 3.2.2): without them the port cannot be told apart.
     const char* const form = m_first.generic.sa_family == AF_INET6 ? "[%1]:%2" : "%1:%2";
     // As text: a number in a Format follows the global locale.
     return Format(form, getAddress(), std::to_string(m_port).c_str());

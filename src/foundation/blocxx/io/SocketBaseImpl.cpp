@@ -15,6 +15,7 @@
 #include <charconv>
 #include <cstddef>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 namespace blocxx
@@ -89,6 +90,7 @@ void SocketBaseImpl::setDefaultTimeout(const Timeout& timeout)
 void SocketBaseImpl::connect(const SocketAddress& address)
 {
     disconnect();
+    m_reachedHandshake = false;
     const Deadline deadline(connectTimeout);
     ConnectAttempts attempts(address, m_bounds.get());
     const ConnectAttempts::EOutcome outcome = attempts.run(deadline);
@@ -204,7 +206,7 @@ SocketStreams& SocketBaseImpl::streams()
     return *m_streams;
 }
 
-// The frame of a read and a write: `bytes` moves at least one byte of a connected socket.
+// What a read and a write have in common: `bytes` moves at least one byte of a connected socket.
 template <class Transfer>
 int SocketBaseImpl::transfer(const char* name, int length, ErrorAction errorAction, Transfer bytes)
 {
@@ -267,6 +269,73 @@ int SocketBaseImpl::sendInPieces(const char* data, int length)
         sent += size;
     }
     return sent;
+}
+
+int SocketBaseImpl::writeUnlessInput(const void* data, int length)
+{
+    return transfer("SocketBaseImpl::writeUnlessInput", length, E_RETURN_ON_ERROR,
+                    [this, data, length] { return sendUnlessInput(static_cast<const char*>(data), length); });
+}
+
+int SocketBaseImpl::sendUnlessInput(const char* data, int length)
+{
+    int sent = 0;
+    std::optional<Deadline> deadline;
+    while (sent < length)
+    {
+        if (boundReached())
+        {
+            return -1;
+        }
+        if (isInputAtHand())
+        {
+            return sent;
+        }
+        short event = 0;
+        const int count = sendSome(data + sent, std::min(length - sent, PIECE_SIZE), event);
+        if (count > 0)
+        {
+            sent += count;
+            deadline.reset();
+            continue;
+        }
+        if (event == 0)
+        {
+            return -1;
+        }
+        if (!deadline)
+        {
+            deadline.emplace(sendTimeout);
+        }
+        if (!await(static_cast<short>(event | POLLIN), *deadline))
+        {
+            return -1;
+        }
+    }
+    return sent;
+}
+
+bool SocketBaseImpl::hasInput(const Timeout& timeout)
+{
+    m_receiveTimedOut = false;
+    if (!isConnected())
+    {
+        errno = ENOTCONN;
+        return false;
+    }
+    const Deadline deadline(timeout);
+    while (!boundReached())
+    {
+        if (isInputAtHand())
+        {
+            return true;
+        }
+        if (!awaitInput(POLLIN, deadline))
+        {
+            return false;
+        }
+    }
+    return false;
 }
 
 bool SocketBaseImpl::await(short event, const Deadline& deadline)

@@ -38,11 +38,14 @@ public:
     int write(const void* data, int length, ErrorAction errorAction) override;
     String lastErrorText() const override { return m_errorText; }
 
+    int writeUnlessInput(const void* data, int length);
+    bool hasInput(const Timeout& timeout);
+
     bool isInputReady(const Timeout& timeout);
     bool isOutputReady(const Timeout& timeout);
     bool receiveTimedOut() const { return m_receiveTimedOut; }
 
-    void setCancellation(const Cancellation& cancellation) { bounds().setCancellation(cancellation); }
+    void setCancellation(const std::optional<Cancellation>& cancellation) { bounds().setCancellation(cancellation); }
     void setDeadline(const Timeout& timeout) { bounds().setDeadline(timeout); }
     bool deadlineExpired() const { return m_bounds && m_bounds->deadlineExpired(); }
 
@@ -55,11 +58,14 @@ public:
     virtual SSL* ssl() const { return nullptr; }
     virtual bool peerVerified() const { return false; }
 
+    bool reachedHandshake() const { return m_reachedHandshake; }
+
     static void setDefaultTimeout(const Timeout& timeout);
 
     Timeout connectTimeout = Timeout::infinite;
     Timeout receiveTimeout;
     Timeout sendTimeout;
+    bool ownCertificateIsUsed = true;
 
 protected:
     SocketBaseImpl();
@@ -75,8 +81,19 @@ protected:
     virtual int receive(void* data, int length) = 0;
     virtual int sendAll(const void* data, int length) = 0;
 
+    /// One attempt to send without a wait. @return the bytes sent; -1 on failure, with the event to wait for, or 0 and
+    /// `errno`
+    virtual int sendSome(const void* data, int length, short& event) = 0;
+
+    /// Whether a read would return at once; does not wait.
+    virtual bool isInputAtHand() = 0;
+
     /// Whether a read can deliver bytes that have left the descriptor already.
     virtual bool holdsInput() const { return false; }
+
+    /// The bounds that have been set; null for none.
+    OperationBounds* setBounds() const { return m_bounds.get(); }
+    void noteHandshake() { m_reachedHandshake = true; }
 
     /// Waits for the event, within the bounds. @return as waitUntilReady.
     bool await(short event, const Deadline& deadline);
@@ -94,6 +111,7 @@ private:
     [[noreturn]] void throwBoundReached(const char* phase, const String& addresses);
     void start(FileDescriptor&& socket, const SocketAddress& peer);
     int sendInPieces(const char* data, int length);
+    int sendUnlessInput(const char* data, int length);
     template <class Transfer>
     int transfer(const char* name, int length, ErrorAction errorAction, Transfer bytes);
 
@@ -103,6 +121,7 @@ private:
     std::unique_ptr<SocketStreams> m_streams;
     String m_errorText;
     bool m_receiveTimedOut = false;
+    bool m_reachedHandshake = false;
 };
 
 } // namespace blocxx

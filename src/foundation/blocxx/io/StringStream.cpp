@@ -17,7 +17,7 @@ OStringStreamBuf::~OStringStreamBuf() = default;
 
 const char* OStringStreamBuf::c_str() const noexcept
 {
-    *pptr() = '\0'; // There is always room: the string has a terminator of its own behind the put area.
+    *pptr() = '\0'; // There is always room: the string has a terminator of its own after the put area.
     return pbase();
 }
 

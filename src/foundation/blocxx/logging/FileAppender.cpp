@@ -74,7 +74,7 @@ private:
         return true;
     }
 
-    /// Whether the name is gone or stands for another file than the open one.
+    /// Whether the name is gone or belongs to another file than the open one.
     bool isElsewhere() const
     {
         struct stat status;
@@ -82,7 +82,7 @@ private:
                status.st_ino != m_inode;
     }
 
-    /// What cannot be written is dropped.
+    /// Bytes that cannot be written are dropped.
     void writePending()
     {
         const char* from = m_pending.data();

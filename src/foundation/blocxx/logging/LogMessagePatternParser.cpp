@@ -5,6 +5,8 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <charconv>
+#include <system_error>
 
 namespace blocxx
 {
@@ -90,20 +92,16 @@ void LogMessagePatternParser::parseEscape()
 
 void LogMessagePatternParser::parseHexadecimal()
 {
-    constexpr std::size_t GREATEST_CHARACTER = 127;
-    const std::size_t first = m_position;
-    const std::size_t end = std::min(m_pattern.find_first_not_of("0123456789abcdefABCDEF", first), m_pattern.size());
-    std::size_t value = 0;
-    for (; m_position < end && value <= GREATEST_CHARACTER; ++m_position)
+    constexpr unsigned GREATEST_CHARACTER = 127;
+    const char* const digits = m_pattern.data() + m_position;
+    unsigned value = 0;
+    const std::from_chars_result read = std::from_chars(digits, m_pattern.data() + m_pattern.size(), value, 16);
+    if (read.ec != std::errc() || value > GREATEST_CHARACTER)
     {
-        value = value * 16 + static_cast<std::size_t>(std::stoi(m_pattern.substr(m_position, 1), nullptr, 16));
-    }
-    if (end == first || value > GREATEST_CHARACTER)
-    {
-        m_position = first;
         addLiteral("\\x");
         return;
     }
+    m_position += static_cast<std::size_t>(read.ptr - digits);
     const char character = static_cast<char>(value);
     addLiteral({&character, 1});
 }

@@ -6,7 +6,7 @@
 namespace zol_test
 {
 
-/// What operator new gave out. A test program that uses this gets counting allocation functions.
+/// What operator new returned. A test program that uses this gets counting allocation functions.
 struct Allocations
 {
     std::size_t count = 0;
@@ -26,12 +26,12 @@ Allocations allocationsOf(Action action)
     return {after.count - before.count, after.bytes - before.bytes};
 }
 
-/// Makes the n-th next allocation of the calling thread fail, the next one for 1; 0 calls that off.
+/// Makes the n-th next allocation of the calling thread fail, the next one for 1; 0 cancels that.
 /// @return whether one that was asked for before is still to come
 bool failAllocation(std::size_t n);
 
 /// Runs `action` with its n-th allocation failing.
-/// @return whether it had as many; the std::bad_alloc that it then threw goes no further
+/// @return whether it had as many; the std::bad_alloc that it then threw is caught
 template <typename Action>
 bool failsInAllocation(std::size_t n, Action action)
 {

@@ -13,7 +13,7 @@ inline void beCancelled()
 }
 
 /// Runs `action` in a thread of its own, in which it is to call beCancelled().
-/// @return whether the thread ended by that. Code that holds the unwinding up aborts the process.
+/// @return whether the thread ended by that. Code that stops the unwinding aborts the process.
 template <typename Action>
 bool endsCancelled(Action action)
 {

@@ -23,7 +23,7 @@ struct Certificate
     std::string encryptedKeyPem(const std::string& passPhrase) const;
 };
 
-/// What a certificate says. Days count from now; negative ones lie in the past.
+/// The fields of a certificate. Days count from now; negative ones lie in the past.
 struct CertificateFields
 {
     std::string commonName = "test";

@@ -42,21 +42,21 @@ public:
 
     pid_t pid() const { return m_pid; }
 
-    /// Waits for the end of the program and for all that it wrote; gives its exit status, or 128 plus the number of the
-    /// signal that ended it. Throws `std::runtime_error` when it still runs after `limit`.
+    /// Waits for the end of the program and for all that it wrote; returns its exit status, or 128 plus the number of
+    /// the signal that ended it. Throws `std::runtime_error` when it still runs after `limit`.
     int wait(std::chrono::milliseconds limit = std::chrono::seconds(30));
 
     /// Whether the program has not ended yet.
     bool running();
 
-    /// Asks the program to end (SIGTERM), and makes it after `grace` (SIGKILL). Does nothing when it has ended.
+    /// Asks the program to end (SIGTERM), and kills it after `grace` (SIGKILL). Does nothing when it has ended.
     void stop(std::chrono::milliseconds grace = std::chrono::seconds(5));
 
     /// What was written so far.
     std::string output() const;
     std::string errorOutput() const;
 
-    /// Waits until `text` stands in the output (standard output or error); false when `limit` passes or the program
+    /// Waits until `text` appears in the output (standard output or error); false when `limit` passes or the program
     /// closes both without it.
     bool waitForOutput(std::string_view text, std::chrono::milliseconds limit = std::chrono::seconds(10)) const;
 

@@ -39,8 +39,8 @@ struct LoopbackSocket
 {
     enum EState
     {
-        E_BOUND,    ///< connections to the port are refused, and nobody else can take it
-        E_LISTENING ///< connections are accepted by the kernel, whether or not anybody answers them
+        E_BOUND,    ///< connections to the port are refused, and no other program can take it
+        E_LISTENING ///< connections are accepted by the kernel, whether or not anything reads them
     };
     explicit LoopbackSocket(EState state, bool ipv6 = false, int backlog = 128);
 
@@ -48,7 +48,7 @@ struct LoopbackSocket
     std::uint16_t port = 0;
 };
 
-/// A port that was free a moment ago. Somebody else may take it: prefer a `LoopbackSocket`, which keeps its port.
+/// A port that was free a moment ago. Another program may take it: prefer a `LoopbackSocket`, which keeps its port.
 std::uint16_t freePort();
 
 } // namespace zol_test

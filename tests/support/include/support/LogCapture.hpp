@@ -21,14 +21,15 @@ struct LogRecord
     int line;
 };
 
-/// A value of errno that nothing else here leaves behind.
+/// A value of errno that nothing else here sets.
 inline constexpr int ERRNO_OF_THE_CAPTURE = EXFULL;
 
 /// Keeps the log records of the process while it lives: it is the default appender from its construction on, and the
-/// former one is put back by its destructor. Loggers made before keep the appender they have. Captures are nested, not
-/// crossed.
+/// former one is put back by its destructor. Loggers made before keep the appender they have. Captures may be nested,
+/// but not overlap.
 ///
-/// Writing a record leaves ERRNO_OF_THE_CAPTURE in errno, as an appender of a program may do: who logs keeps its errno.
+/// Writing a record leaves ERRNO_OF_THE_CAPTURE in errno, as a program's appender may: logging code has to preserve
+/// errno.
 ///
 /// Threads: records may arrive and be looked at on any thread.
 class LogCapture

@@ -13,7 +13,7 @@ namespace zol_test
 {
 
 /// An nginx of our own on loopback ports, serving the files below `folder()/html`. It leaves connections open after a
-/// response (keep-alive), as it does by default. Throws `std::runtime_error` telling why when nginx does not start.
+/// response (keep-alive), as it does by default. Throws `std::runtime_error` saying why when nginx does not start.
 class NginxServer
 {
 public:

@@ -13,8 +13,9 @@
 namespace zol_test
 {
 
-/// A content that delivers the given pieces one by one, an empty one as a read of no bytes, and notes what it is asked
-/// for. A piece longer than the request is delivered over several calls. What it refuses is set before it is used.
+/// A content that delivers the given pieces one by one, an empty one as a read of no bytes, and records what it is
+/// asked for. A piece longer than the request is delivered over several calls. What it refuses is set before it is
+/// used.
 class ScriptedContent : public ZOLNS2::MIME::Content
 {
 public:
@@ -122,7 +123,7 @@ inline blocxx::IntrusiveReference<ScriptedContent> scripted(std::vector<std::str
     return blocxx::IntrusiveReference<ScriptedContent>(new ScriptedContent(std::move(pieces)));
 }
 
-/// Pieces of one byte each, with a read of no bytes behind each but the last.
+/// Pieces of one byte each, with a read of no bytes after each but the last.
 inline std::vector<std::string> byteByByte(const std::string& bytes)
 {
     std::vector<std::string> pieces;

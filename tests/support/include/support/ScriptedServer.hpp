@@ -39,7 +39,7 @@ public:
     /// Everything until the peer ends its sending side.
     std::string receiveUntilEnd();
 
-    /// Receives and forgets up to `count` bytes; gives their number, smaller when the peer ends first. Not recorded
+    /// Receives and forgets up to `count` bytes; returns their number, smaller when the peer ends first. Not recorded
     /// among the requests.
     std::uint64_t discard(std::uint64_t count);
 
@@ -58,7 +58,7 @@ public:
     /// Closes in order, at once.
     void close();
 
-    /// Closes the socket without a word of TLS.
+    /// Closes the socket without any TLS message.
     void cut();
 
     /// Reads and forgets what the peer sends until it closes or resets; false when it has not within `limit`.
@@ -67,7 +67,7 @@ public:
     /// Does nothing for that long, or until the server is destroyed.
     void pause(std::chrono::milliseconds time);
 
-    /// The number of this connection in order of arrival, from 0.
+    /// The index of this connection in order of arrival, from 0.
     std::size_t index() const { return m_index; }
 
     /// The TLS session, null on a plain connection.
@@ -97,7 +97,7 @@ private:
 
 /// A server on a loopback port that the kernel chose; each connection is served by a script in a thread of its own.
 /// When a script returns, its connection is closed in order. The destructor interrupts the scripts that still run, and
-/// makes the test fail for errors that the test has neither asked for with `errors()` nor told it to ignore.
+/// makes the test fail for errors that the test has neither fetched with `errors()` nor declared as ignored.
 class ScriptedServer
 {
 public:
@@ -131,7 +131,7 @@ public:
     /// Exceptions that left scripts, and TLS handshakes that failed. A test that calls this checks them itself.
     std::vector<std::string> errors();
 
-    /// Declares that errors of the scripts are no failure of the test.
+    /// Declares that errors of the scripts do not fail the test.
     void ignoreErrors() { errors(); }
 
     std::size_t connections() const;
@@ -182,8 +182,8 @@ ScriptedServer::Script respondingWith(std::string bytes);
 /// A script that sends these bytes without reading anything.
 ScriptedServer::Script sending(std::string bytes);
 
-/// A script that resets its connection when one byte has come. (A reset before the client is connected would be a failed
-/// connect.)
+/// A script that resets its connection when one byte has come. (A reset before the client is connected would be a
+/// failed connect.)
 void resetAfterOneByte(ServerConnection& connection);
 
 } // namespace zol_test

@@ -8,7 +8,7 @@
 namespace zol_test
 {
 
-/// A new folder, readable by everybody, that is removed with all that is in it when the object goes.
+/// A new folder, readable by everybody, that is removed with all its contents when the object is destroyed.
 class TemporaryDirectory
 {
 public:
@@ -25,7 +25,7 @@ public:
     /// Writes a file (and the folders above it) and returns its path.
     std::string write(std::string_view name, std::string_view content) const;
 
-    /// Makes a file of `size` zero bytes that takes no room on the disk, and returns its path.
+    /// Makes a file of `size` zero bytes that takes no space on the disk, and returns its path.
     std::string writeSparse(std::string_view name, std::uint64_t size) const;
 
 private:

@@ -17,9 +17,12 @@ namespace elsewhere
 
 struct Value
 {
-    explicit Value(int number) : v(number) {}
+    explicit Value(int number) : v(number) { ++alive; }
+    Value(const Value&) = delete;
+    Value& operator=(const Value&) = delete;
     virtual ~Value() noexcept(false)
     {
+        --alive;
         if (throwing)
         {
             throw std::runtime_error("destructor");
@@ -40,6 +43,7 @@ struct Value
     bool throwing = false;
     bool refusing = false;
     static inline int clones = 0;
+    static inline std::atomic<int> alive = 0;
 };
 
 struct Special : Value
@@ -172,6 +176,22 @@ TEST(COWReference, ConvertsToBases)
     const COWReference<Special> special(new Special(1));
     const COWReference<Value> value(special);
     EXPECT_TRUE(value == special);
+}
+
+TEST(COWReference, TheLastShareDeletesTheObject)
+{
+    const int before = Value::alive;
+    {
+        COWReference<Value> first(new Value(1));
+        {
+            const COWReference<Value> second(first);
+        }
+        EXPECT_EQ(before + 1, Value::alive);
+        first = nullptr;
+        EXPECT_EQ(before, Value::alive);
+        first = COWReference<Value>(new Special(2));
+    }
+    EXPECT_EQ(before, Value::alive);
 }
 
 TEST(COWReference, WhatADestructorThrowsIsDropped)

@@ -25,7 +25,7 @@ namespace
 BLOCXX_DECLARE_EXCEPTION(HTTP)
 BLOCXX_DEFINE_EXCEPTION(HTTP)
 
-/// Not made by the macros, and overriding next to nothing.
+/// Not made by the macros, and overrides next to nothing.
 class Careless : public Exception
 {
 public:

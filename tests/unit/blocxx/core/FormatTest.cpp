@@ -91,7 +91,7 @@ TEST(Format, DoesNotInterpretTheTextOfArguments)
     EXPECT_EQ("%2|v", text("%1|%2", "%2", "v"));
 }
 
-TEST(Format, StandsWhereAStringIsExpected)
+TEST(Format, IsAcceptedWhereAStringIsExpected)
 {
     EXPECT_EQ("x: 5", "x: " + Format("%1", 5));
     EXPECT_EQ("5z", Format("%1", 5) + "z");

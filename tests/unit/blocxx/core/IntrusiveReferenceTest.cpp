@@ -133,7 +133,7 @@ TEST_F(IntrusiveReferenceTest, ConstOfTheReferenceIsNotThatOfTheObject)
     EXPECT_EQ(2, reference->value);
 }
 
-TEST_F(IntrusiveReferenceTest, CanBeTestedButIsNoNumber)
+TEST_F(IntrusiveReferenceTest, CanBeTestedButIsNotANumber)
 {
     const BaseRef set(new Base);
     const BaseRef null;

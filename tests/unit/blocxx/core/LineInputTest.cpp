@@ -66,7 +66,7 @@ TEST(LineInput, AnEmptyLineIsEmpty)
     EXPECT_EQ((Lines{{"", GOOD}, {"", NOTHING_LEFT}}), linesOf("\n"));
 }
 
-TEST(LineInput, TheFirstCrCutsTheLineWhereverItStands)
+TEST(LineInput, TheFirstCrCutsTheLineWhereverItIs)
 {
     EXPECT_EQ((Lines{{"a", GOOD}, {"c", END}, {"", NOTHING_LEFT}}), linesOf("a\rb\nc"));
 }

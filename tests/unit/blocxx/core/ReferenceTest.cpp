@@ -81,7 +81,7 @@ TEST(Reference, SwapsItsObjects)
     EXPECT_EQ(1, right->value);
 }
 
-TEST(Reference, IsNoNumber)
+TEST(Reference, IsNotANumber)
 {
     EXPECT_FALSE((std::is_convertible_v<Reference<Base>, int>));
     EXPECT_FALSE((std::is_convertible_v<Base*, Reference<Base>>));

@@ -155,6 +155,14 @@ TEST(String, IndexingNeverThrowsAndLosesWhatIsWrittenBeyondTheEnd)
     EXPECT_EQ('\0', readOnly[3]);
 }
 
+TEST(String, LooksForATextFromTheFront)
+{
+    const String text("abcabc");
+    EXPECT_EQ(0U, text.indexOf("ab"));
+    EXPECT_EQ(0U, text.indexOf(String("ab")));
+    EXPECT_EQ(3U, text.indexOf(String("ab"), 1));
+}
+
 TEST(String, FindsACharacter)
 {
     const String text("abcabc");
@@ -259,7 +267,7 @@ TEST(String, ANullTextComparesAsEmpty)
     EXPECT_TRUE(NO_TEXT < String("a"));
 }
 
-TEST(String, EqualityLooksBehindNuls)
+TEST(String, EqualityLooksAfterNuls)
 {
     EXPECT_FALSE(WITH_NUL == String("ab"));
     EXPECT_FALSE(WITH_NUL.equals("ab"));
@@ -343,6 +351,8 @@ TEST(String, TokenizesAtEachDelimiter)
 {
     EXPECT_EQ("[HTTP/1.1][200][OK]", joined(String("HTTP/1.1 200  OK\r\n").tokenize()));
     EXPECT_EQ("[a\fb]", joined(String("\va\fb\t").tokenize()));
+    const String printable("!\"#$%&'()*+,-./0123456789:;<=>?@ABCXYZ[\\]^_`abcxyz{|}~");
+    EXPECT_EQ("[" + std::string(printable.c_str()) + "]", joined(printable.tokenize()));
     EXPECT_EQ("[a][b]", joined(String(",a,,b,").tokenize(",")));
     EXPECT_EQ("[a][b][c]", joined(String("a,b;c").tokenize(",;")));
     EXPECT_EQ("[a b]", joined(String("a b").tokenize("")));

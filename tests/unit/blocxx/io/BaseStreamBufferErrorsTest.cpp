@@ -43,7 +43,7 @@ TEST(BaseStreamBufferInputError, KeepsTheDevicesTextBesideTheCode)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_IN, 8);
     buffer.errorText = "unknown authority";
-    buffer.input = {ProbeBuffer::data("abc"), ProbeBuffer::answer(-1, EPROTO)};
+    buffer.input = {ProbeBuffer::data("abc"), ProbeBuffer::result(-1, EPROTO)};
     std::istream stream(&buffer);
     EXPECT_EQ(stream.get(), 'a');
     EXPECT_EQ(buffer.inputErrorText(), "");
@@ -71,7 +71,7 @@ TEST(BaseStreamBufferInputError, ATextThatCannotBeMadeHidesNoFailure)
         blocxx::String deviceErrorText() const override { throw std::bad_alloc(); }
     };
     NoMemory buffer(BaseStreamBuffer::E_IN, 8);
-    buffer.input = {ProbeBuffer::data("abc"), ProbeBuffer::answer(-1, EPROTO)};
+    buffer.input = {ProbeBuffer::data("abc"), ProbeBuffer::result(-1, EPROTO)};
     std::istream stream(&buffer);
     buffer.reportErrorsTo(&stream);
     EXPECT_EQ(readBlock(stream, 5), "abc");
@@ -118,6 +118,17 @@ TEST(BaseStreamBufferInputError, AnythingElseThatIsThrownIsAnInputOutputError)
     EXPECT_EQ(buffer.inputErrorText(), "");
 }
 
+TEST(BaseStreamBufferInputError, AnExceptionBeforeTheFirstByteOfALargeReadPassesOn)
+{
+    ProbeBuffer buffer(BaseStreamBuffer::E_IN, 8);
+    buffer.input = {ProbeBuffer::exception()};
+    std::istream stream(&buffer);
+    buffer.reportErrorsTo(&stream);
+    char block[16];
+    EXPECT_THROW(buffer.sgetn(block, sizeof block), std::runtime_error);
+    EXPECT_TRUE(stream.bad());
+}
+
 TEST(BaseStreamBufferInputError, ACancelledThreadIsNotHeldUpAndLeavesAFailedInput)
 {
     for (const std::size_t wanted : {std::size_t{7}, std::size_t{8}})
@@ -139,7 +150,7 @@ TEST(BaseStreamBufferInputError, ACancelledReadHasNoTextOfAFailureBeforeTheReset
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_IN, 8);
     buffer.errorText = "unknown authority";
-    buffer.input = {ProbeBuffer::answer(-1, EPROTO), ProbeBuffer::cancellation()};
+    buffer.input = {ProbeBuffer::result(-1, EPROTO), ProbeBuffer::cancellation()};
     buffer.sgetc();
     EXPECT_EQ(buffer.inputErrorText(), "unknown authority");
     buffer.reset();
@@ -161,7 +172,7 @@ TEST(BaseStreamBufferOutputState, IsPendingUntilAFlushHasSentTheBytes)
 TEST(BaseStreamBufferOutputState, RemembersAFailedFlushAlsoAfterALaterSuccess)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.outputAnswers = {-1};
+    buffer.outputResults = {-1};
     buffer.outputErrno = ECONNRESET;
     buffer.errorText = "unknown authority";
     buffer.sputn("abc", 3);
@@ -179,7 +190,7 @@ TEST(BaseStreamBufferOutputState, RemembersAFailedFlushAlsoAfterALaterSuccess)
 TEST(BaseStreamBufferOutputState, KeepsTheFirstOfSeveralFailures)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 2);
-    buffer.outputAnswers = {-1, -1};
+    buffer.outputResults = {-1, -1};
     buffer.outputErrno = ETIMEDOUT;
     buffer.errorText = "first";
     buffer.sputn("ab", 2);
@@ -190,10 +201,10 @@ TEST(BaseStreamBufferOutputState, KeepsTheFirstOfSeveralFailures)
     EXPECT_EQ(buffer.outputErrorText(), "first");
 }
 
-TEST(BaseStreamBufferOutputState, TellsOfAFailureThatLeavesNoBitOnTheStream)
+TEST(BaseStreamBufferOutputState, ReportsAFailureThatLeavesNoBitOnTheStream)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.outputAnswers = {0, 0, -1};
+    buffer.outputResults = {0, 0, -1};
     buffer.outputErrno = ECONNRESET;
     std::ostream stream(&buffer);
     std::istringstream body(bytes(30));
@@ -206,7 +217,7 @@ TEST(BaseStreamBufferOutputState, TellsOfAFailureThatLeavesNoBitOnTheStream)
 TEST(BaseStreamBufferOutputState, AFailureWithoutReasonCountsAsInputOutputError)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.outputAnswers = {-1};
+    buffer.outputResults = {-1};
     buffer.sputn("abc", 3);
     buffer.pubsync();
     EXPECT_EQ(buffer.outputError(), EIO);
@@ -240,7 +251,7 @@ TEST(BaseStreamBufferOutputState, ADeviceThatCannotBeWrittenToFails)
 TEST(BaseStreamBufferOutputState, AResetForgetsPendingBytesAndFailures)
 {
     ProbeBuffer buffer(BaseStreamBuffer::E_OUT, 8);
-    buffer.outputAnswers = {-1};
+    buffer.outputResults = {-1};
     buffer.errorText = "text";
     buffer.sputn("abc", 3);
     buffer.pubsync();

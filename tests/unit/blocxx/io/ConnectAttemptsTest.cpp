@@ -186,7 +186,7 @@ TEST(ConnectAttempts, AConnectionToItselfIsRefused)
 {
     const std::uint16_t port = zol_test::freePort();
     SystemCalls calls;
-    // What the kernel does when it chances on the same port.
+    // What the kernel does when it happens to choose the same port.
     calls.onConnect = [](int fd, const sockaddr* native, socklen_t size)
     {
         EXPECT_EQ(::bind(fd, native, size), 0);
@@ -263,7 +263,7 @@ TEST(ConnectAttempts, AnAddressWhoseTurnDoesNotComeIsNotNamed)
     EXPECT_EQ(failure.text, "connect timed out: 127.0.0.1:" + std::to_string(silent.port()) + " (limit: 0 seconds)");
 }
 
-TEST(ConnectAttempts, WithoutTimeEachAddressIsStillAskedUntilOneDoesNotAnswerAtOnce)
+TEST(ConnectAttempts, WithoutTimeTheNextAddressIsStillTriedWhenOneFailsAtOnce)
 {
     const LoopbackSocket closed(LoopbackSocket::E_BOUND);
     const Descriptor listener = listenOn("127.0.0.9", closed.port);

@@ -15,8 +15,7 @@
 namespace zol_test
 {
 
-/// A port of 127.0.0.1 where nobody answers: its listener's queue is full, so that a connect goes on until its time is
-/// up.
+/// A port of 127.0.0.1 that stays silent: its listener's queue is full, so that a connect lasts until its time is up.
 class SilentPort
 {
 public:
@@ -34,7 +33,7 @@ blocxx::SocketAddress loopback(std::uint16_t port);
 using Clock = std::chrono::steady_clock;
 double secondsSince(Clock::time_point start);
 
-/// What a failed connect told. Fails the test if it does not fail.
+/// The exception of a failed connect. Fails the test if it succeeds.
 struct ConnectFailure
 {
     std::string type;
@@ -46,8 +45,8 @@ ConnectFailure connectFailure(blocxx::Socket& socket, const blocxx::SocketAddres
 /// Reads until `count` bytes are there, or the end, or an error.
 std::string readUpTo(blocxx::Socket& socket, std::size_t count);
 
-/// Sends a thread a signal, without SA_RESTART, every half millisecond while it lives. The thread that makes it is the
-/// one that is disturbed.
+/// Sends a thread a signal, without SA_RESTART, every half millisecond while it lives. The thread that constructs it
+/// is the one that gets them.
 class SignalStorm
 {
 public:

@@ -18,7 +18,7 @@
 namespace zol_test
 {
 
-/// A text without a period of a power of two.
+/// A text whose period is not a power of two.
 inline std::string bytes(std::size_t count)
 {
     std::string text(count, '\0');
@@ -51,7 +51,7 @@ public:
             return static_cast<int>(text.size());
         };
     }
-    static Step answer(int value, int error = 0)
+    static Step result(int value, int error = 0)
     {
         return [=](char*, int)
         {
@@ -86,7 +86,7 @@ public:
     using BaseStreamBuffer::sync;
 
     std::deque<Step> input;
-    std::deque<int> outputAnswers;
+    std::deque<int> outputResults;
     std::function<void()> duringOutput; // called before the bytes are taken
     int outputErrno = 0;
     std::string errorText;
@@ -114,10 +114,10 @@ protected:
         }
         blocks.emplace_back(from, static_cast<std::size_t>(count));
         int result = 0;
-        if (!outputAnswers.empty())
+        if (!outputResults.empty())
         {
-            result = outputAnswers.front();
-            outputAnswers.pop_front();
+            result = outputResults.front();
+            outputResults.pop_front();
         }
         errno = outputErrno;
         return result;

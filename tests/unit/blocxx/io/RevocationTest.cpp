@@ -35,7 +35,7 @@ using zol_test::tlsServer;
 namespace
 {
 
-// A revocation list of the test authority's in PEM; `days` from now it expires.
+// A revocation list of the test authority, in PEM; it expires `days` from now.
 std::string revocationList(const Certificate& revoked, int days = 1)
 {
     const std::unique_ptr<X509_CRL, decltype(&X509_CRL_free)> list(X509_CRL_new(), X509_CRL_free);

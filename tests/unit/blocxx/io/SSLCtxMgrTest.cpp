@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 
@@ -96,6 +97,32 @@ TEST(SSLOpts, CopiesShareTheKey)
         ASSERT_EQ(opts->pkey, serverCertificate().key.get());
         EXPECT_EQ(EVP_PKEY_get_bits(opts->pkey), 256);
     }
+}
+
+TEST(SSLOpts, TheLastCopyFreesTheKey)
+{
+    int freed = 0;
+    // OpenSSL tells through this that a key goes which has the counter attached.
+    const auto count = [](void*, void* counter, CRYPTO_EX_DATA*, int, long, void*) // NOLINT(google-runtime-int)
+    {
+        if (counter != nullptr)
+        {
+            ++*static_cast<int*>(counter);
+        }
+    };
+    const int index = CRYPTO_get_ex_new_index(CRYPTO_EX_INDEX_EVP_PKEY, 0, nullptr, nullptr, nullptr, count);
+    ASSERT_GE(index, 0);
+    {
+        SSLOpts opts;
+        opts.pkey = EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256");
+        ASSERT_NE(opts.pkey, nullptr);
+        ASSERT_EQ(EVP_PKEY_set_ex_data(opts.pkey, index, &freed), 1);
+        {
+            const SSLOpts copy(opts);
+        }
+        EXPECT_EQ(freed, 0);
+    }
+    EXPECT_EQ(freed, 1);
 }
 
 TEST(SSLClientCtx, AsksForTLS12AtLeastAndForVerification)
@@ -211,7 +238,7 @@ TEST_F(SSLClientCtxFiles, TrustStoreMustBeReadable)
     EXPECT_THAT(failureOf(opts), StartsWith("Error loading truststore " + m_garbage + ": "));
 }
 
-TEST_F(SSLClientCtxFiles, TrustStoreIsNotLookedAtWithoutVerification)
+TEST_F(SSLClientCtxFiles, TrustStoreIsNotReadWithoutVerification)
 {
     SSLOpts opts;
     opts.verifyMode = SSLOpts::MODE_DISABLED;
@@ -219,7 +246,7 @@ TEST_F(SSLClientCtxFiles, TrustStoreIsNotLookedAtWithoutVerification)
     EXPECT_NO_THROW(SSLClientCtx{opts});
 }
 
-TEST(SSLClientCtx, NullIsNoTrustedCertificate)
+TEST(SSLClientCtx, NullIsNotATrustedCertificate)
 {
     SSLOpts opts;
     opts.inMemoryTrustStore.push_back(nullptr);

@@ -125,7 +125,7 @@ TEST(SSLErrorText, IsInTheExceptionWhenOneIsAskedFor)
     server.errors();
 }
 
-TEST(SSLErrorText, OfACutTellsThatCloseNotifyIsMissing)
+TEST(SSLErrorText, OfACutSaysThatCloseNotifyIsMissing)
 {
     ScriptedServer server(tlsServer(), [](ServerConnection& connection) { connection.cut(); });
     Socket socket(trustingClient());
@@ -136,7 +136,7 @@ TEST(SSLErrorText, OfACutTellsThatCloseNotifyIsMissing)
     EXPECT_EQ(socket.lastErrorText(), "the connection ended without close-notify");
 }
 
-TEST(SSLErrorText, IsEmptyWhereErrnoTellsAllAndAfterASuccess)
+TEST(SSLErrorText, IsEmptyWhereErrnoSaysItAllAndAfterASuccess)
 {
     std::promise<void> more;
     ScriptedServer server(tlsServer(),
@@ -173,7 +173,7 @@ TEST(SSLErrorText, DoesNotOutliveItsConnection)
     refusing.errors();
 }
 
-TEST(SSLRead, KeyUpdatesDoNotStartTheLimitAnew)
+TEST(SSLRead, KeyUpdatesDoNotRestartTheLimit)
 {
     ScriptedServer server(tlsServer(),
                           [](ServerConnection& connection)
@@ -196,7 +196,7 @@ TEST(SSLRead, KeyUpdatesDoNotStartTheLimitAnew)
     EXPECT_LT(secondsSince(start), 15);
 }
 
-TEST(SSLRead, DataBehindTheSessionTicketsNeedsNoTime)
+TEST(SSLRead, DataAfterTheSessionTicketsNeedsNoTime)
 {
     std::promise<void> sent;
     ScriptedServer server(tlsServer(),
@@ -238,7 +238,7 @@ TEST(SSLRead, ARowOfKeyUpdatesThatDoesNotEndIsLeftWhenTheTimeIsUp)
     EXPECT_EQ(readUpTo(socket, 4), "data");
 }
 
-TEST(SSLWrite, AWakeUpForNothingDoesNotStartTheLimitAnew)
+TEST(SSLWrite, ASpuriousWakeUpDoesNotRestartTheLimit)
 {
     ScriptedServer server(tlsServer(), waitForThePeer);
     Socket socket(trustingClient());

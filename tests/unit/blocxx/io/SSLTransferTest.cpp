@@ -52,7 +52,7 @@ ScriptedServer::Options renegotiatingServer()
     return options;
 }
 
-// Goes on with a handshake of the server's that is under way, for a while.
+// Continues a handshake that the server has begun, for a while.
 bool finishHandshake(ServerConnection& connection)
 {
     for (int i = 0; i < 400 && SSL_do_handshake(connection.ssl()) != 1; ++i)
@@ -114,6 +114,24 @@ TEST(SSLRead, ResetIsAnError)
     }
 }
 
+TEST(SSLRead, ResetDuringTheWaitIsNoCut)
+{
+    ScriptedServer server(tlsServer(),
+                          [](ServerConnection& connection)
+                          {
+                              connection.receive(1);
+                              connection.pause(milliseconds(200)); // the client's read waits by then
+                              connection.reset();
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.write("x", 1);
+    char byte = 0;
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    EXPECT_EQ(errno, ECONNRESET);
+    EXPECT_TRUE(socket.lastErrorText().empty()) << socket.lastErrorText();
+}
+
 TEST(SSLRead, GarbageBetweenRecordsIsAProtocolError)
 {
     ScriptedServer server(tlsServer(),
@@ -163,7 +181,7 @@ TEST(SSLRead, TimesOutWithinARecord)
     EXPECT_EQ(errno, ETIMEDOUT);
 }
 
-TEST(SSLRead, AfterATimeoutGoesOn)
+TEST(SSLRead, ContinuesAfterATimeout)
 {
     std::promise<void> more;
     ScriptedServer server(tlsServer(),
@@ -278,7 +296,7 @@ TEST(SSLWrite, ToAResetPeerIsAnErrorAndNoSignal)
     Socket socket(trustingClient());
     socket.connect(loopback(server.port()));
     socket.write("x", 1);
-    // Takes the news of the reset, so that the write finds a broken pipe.
+    // Reads the reset, so that the write finds a broken pipe.
     char byte = 0;
     EXPECT_EQ(socket.read(&byte, 1), -1);
     EXPECT_EQ(socket.write("x", 1), -1);
@@ -288,7 +306,7 @@ TEST(SSLWrite, ToAResetPeerIsAnErrorAndNoSignal)
     EXPECT_EQ(disposition.sa_handler, SIG_DFL);
 }
 
-TEST(SSLWrite, WithinARenegotiationGoesOnWhenThePeerAnswers)
+TEST(SSLWrite, WithinARenegotiationContinuesWhenThePeerResponds)
 {
     ScriptedServer server(renegotiatingServer(),
                           [](ServerConnection& connection)
@@ -302,7 +320,7 @@ TEST(SSLWrite, WithinARenegotiationGoesOnWhenThePeerAnswers)
                           });
     Socket socket(trustingClient());
     socket.connect(loopback(server.port()));
-    // Reads the wish to renegotiate, and no answer to what it sends then.
+    // Reads the request to renegotiate, and no response to what it sends then.
     socket.setReceiveTimeout(Timeout::relative(0.1F));
     char byte = 0;
     EXPECT_EQ(socket.read(&byte, 1), -1);
@@ -366,7 +384,7 @@ TEST(SSLClose, OfAConnectionThatThePeerHasLeftRaisesNoSignal)
     socket.connect(loopback(server.port()));
     char byte = 0;
     EXPECT_EQ(socket.read(&byte, 1), 0);
-    // The end may be seen before the server's socket is gone; what is written after that is answered with a reset.
+    // The end may be seen before the server's socket is gone; what is written after that causes a reset.
     ASSERT_EQ(closed.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
     socket.write("x", 1);
     pollfd reset{socket.getfd(), 0, 0};

@@ -13,8 +13,8 @@
 namespace zol_test
 {
 
-/// A device that does what the test says: one step of the script a read or write. When the script runs out, reads are
-/// at the orderly end and writes take everything.
+/// A device that does what the test says: each read or write is one step of the script. When the script runs out, reads
+/// are at the orderly end and writes accept everything.
 class ScriptedDevice : public blocxx::IOIFC
 {
 public:

@@ -6,7 +6,7 @@
 namespace zol_test
 {
 
-/// While it lives, the process's resolver answers for one name what the test says. One at a time.
+/// While it lives, the process's resolver returns what the test says for one name. One at a time.
 class ScriptedResolver
 {
 public:

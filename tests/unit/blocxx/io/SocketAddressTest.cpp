@@ -1,7 +1,7 @@
 #include "blocxx/SocketAddress.hpp"
 
-#include "GroupingLocale.hpp"
 #include "ScriptedResolver.hpp"
+#include "support/GroupingLocale.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -109,7 +109,7 @@ const struct
 } NO_HOSTS[] = {{"Empty", ""},
                 {"Blank", " "},
                 {"BlankInside", "a b"},
-                {"BlankBehind", "127.0.0.1 "},
+                {"BlankAfter", "127.0.0.1 "},
                 {"BlankBefore", " 127.0.0.1"},
                 {"LineEnd", "localhost\n"},
                 {"Delete", "localhost\x7f"},
@@ -124,7 +124,7 @@ const struct
                 {"LeadingZeroInAShortForm", "127.01"},
                 {"LeadingZeroOfOneNumber", "017700000001"},
                 {"TwoZeros", "127.00.0.1"},
-                {"LeadingZeroBehindIPv6", "::ffff:127.0.0.01"},
+                {"LeadingZeroAfterIPv6", "::ffff:127.0.0.01"},
                 {"Brackets", "[::1]"},
                 {"Zone", "fe80::1%lo"},
                 {"Colon", ":"},
@@ -148,7 +148,7 @@ TEST(SocketAddress, UnknownHostTextNamesHostAndReason)
               std::string("Unknown host: nowhere.example: ") + ::gai_strerror(EAI_NONAME));
 }
 
-TEST(SocketAddress, UnknownHostTextNamesTheSystemErrorBehindTheResolvers)
+TEST(SocketAddress, UnknownHostTextNamesTheSystemErrorAfterTheResolvers)
 {
     const ScriptedResolver resolver("nowhere.example", EAI_SYSTEM, EMFILE);
     EXPECT_EQ(unknownHostText("nowhere.example"),
@@ -241,7 +241,7 @@ TEST(SocketAddress, AssignFromNativeFormTakesAddressAndPortAndKeepsTheName)
     EXPECT_EQ(address.getName(), "127.0.0.1");
 }
 
-TEST(SocketAddress, AssignFromAFormThatIsNoInternetAddressLeavesItUnset)
+TEST(SocketAddress, AssignFromAFormThatIsNotAnInternetAddressLeavesItUnset)
 {
     SocketAddress address = SocketAddress::getByName("127.0.0.1", 80);
     sockaddr native{};

@@ -89,7 +89,7 @@ TEST(SocketImpl, AWakeUpForNothingIsWaitedOutAgain)
     EXPECT_EQ(readUpTo(socket, 4), "ping");
 }
 
-TEST(SocketImpl, AWakeUpForNothingDoesNotStartTheLimitAnew)
+TEST(SocketImpl, ASpuriousWakeUpDoesNotRestartTheLimit)
 {
     ScriptedServer server([](ServerConnection& connection) { connection.waitUntilPeerCloses(); });
     Socket socket;
@@ -120,7 +120,7 @@ TEST(SocketImpl, AWakeUpForNothingDoesNotStartTheLimitAnew)
     EXPECT_LT(limits[1], limits[0]);
 }
 
-TEST(SocketImpl, BytesThatLeaveStartTheLimitAnew)
+TEST(SocketImpl, BytesThatLeaveRestartTheLimit)
 {
     ScriptedServer server([](ServerConnection& connection) { connection.waitUntilPeerCloses(); });
     Socket socket;

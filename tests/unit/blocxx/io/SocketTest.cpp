@@ -1,8 +1,8 @@
 #include "blocxx/Socket.hpp"
 
-#include "GroupingLocale.hpp"
 #include "Peers.hpp"
 #include "ScriptedResolver.hpp"
+#include "support/GroupingLocale.hpp"
 #include "support/Process.hpp"
 #include "support/ScriptedServer.hpp"
 

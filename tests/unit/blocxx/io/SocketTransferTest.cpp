@@ -112,7 +112,7 @@ TEST(SocketRead, ThrowsWhenAskedTo)
     }
 }
 
-TEST(SocketRead, TimeoutIsAnErrorThatErrnoTells)
+TEST(SocketRead, TimeoutIsAnErrorThatErrnoNames)
 {
     ScriptedServer server([](ServerConnection& connection) { connection.waitUntilPeerCloses(); });
     Socket socket;
@@ -149,7 +149,7 @@ TEST(SocketRead, TimeoutIsOfEachReadNotOfAll)
     EXPECT_GT(secondsSince(start), 1.1);
 }
 
-TEST(SocketRead, AfterATimeoutGoesOn)
+TEST(SocketRead, ContinuesAfterATimeout)
 {
     std::promise<void> more;
     ScriptedServer server(

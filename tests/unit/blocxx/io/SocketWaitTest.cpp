@@ -85,7 +85,7 @@ TEST(SocketWait, OnASocketThatIsNotConnectedFails)
     EXPECT_FALSE(socket.receiveTimeOutExpired());
 }
 
-TEST(SocketWait, ReceiveTimeOutExpiredTellsOfTheLastRead)
+TEST(SocketWait, ReceiveTimeOutExpiredIsAboutTheLastRead)
 {
     ScriptedServer server(echoFour);
     Socket socket;
@@ -133,7 +133,7 @@ TEST(SocketStreams, ReadErrorsGiveBadAndWriteErrorsThrow)
     EXPECT_THROW(socket.getOutputStream() << "x" << std::flush, std::ios_base::failure);
 }
 
-TEST(SocketStreams, EndWithTheConnectionAndStartAnewWithTheNext)
+TEST(SocketStreams, EndWithTheConnectionAndStartAfreshWithTheNext)
 {
     ScriptedServer first(waitForThePeer);
     ScriptedServer second(echoFour);
@@ -162,7 +162,7 @@ TEST(SocketStreams, OfAFailedConnectionKeepTheirState)
     EXPECT_TRUE(socket.getInputStream().bad());
 }
 
-TEST(SocketAdoption, TakesAConnectedDescriptorOver)
+TEST(SocketAdoption, TakesOverAConnectedDescriptor)
 {
     ScriptedServer server(echoFour);
     const Descriptor kept(::socket(AF_INET, SOCK_STREAM, 0));

@@ -113,7 +113,7 @@ TEST(DirectInput, FillsAnEmptyGetAreaWithOneReadOfAtMostThatMuch)
     EXPECT_FALSE(direct.fillGetArea(100));
 }
 
-TEST(DirectInput, ReadsIntoTheCallersMemoryAndKeepsWhatCameBehind)
+TEST(DirectInput, ReadsIntoTheCallersMemoryAndKeepsWhatCameAfter)
 {
     ScriptedDevice device;
     device.reads = {ScriptedDevice::data("abcdef"), ScriptedDevice::data("gh"), ScriptedDevice::data("0123456789")};

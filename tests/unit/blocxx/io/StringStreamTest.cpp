@@ -1,5 +1,7 @@
 #include "blocxx/StringStream.hpp"
 
+#include "support/Allocations.hpp"
+
 #include <gtest/gtest.h>
 
 #include <ios>
@@ -31,6 +33,15 @@ TEST(OStringStream, GrowsWithoutLimit)
         expected += static_cast<char>('a' + i % 26);
     }
     EXPECT_EQ(expected, out.c_str());
+}
+
+TEST(OStringStream, TakesAtMostTwiceTheRoomThatItNeeds)
+{
+    blocxx::OStringStream stream(256);
+    const std::string text(257, 'x');
+    const zol_test::Allocations taken = zol_test::allocationsOf([&] { stream << text; });
+    EXPECT_EQ(taken.count, 1U);
+    EXPECT_LE(taken.bytes, 2 * text.size());
 }
 
 TEST(OStringStream, KeepsNuls)

@@ -26,7 +26,7 @@ struct SystemCalls
     std::function<ssize_t(int, const void*, std::size_t, int)> onSend;
     std::function<int(pollfd*, nfds_t, int)> onPoll;
 
-    /// The wall clock shows this, if it is not zero.
+    /// The time of the wall clock, unless it is zero.
     timespec wallClock{};
 
     /// The system's own.

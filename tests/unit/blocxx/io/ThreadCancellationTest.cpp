@@ -33,7 +33,7 @@ void* run(void* work)
     return nullptr;
 }
 
-/// Runs the work in a thread, and cancels the thread when `when` says so. @return whether the thread ended by it
+/// Runs the work in a thread, and cancels the thread when `when` says so. @return whether that ended the thread
 bool endsCancelled(const std::function<void()>& work, const std::function<void(pthread_t)>& when)
 {
     pthread_t thread{};
@@ -55,7 +55,7 @@ protected:
     ScriptedServer::Options options() const { return GetParam() ? tlsServer() : ScriptedServer::Options(); }
     SSLClientCtxRef client() const { return GetParam() ? trustingClient() : SSLClientCtxRef(); }
 
-    // Cancels once the work has come to what it waits in; how long after does not matter.
+    // Cancels once the work has reached its wait; how long after does not matter.
     static std::function<void(pthread_t)> soonAfter(const std::atomic<bool>& reached)
     {
         return [&reached](pthread_t thread)

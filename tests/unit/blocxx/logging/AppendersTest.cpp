@@ -29,7 +29,7 @@ LogMessage record(const char* category, const char* message)
     return {"component", category, message, nullptr, -1, nullptr};
 }
 
-/// Takes what is written to std::clog.
+/// Captures what is written to std::clog.
 class ClogCapture
 {
 public:

@@ -67,7 +67,7 @@ TEST(CreateLogAppender, AFileTakesItsLocationFromTheOptions)
     EXPECT_EQ(zol_test::readFile(directory.file("log")), "written at once\n");
 }
 
-TEST(CreateLogAppender, AFileFlushesUnlessToldOtherwise)
+TEST(CreateLogAppender, AFileFlushesByDefault)
 {
     const zol_test::TemporaryDirectory directory;
     LoggerConfigMap items;

@@ -84,7 +84,7 @@ TEST(FileAppender, ItsEndIsNotACancellationPoint)
     EXPECT_EQ(readFile(path), "kept\n");
 }
 
-TEST(FileAppender, OpensTheFileAnewWhenItsNameIsGone)
+TEST(FileAppender, ReopensTheFileWhenItsNameIsGone)
 {
     const TemporaryDirectory directory;
     const std::string path = directory.file("log");
@@ -96,7 +96,7 @@ TEST(FileAppender, OpensTheFileAnewWhenItsNameIsGone)
     EXPECT_EQ(readFile(path), "two\n");
 }
 
-TEST(FileAppender, OpensTheFileAnewWhenItsNameStandsForAnother)
+TEST(FileAppender, ReopensTheFileWhenItsNameBelongsToAnother)
 {
     const TemporaryDirectory directory;
     const std::string path = directory.file("log");

@@ -73,7 +73,7 @@ class LogAppenderLevel : public testing::TestWithParam<LevelCase>
 {
 };
 
-TEST_P(LogAppenderLevel, IsThatOfTheMostTalkativeCategory)
+TEST_P(LogAppenderLevel, IsThatOfTheMostVerboseCategory)
 {
     const KeepingAppenderRef appender(new KeepingAppender(words("*"), words(GetParam().categories)));
     EXPECT_EQ(appender->getLogLevel(), GetParam().level);
@@ -92,7 +92,7 @@ const LevelCase LEVELS[] = {
     {"ErrorAndDebug2", "ERROR DEBUG2", blocxx::E_DEBUG2_LEVEL, true, false},
     {"TheOrderDoesNotMatter", "DEBUG2 ERROR", blocxx::E_DEBUG2_LEVEL, true, false},
     {"Debug3", "DEBUG3", blocxx::E_DEBUG3_LEVEL, false, true},
-    {"AllIsNoCategory", "ALL", blocxx::E_ALL_LEVEL, false, false},
+    {"AllIsNotACategory", "ALL", blocxx::E_ALL_LEVEL, false, false},
     {"NoneIsNoCategory", "NONE", blocxx::E_ALL_LEVEL, false, false},
     {"WrongCase", "error", blocxx::E_ALL_LEVEL, false, false},
     {"CustomBesideError", "ERROR custom", blocxx::E_ALL_LEVEL, true, false},
@@ -202,7 +202,7 @@ TEST(LogAppender, AThreadsOwnIsHeardWithoutADefault)
     EXPECT_EQ(own->texts(), std::vector<std::string>{"c ERROR heard"});
 }
 
-/// Tells when it goes.
+/// Reports its destruction.
 class CountedAppender : public KeepingAppender
 {
 public:
@@ -213,7 +213,7 @@ private:
     int& m_destroyed;
 };
 
-TEST(LogAppender, AThreadsOwnGoesWithTheThread)
+TEST(LogAppender, AThreadsOwnIsReleasedWithTheThread)
 {
     int destroyed = 0;
     std::thread([&destroyed] { LogAppender::setThreadLogAppender(new CountedAppender(destroyed)); }).join();
@@ -233,7 +233,7 @@ TEST(LogAppender, AScopePutsTheFormerOneBack)
     EXPECT_EQ(LogAppender::getThreadLogAppender(), outer);
 }
 
-/// Is a cancellation point, as one is that writes to a file.
+/// Is a cancellation point, like an appender that writes to a file.
 class CancellableAppender : public LogAppender
 {
 public:

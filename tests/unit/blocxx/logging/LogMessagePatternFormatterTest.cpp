@@ -110,7 +110,7 @@ const PatternCase LITERALS[] = {
     {"PrecisionAtTheEnd", "%5.3", "%5.3"},
     {"HexadecimalEscape", "\\x41G", "AG"},
     {"HexadecimalEscapeOfOneDigit", "\\x9|", "\t|"},
-    {"LargestHexadecimalEscape", "\\x7eG", "~G"},
+    {"LargestHexadecimalEscape", "\\x7fG", "\x7fG"},
     {"HexadecimalEscapeThatIsTooLarge", "\\x80", "\\x80"},
     {"HexadecimalEscapeTakesAllDigits", "\\x41BC", "\\x41BC"},
     {"HexadecimalEscapeWithoutDigits", "\\xg", "\\xg"},
@@ -153,7 +153,7 @@ TEST(LogMessagePatternFormatter, MessageAsXml)
     EXPECT_EQ(formatText("%e", ""), "<![CDATA[]]>");
 }
 
-TEST(LogMessagePatternFormatter, TextBehindTheLastEndMarkInXmlIsLost)
+TEST(LogMessagePatternFormatter, TextAfterTheLastEndMarkInXmlIsLost)
 {
     EXPECT_EQ(formatText("%e", "x]]>y"), "<![CDATA[x]]>]]&gt;<![CDATA[]]>");
     EXPECT_EQ(formatText("%e", "x]]>y]]>z"), "<![CDATA[x]]>]]&gt;<![CDATA[y]]>]]&gt;<![CDATA[]]>");
@@ -222,7 +222,7 @@ TEST(LogMessagePatternFormatter, DatesByFormat)
     EXPECT_EQ(format("%d{x}"), "x");
 }
 
-TEST(LogMessagePatternFormatter, ADateOfMoreThan254BytesIsNothing)
+TEST(LogMessagePatternFormatter, ADateOfMoreThan254BytesIsEmpty)
 {
     EXPECT_EQ(format("%d{" + std::string(254, 'x') + "}"), std::string(254, 'x'));
     EXPECT_EQ(format("%d{" + std::string(255, 'x') + "}"), "");
@@ -257,7 +257,7 @@ TEST_P(PatternError, IsThrownAtConstruction)
 }
 
 const ErrorCase ERRORS[] = {
-    {"NoDigitBehindTheDot", "a%5.xm", 0,
+    {"NoDigitAfterTheDot", "a%5.xm", 0,
      "Invalid pattern \"a%5.xm\" in position 5. Was expecting a digit, instead got char x."},
     {"NoPrecisionAtAll", "%.m", 0, "Invalid pattern \"%.m\" in position 3. Was expecting a digit, instead got char m."},
     {"OptionThatIsNoNumber", "%c{x}", 1,
@@ -267,7 +267,7 @@ const ErrorCase ERRORS[] = {
     {"UnknownLetter", "ab%q", 2, "Invalid pattern \"ab%q\" in position 4. Unsupported conversion (q)."},
     {"LineEndWithAWidth", "%5n", 2, "Invalid pattern \"%5n\" in position 3. Unsupported conversion (n)."},
     {"PercentSignWithAWidth", "%5%", 2, "Invalid pattern \"%5%\" in position 3. Unsupported conversion (%)."},
-    {"DashBehindAWidth", "%5-m", 2, "Invalid pattern \"%5-m\" in position 3. Unsupported conversion (-)."},
+    {"DashAfterAWidth", "%5-m", 2, "Invalid pattern \"%5-m\" in position 3. Unsupported conversion (-)."},
     {"UnclosedOptionOfAComponent", "%c{2", 3, "Invalid pattern \"%c{2\" in position 4. The option is not closed (2)."},
     {"UnclosedOptionOfADate", "%d{%H", 3, "Invalid pattern \"%d{%H\" in position 5. The option is not closed (%H)."},
 };

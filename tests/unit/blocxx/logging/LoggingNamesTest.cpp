@@ -1,4 +1,4 @@
-/// @file Uses every name of the logging that programs rely on, as they write it.
+/// @file Uses every name of the logging module that programs rely on, as they write it.
 
 #include "support/LogCapture.hpp"
 

@@ -91,6 +91,7 @@ std::string refusalOf(const String& identity, const String& facility)
     }
     catch (const LoggerException& e)
     {
+        EXPECT_STREQ(e.getFile(), "SyslogAppender");
         return e.getMessage();
     }
     return "";

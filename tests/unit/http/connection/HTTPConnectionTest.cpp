@@ -43,7 +43,7 @@ TEST(HTTPConnection, BothSidesAreGoodAfterOpening)
     EXPECT_TRUE(connection.ostream().good());
 }
 
-TEST(HTTPConnection, OneStateForBothSides)
+TEST(HTTPConnection, BothSidesShareOneState)
 {
     ScriptedServer server([](ServerConnection& peer) { peer.waitUntilPeerCloses(); });
     HTTPConnection connection = connectTo(server);
@@ -236,7 +236,7 @@ TEST(HTTPConnection, TimeoutBoundsTheConnect)
 {
     const zol_test::LoopbackSocket crowded(zol_test::LoopbackSocket::E_LISTENING, false, 0);
     const SocketAddress address = SocketAddress::getByName("127.0.0.1", crowded.port);
-    // Nobody accepts: the first few connections fill the queue, the next one is left without an answer.
+    // Nothing accepts: the first few connections fill the queue, the next one gets no response.
     std::vector<HTTPConnection> queued;
     const auto start = std::chrono::steady_clock::now();
     EXPECT_THROW(

@@ -75,7 +75,7 @@ ScriptedServer::Script resettingAfter(const std::string& wire)
     };
 }
 
-/// Reads `count` bytes, lets the server of `resettingAfter` go on, and reads to the end.
+/// Reads `count` bytes, lets the server of `resettingAfter` continue, and reads to the end.
 std::string readAcrossReset(const HTTPTransferDecoderRef& decoder, size_t count)
 {
     std::string body(count, '\0');
@@ -151,7 +151,7 @@ TEST(HTTPTransferDecoder, IdentityIsTheConnectionsOwnInput)
     EXPECT_EQ(readAll(decoder), wire);
 }
 
-TEST(HTTPTransferDecoder, ChunkedTakesTheFramingOff)
+TEST(HTTPTransferDecoder, ChunkedRemovesTheFraming)
 {
     ScriptedServer server(sending("5\r\nhello\r\n7;x=y\r\n, world\r\n0\r\nTrailer: z\r\n\r\n"));
     const HTTPTransferDecoderRef decoder = decoderFor(server, chunked());
@@ -240,7 +240,7 @@ TEST(HTTPTransferDecoder, ChunkedBodyIsNotCompleteAfterAReset)
     EXPECT_FALSE(decoder->bodyIsComplete());
 }
 
-TEST(HTTPTransferDecoder, BodyBehindAFailedStreamIsNeverComplete)
+TEST(HTTPTransferDecoder, BodyAfterAFailedStreamIsNeverComplete)
 {
     for (const Headers& headers : {Headers(), chunked()})
     {

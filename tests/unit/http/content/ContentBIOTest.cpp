@@ -53,7 +53,7 @@ ContentRef octets(const std::string& bytes)
     return ContentRef(new ApplicationOctetStreamContent(bytes.data(), bytes.size()));
 }
 
-/// All bytes up to the first answer that is not positive.
+/// All bytes up to the first result that is not positive.
 std::string readAll(BIO* bio)
 {
     std::string all;
@@ -66,7 +66,7 @@ std::string readAll(BIO* bio)
     return all;
 }
 
-/// Counts itself, and the states it made.
+/// Counts its instances and the states it made.
 class CountedContent : public ScriptedContent
 {
 public:
@@ -92,7 +92,7 @@ private:
     std::atomic<int>& m_count;
 };
 
-TEST(ContentBIO, ReadsTheBytesAndThenAnswersMinusOne)
+TEST(ContentBIO, ReadsTheBytesAndThenReturnsMinusOne)
 {
     const Chain bio = chainOver(octets("12345"));
     std::array<char, 100> buffer{};
@@ -112,7 +112,7 @@ TEST(ContentBIO, ReadsNoMoreThanAskedFor)
     EXPECT_EQ(BIO_read(bio.get(), buffer.data(), 3), 2);
 }
 
-TEST(ContentBIO, AnswersZeroWhenTheContentHasNothingThisTime)
+TEST(ContentBIO, ReturnsZeroWhenTheContentHasNothingThisTime)
 {
     const Chain bio = chainOver(scripted(zol_test::byteByByte("ab")));
     char c = 0;
@@ -203,7 +203,7 @@ TEST(ContentBIO, DestroyLeavesDataPointerAndInitFlag)
     EXPECT_EQ(BIO_free(bio), 1);
 }
 
-TEST(ContentBIO, EveryControlCommandAnswersZero)
+TEST(ContentBIO, EveryControlCommandReturnsZero)
 {
     const Chain bio = chainOver(octets("12345"));
     for (int command = 0; command < 256; ++command)
@@ -253,7 +253,7 @@ TEST(ContentBIO, TwoOverOneContentReadIndependently)
     EXPECT_EQ(readAll(first.get()), "2345");
 }
 
-/// What a BIO keeps, for a program that fills one by itself.
+/// What a BIO keeps, for a program that fills one itself.
 struct Record
 {
     ContentRef content;
@@ -306,7 +306,7 @@ TEST(ContentBIO, HoldsContentAndStateUntilItIsFreed)
     EXPECT_EQ(alive, 0);
 }
 
-TEST(ContentBIO, AContentThatRefusesAStateIsLetGo)
+TEST(ContentBIO, AContentThatRefusesAStateIsReleased)
 {
     std::atomic<int> alive{0};
     IntrusiveReference<CountedContent> content(new CountedContent(alive));
@@ -354,7 +354,7 @@ TEST(ContentBIO, WhatTheContentThrowsComesOutOfBioRead)
     const Chain bio = chainOver(content);
     char c = 0;
     EXPECT_THROW(BIO_read(bio.get(), &c, 1), std::runtime_error);
-    EXPECT_EQ(readAll(bio.get()), "text") << "and reading can go on";
+    EXPECT_EQ(readAll(bio.get()), "text") << "and reading can continue";
     size_t got = 0;
     EXPECT_EQ(BIO_read_ex(bio.get(), &c, 1, &got), 0);
 }

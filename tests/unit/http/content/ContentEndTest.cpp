@@ -22,7 +22,7 @@ using zol_test::TemporaryDirectory;
 namespace
 {
 
-/// A content of a program's own that tells a bad end.
+/// A program's own content that reports a bad end.
 class LostContent : public zol_test::ScriptedContent, public ContentEnd
 {
 public:
@@ -30,7 +30,7 @@ public:
     bool endedBadly(const ContentStreamStateRef&) const override { return true; }
 };
 
-/// Reads until the end, or until nothing comes, and returns what the content says of it.
+/// Reads until the end, or until nothing comes, and returns what the content says about it.
 bool endsBadly(const ContentRef& content)
 {
     const ContentStreamStateRef state = content->createInitialStreamState();
@@ -80,7 +80,7 @@ TEST(ContentEnd, IsOrderlyForAContentThatDoesNotTell)
     EXPECT_FALSE(endsBadly(ContentRef(new zol_test::ScriptedContent({"abc"}))));
 }
 
-TEST(ContentEnd, IsToldByAContentOfTheProgramsOwn)
+TEST(ContentEnd, IsReportedByAContentOfTheProgramsOwn)
 {
     EXPECT_TRUE(endsBadly(ContentRef(new LostContent)));
 }
@@ -156,7 +156,7 @@ TEST(ContentEnd, OfAMultipartBodyIsBadWhereAPartEndedBadly)
     multipart->addPart(bad);
     EXPECT_TRUE(endsBadly(multipart));
     multipart->addPart(good);
-    EXPECT_TRUE(endsBadly(multipart)) << "the parts behind it do not mend it";
+    EXPECT_TRUE(endsBadly(multipart)) << "the parts after it do not repair it";
     blocxx::IntrusiveReference<MultipartMixedContent> outer(new MultipartMixedContent("O"));
     outer->addPart(multipart);
     EXPECT_TRUE(endsBadly(outer)) << "nor does another body around it";

@@ -164,7 +164,7 @@ TEST(Content, IsDestroyedWithItsLastHandle)
 
 TEST(GetContentData, AsksAContentOfNoBytesForItsEnd)
 {
-    // A content whose length is 0 need not be one that has nothing to deliver: the length is not looked at.
+    // A content whose length is 0 may still have bytes to deliver: the length is ignored.
     const ContentRef content(new ScriptedContent({"ab"}));
     dynamic_cast<ScriptedContent&>(*content).announcedLength = 0;
     EXPECT_EQ(content->getContentLength(), 0U);

@@ -112,7 +112,7 @@ TEST(ContentTypeHeader, OnlyTheFirstColonCounts)
     EXPECT_EQ(parsed("a:b:c/d").getType(), "b:c");
 }
 
-TEST(ContentTypeHeader, NameOfTheHeaderIsNotLookedAt)
+TEST(ContentTypeHeader, NameOfTheHeaderIsNotChecked)
 {
     const ContentTypeHeader header = parsed("a/b;c=d: e/f");
     EXPECT_EQ(header.getType(), "e");
@@ -185,11 +185,11 @@ TEST(ContentTypeHeader, WithoutSlashTheIndexOfTheSemicolonIsTheLength)
     const ContentTypeHeader whole = parsed("Content-Type: text;a=b");
     EXPECT_EQ(whole.getType(), " text;a=b");
     EXPECT_THAT(parametersOf(whole), ElementsAre("a=b"));
-    // The ";" has index 3: three characters from behind the colon.
+    // The ";" has index 3: three characters, counted from after the colon.
     EXPECT_EQ(parsed("T:x;abc=d").getType(), "x;a");
 }
 
-TEST(ContentTypeHeader, SlashBehindTheSemicolonCounts)
+TEST(ContentTypeHeader, SlashAfterTheSemicolonCounts)
 {
     const ContentTypeHeader header = parsed("Content-Type: a;b=c/d");
     EXPECT_EQ(header.getType(), "a;b=c");
@@ -197,7 +197,7 @@ TEST(ContentTypeHeader, SlashBehindTheSemicolonCounts)
     EXPECT_THAT(parametersOf(header), ElementsAre("b=c/d"));
 }
 
-TEST(ContentTypeHeader, SlashDirectlyBehindTheSemicolonGivesTheRestAsSubtype)
+TEST(ContentTypeHeader, SlashDirectlyAfterTheSemicolonGivesTheRestAsSubtype)
 {
     const ContentTypeHeader header = parsed("t: a;/b=c");
     EXPECT_EQ(header.getType(), "a;");

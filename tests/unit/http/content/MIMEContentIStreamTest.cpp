@@ -59,7 +59,7 @@ TEST(MIMEContentIStream, RefillsAskForAsMuchAsTheBufferHolds)
     const auto content = scripted({bytes});
     MIMEContentIStream stream(content);
     EXPECT_EQ(readByByte(stream), bytes);
-    // The last two meet the end of the data: an end is asked about again by every read.
+    // The last two meet the end of the data: every read asks about the end again.
     EXPECT_THAT(content->requests, testing::Each(4096U));
     EXPECT_GE(content->requests.size(), 4U);
     EXPECT_LE(content->requests.size(), 5U);
@@ -187,7 +187,7 @@ TEST(MIMEContentIStream, StaysBadAfterAnExceptionOfTheContent)
     EXPECT_TRUE(stream.bad());
 }
 
-TEST(MIMEContentIStream, IsBadBehindTheBytesOfAContentThatEndedBadly)
+TEST(MIMEContentIStream, IsBadAfterTheBytesOfAContentThatEndedBadly)
 {
     const MIME::ContentRef content(new CutContent({"abc"}));
     MIMEContentIStream stream(content);
@@ -249,7 +249,7 @@ TEST(MIMEContentIStream, LengthIsThatOfTheContent)
     EXPECT_EQ(payload.getContentLength(), 6U);
 }
 
-TEST(MIMEContentIStream, UnknownLengthIsToldAndItsExceptionPasses)
+TEST(MIMEContentIStream, UnknownLengthIsReportedAndItsExceptionPasses)
 {
     const auto content = scripted({"x"});
     content->lengthIsKnown = false;

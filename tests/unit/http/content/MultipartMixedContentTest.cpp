@@ -24,7 +24,7 @@ using blocxx::IntrusiveReference;
 using zol_test::ScriptedContent;
 using State = MultipartMixedContentStreamState;
 
-/// All bytes from the state's place on, in reads of `size`.
+/// All bytes from the state's position on, in reads of `size`.
 std::string readAll(Content& content, const ContentStreamStateRef& state, size_t size)
 {
     std::string all;
@@ -57,7 +57,7 @@ IntrusiveReference<ScriptedContent> plain(const std::string& bytes)
     return part;
 }
 
-/// Notes every call but those about the length.
+/// Records every call but those about the length.
 class RecordingContent : public ScriptedContent
 {
 public:
@@ -95,7 +95,7 @@ TEST(MultipartMixedContent, OnePartIsWrittenBetweenItsDelimiters)
     EXPECT_EQ(content.getContentLength(), 42U);
 }
 
-TEST(MultipartMixedContent, OneDelimiterStandsBetweenTwoParts)
+TEST(MultipartMixedContent, OneDelimiterSeparatesTwoParts)
 {
     Contents parts;
     parts.push_back(plain("first"));
@@ -136,7 +136,7 @@ TEST(MultipartMixedContent, WithoutPartsTheLengthIsThatOfADelimiterWhichIsNotWri
     const ContentStreamStateRef state = content.createInitialStreamState();
     char buffer[16];
     EXPECT_EQ(content.getData(buffer, sizeof buffer, state), END_OF_DATA);
-    EXPECT_EQ(content.getData(buffer, sizeof buffer, nullptr), END_OF_DATA) << "the state is not looked at";
+    EXPECT_EQ(content.getData(buffer, sizeof buffer, nullptr), END_OF_DATA) << "the state is ignored";
 }
 
 TEST(MultipartMixedContent, APartWithoutALengthLeavesTheWholeWithoutOne)
@@ -204,7 +204,7 @@ TEST(MultipartMixedContent, TheLengthIsAskedThroughTheVirtualFunction)
     EXPECT_THROW(content.getContentLength(), ContentException);
 }
 
-TEST(MultipartMixedContent, ARequestOfNothingIsAnsweredWithTheEnd)
+TEST(MultipartMixedContent, ARequestOfNothingReturnsTheEnd)
 {
     MultipartMixedContent content("b");
     content.addPart(octets("x"));
@@ -339,7 +339,7 @@ TEST(MultipartMixedContent, AThrowingBodyLeavesTheStateInTheBody)
     EXPECT_EQ(readAll(content, state, 100), "hi\r\n--b--") << "what the failed call had copied is lost";
 }
 
-TEST(MultipartMixedContent, AThrowingTypeLeavesTheStateBehindTheHeaderLine)
+TEST(MultipartMixedContent, AThrowingTypeLeavesTheStateAfterTheHeaderLine)
 {
     MultipartMixedContent content("b");
     const IntrusiveReference<ScriptedContent> part = plain("hi");
@@ -366,7 +366,7 @@ TEST(MultipartMixedContent, AThrowingStateLeavesTheOldOne)
     EXPECT_EQ(state.cast_to<State>()->partIndex, 1U);
 }
 
-TEST(MultipartMixedContent, PartsThatGoWhileOneIsBeingWrittenAreNotReached)
+TEST(MultipartMixedContent, PartsThatAreRemovedWhileOneIsBeingWrittenAreNotReached)
 {
     MultipartMixedContent content("b");
     content.addPart(plain("x"));

@@ -17,7 +17,7 @@ namespace
 
 using namespace ZOLNS2::MIME;
 
-/// Makes contents of every kind, nested to a depth, and tells the bytes that they have to deliver.
+/// Makes contents of every kind, nested to a depth, and returns the bytes that they have to deliver.
 class Grower
 {
 public:

@@ -73,7 +73,7 @@ TEST(ReceivedBytes, HoldWhatWasAppendedInPiecesOfAnySize)
     }
 }
 
-TEST(ReceivedBytes, WhatIsDroppedInFrontIsInNeitherView)
+TEST(ReceivedBytes, WhatIsDroppedFromTheFrontIsInNeitherView)
 {
     const std::string bytes = numbered(100000);
     for (const size_t dropped : SIZES)

@@ -45,7 +45,7 @@ ContentTypeHeader typeFrom(const char* line)
     return type;
 }
 
-/// A content over the connection of a server that has sent a body and closed, or stays silent behind it.
+/// A content over the connection of a server that has sent a body and closed, or stays silent after it.
 class UnbufferedContentReading : public testing::Test
 {
 protected:
@@ -223,7 +223,7 @@ TEST_F(UnbufferedContentReading, EndOfFileAloneIsReadAgain)
 {
     serve("ab");
     m_decoder->istream().setstate(std::ios::eofbit);
-    EXPECT_EQ(read(2), 0U) << "the standard's read fails at once, which makes the next answer the end";
+    EXPECT_EQ(read(2), 0U) << "the standard's read fails at once, which makes the next result the end";
     EXPECT_EQ(read(2), ZOLNS2::MIME::END_OF_DATA);
 }
 

@@ -18,15 +18,15 @@ namespace
 
 using namespace ZOLNS2;
 
-/// A part of that many bytes, with its own header lines and the boundary line in front of it.
+/// A part of that many bytes, with its own header lines and the boundary line before it.
 struct PartPlan
 {
     const char* type;
     size_t bytes;
-    size_t otherHeaders = 0; ///< bytes of header lines in front of its type
+    size_t otherHeaders = 0; ///< bytes of header lines before its type
 };
 
-/// Delivers a multipart body part by part, and notes the most memory that was in use while each part was the last one
+/// Delivers a multipart body part by part, and records the most memory that was in use while each part was the last one
 /// delivered. It holds none of the bytes itself.
 class PartByPart : public blocxx::BaseStreamBuffer
 {
@@ -184,8 +184,8 @@ TEST(MultipartMemory, TheHeadersOfAPartAreNotKeptWithItsContent)
 class Repeating : public blocxx::BaseStreamBuffer
 {
 public:
-    Repeating(std::string before, size_t count, std::string behind)
-        : BaseStreamBuffer(E_IN, 65536), m_before(std::move(before)), m_count(count), m_behind(std::move(behind))
+    Repeating(std::string before, size_t count, std::string after)
+        : BaseStreamBuffer(E_IN, 65536), m_before(std::move(before)), m_count(count), m_after(std::move(after))
     {
     }
 
@@ -194,7 +194,7 @@ protected:
     {
         if (m_before.empty() && m_count == 0)
         {
-            m_before.swap(m_behind);
+            m_before.swap(m_after);
         }
         const auto most = static_cast<size_t>(room);
         if (!m_before.empty())
@@ -212,7 +212,7 @@ protected:
 private:
     std::string m_before;
     size_t m_count;
-    std::string m_behind;
+    std::string m_after;
 };
 
 const std::string TWO_PARTS = "--B\r\nContent-Type: text/plain\r\n\r\none\r\n--B\r\n\r\ntwo\r\n--B--";
@@ -277,7 +277,7 @@ TEST(MultipartMemory, NothingIsLostWhenAnAllocationFails)
         ASSERT_EQ(allocation_counter::live(), before) << "after the failure of allocation " << allowed;
     }
     EXPECT_GT(failures, 50);
-    EXPECT_LT(failures, 1000) << "some readings got by without so many allocations";
+    EXPECT_LT(failures, 1000) << "some readings needed fewer allocations";
 }
 
 TEST(MultipartMemory, TheCounterCounts)

@@ -1,5 +1,6 @@
 #include "zol/http/Request.hpp"
 
+#include "support/Allocations.hpp"
 #include "support/ScriptedContent.hpp"
 
 #include "zol/http/HTTPException.hpp"
@@ -11,6 +12,7 @@
 #include <iomanip>
 #include <iterator>
 #include <sstream>
+#include <string>
 
 using namespace ZOLNS2;
 using HTTP::Headers;
@@ -53,7 +55,7 @@ std::string readAll(std::istream& in)
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-/// Notes how it is written to.
+/// Records how it is written to.
 class NotingBuffer : public std::stringbuf
 {
 public:
@@ -202,7 +204,7 @@ TEST(Request, LargeBodyIsCopiedInBlocks)
     EXPECT_LT(buffer.singleBytes, 30);
 }
 
-TEST(Request, IsFlushedBehindTheBody)
+TEST(Request, IsFlushedAfterTheBody)
 {
     NotingBuffer buffer;
     std::ostream out(&buffer);
@@ -216,6 +218,35 @@ TEST(Request, WithoutContentIsLeftToTheCallerToFlush)
     std::ostream out(&buffer);
     out << Request(lineOf("GET"), Headers(), plain);
     EXPECT_EQ(buffer.flushes, 0);
+}
+
+TEST(Request, HeadOfUsualSizeIsGatheredInOneAllocation)
+{
+    class Sink : public std::streambuf
+    {
+    public:
+        size_t taken = 0;
+
+    protected:
+        std::streamsize xsputn(const char*, std::streamsize count) override
+        {
+            taken += static_cast<size_t>(count);
+            return count;
+        }
+    };
+    const auto requestOfHeadSize = [](size_t size)
+    {
+        const size_t around = std::string("GET  HTTP/1.1\r\n\r\n").size();
+        return Request(RequestLine("GET", std::string(size - around, 'x').c_str(), "", ZOLNS2::HTTP::HTTP_1_1),
+                       Headers(), blocxx::SSLClientCtxRef());
+    };
+    const Request usual = requestOfHeadSize(512);
+    const Request large = requestOfHeadSize(513);
+    Sink sink;
+    std::ostream out(&sink);
+    EXPECT_EQ(zol_test::allocationsOf([&] { out << usual; }).count, 1U);
+    EXPECT_EQ(sink.taken, 512U);
+    EXPECT_EQ(zol_test::allocationsOf([&] { out << large; }).count, 2U);
 }
 
 TEST(Request, BodyWithoutBytesLeavesFailbitOnTheOutput)
@@ -236,7 +267,7 @@ TEST(Request, ContentThatThrowsBeforeItsFirstByteLeavesFailbit)
     EXPECT_TRUE(out.fail());
 }
 
-TEST(Request, ContentThatThrowsHalfWayLeavesFailbitBehindItsBytes)
+TEST(Request, ContentThatThrowsHalfWayLeavesFailbitAfterItsBytes)
 {
     const blocxx::IntrusiveReference<ScriptedContent> content(new ScriptedContent({"abc", "def"}));
     content->throwAtPiece = 1;
@@ -246,7 +277,7 @@ TEST(Request, ContentThatThrowsHalfWayLeavesFailbitBehindItsBytes)
     EXPECT_EQ(out.str(), "POST /cgi HTTP/1.1\r\n\r\nabc");
 }
 
-TEST(Request, ContentThatRefusesAReaderThrowsBehindTheHead)
+TEST(Request, ContentThatRefusesAReaderThrowsAfterTheHead)
 {
     const blocxx::IntrusiveReference<ScriptedContent> content(new ScriptedContent({"abc"}));
     content->refusesReaders = true;

@@ -74,8 +74,8 @@ Written writtenFiles(const Pieces& names)
         blocxx::Array<blocxx::String>(names.begin(), names.end()))));
 }
 
-/// Empty reads, and a piece behind them.
-Pieces behindEmptyReads(size_t count)
+/// Empty reads, and a piece after them.
+Pieces afterEmptyReads(size_t count)
 {
     Pieces pieces(1, "first");
     pieces.resize(1 + count);
@@ -91,7 +91,7 @@ public:
     bool endedBadly(const ZOLNS2::MIME::ContentStreamStateRef&) const override { return true; }
 };
 
-/// Takes so many bytes and no more.
+/// Accepts a limited number of bytes.
 class FullBuffer : public std::stringbuf
 {
 public:
@@ -121,7 +121,7 @@ TEST(WriteEntityBody, FailedStreamIsRefused)
     expectRefusal(std::ios_base::failbit);
 }
 
-TEST(WriteEntityBody, EndOfFileAloneIsNoReasonToRefuse)
+TEST(WriteEntityBody, EndOfFileAloneIsNotAReasonToRefuse)
 {
     std::istringstream body("body");
     body.setstate(std::ios_base::eofbit);
@@ -140,7 +140,7 @@ TEST(WriteEntityBody, EmptyBodyLeavesFailbit)
     EXPECT_FALSE(out.bad());
 }
 
-TEST(WriteEntityBody, GoesOnAfterAReadOfNoBytes)
+TEST(WriteEntityBody, ContinuesAfterAReadOfNoBytes)
 {
     const Written body = writtenPieces({"", "one", "", "", "two", ""});
     EXPECT_EQ(body.bytes, "onetwo");
@@ -158,22 +158,22 @@ TEST(WriteEntityBody, SendsAllFilesAlsoWhereOneEndsWithTheBuffer)
 
 TEST(WriteEntityBody, TakesSixtyThreeReadsOfNoBytesInARow)
 {
-    const Written body = writtenPieces(behindEmptyReads(63));
+    const Written body = writtenPieces(afterEmptyReads(63));
     EXPECT_EQ(body.bytes, "firstlast");
     EXPECT_EQ(body.bits, std::ios_base::goodbit);
 }
 
 TEST(WriteEntityBody, TakesTheSixtyFourthForABodyThatIsNotWhole)
 {
-    const Written body = writtenPieces(behindEmptyReads(64));
+    const Written body = writtenPieces(afterEmptyReads(64));
     EXPECT_EQ(body.bytes, "first");
     EXPECT_EQ(body.bits, std::ios_base::failbit);
 }
 
 TEST(WriteEntityBody, CountsReadsOfNoBytesFromTheLastByteOn)
 {
-    Pieces pieces = behindEmptyReads(63);
-    const Pieces again = behindEmptyReads(63);
+    Pieces pieces = afterEmptyReads(63);
+    const Pieces again = afterEmptyReads(63);
     pieces.insert(pieces.end(), again.begin(), again.end());
     const Written body = writtenPieces(pieces);
     EXPECT_EQ(body.bytes, "firstlastfirstlast");
@@ -202,7 +202,7 @@ TEST(WriteEntityBody, EndsWhereAFileCannotBeOpened)
     EXPECT_EQ(later.bits, std::ios_base::failbit);
 }
 
-TEST(WriteEntityBody, ContentThatEndsBadlyLeavesFailbitBehindItsBytes)
+TEST(WriteEntityBody, ContentThatEndsBadlyLeavesFailbitAfterItsBytes)
 {
     const Written body = written(ZOLNS2::MIME::ContentRef(new CutContent({"abc"})));
     EXPECT_EQ(body.bytes, "abc");
@@ -219,7 +219,7 @@ TEST(WriteEntityBody, OutputThatStopsInTheMiddleShowsNothing)
     EXPECT_TRUE(out.good());
 }
 
-TEST(WriteEntityBody, OutputThatTakesNothingFails)
+TEST(WriteEntityBody, OutputThatAcceptsNothingFails)
 {
     FullBuffer buffer(0);
     std::ostream out(&buffer);

@@ -90,7 +90,7 @@ TEST(CreateContent, PartWithUnreadableHeadersKeepsAllItsBytes)
     EXPECT_EQ(textOf(content), part);
 }
 
-TEST(CreateContent, PartMayEndRightBehindItsHeaderLines)
+TEST(CreateContent, PartMayEndRightAfterItsHeaderLines)
 {
     for (const char* const part :
          {"Content-Type: text/plain", "Content-Type: text/plain\r\n", "Content-Type: text/plain\r\n\r\n"})

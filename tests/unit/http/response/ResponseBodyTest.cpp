@@ -165,7 +165,7 @@ TEST(ResponseBody, PlainStreamIsReadIn2048ByteBlocks)
     EXPECT_EQ(textOf(response.contents[0]), std::string(5000, 'x'));
 }
 
-TEST(ResponseBody, ContentLengthThatIsNoNumberIsLoggedAndThrown)
+TEST(ResponseBody, ContentLengthThatIsNotANumberIsLoggedAndThrown)
 {
     for (const std::string length : {"12x", "18446744073709551616", "-1", "+5", "5, 6", "0x5"})
     {
@@ -186,7 +186,7 @@ TEST(ResponseBody, TransferEncodingChoosesTheDecoder)
     EXPECT_TRUE(content->getTransferDecoder()->bodyIsComplete());
 }
 
-TEST(ResponseBody, ContentGoesBehindThoseThatAreThere)
+TEST(ResponseBody, ContentGoesAfterThoseThatAreThere)
 {
     ScriptedServer server(sending("hello"));
     HTTPConnection connection = connectTo(server);
@@ -229,7 +229,7 @@ TEST(ResponseBody, ErrorStatusOverAConnectionIsLoggedAndThrown)
     try
     {
         getResponse(connection);
-        FAIL() << "404 is no success";
+        FAIL() << "404 is not a success";
     }
     catch (const HTTPException& e)
     {

@@ -144,7 +144,7 @@ TEST(ResponseCompleteness, APartThatWasDroppedForItsTypeIsNotMissing)
     EXPECT_TRUE(completeFromStream(MULTIPART_HEAD + "--B\r\nContent-Type: image/png\r\n\r\nx\r\n--B--"));
 }
 
-TEST(ResponseCompleteness, AMultipartBodyWhoseInputFailsBehindTheClosingBoundaryIsNotComplete)
+TEST(ResponseCompleteness, AMultipartBodyWhoseInputFailsAfterTheClosingBoundaryIsNotComplete)
 {
     for (const std::string& wire : {MULTIPART, MULTIPART + "\r\n"})
     {
@@ -164,7 +164,7 @@ TEST(ResponseCompleteness, AMultipartBodyWhoseInputFailsBehindTheClosingBoundary
     }
 }
 
-TEST(ResponseCompleteness, AMultipartBodyThatGoesOnBehindItsEndIsNotReadToItsEnd)
+TEST(ResponseCompleteness, AMultipartBodyThatContinuesAfterItsEndIsNotReadToItsEnd)
 {
     EXPECT_FALSE(completeFromStream(MULTIPART + "\r\n--B\r\n\r\nmore"));
 }
@@ -218,7 +218,7 @@ TEST(ResponseCompleteness, TheLastBodyReadDecides)
     EXPECT_FALSE(refused.bodyIsComplete());
 }
 
-TEST(ResponseCompleteness, ACopyAnswersAsTheOriginalDoes)
+TEST(ResponseCompleteness, ACopyReturnsWhatTheOriginalDoes)
 {
     std::istringstream in(MULTIPART);
     Response response;

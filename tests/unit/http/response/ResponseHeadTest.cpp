@@ -28,7 +28,7 @@ using zol_test::logLines;
 using ZOLNS2::HTTP::HTTPException;
 using ZOLNS2::HTTP::Response;
 
-/// What reading a head came to: the response as it was left, and the exception if there was one.
+/// The result of reading a head: the response as it was left, and the exception if there was one.
 struct Outcome
 {
     Response response;
@@ -42,7 +42,7 @@ struct BufferBroke
 {
 };
 
-/// Delivers its bytes one at a time, and throws behind the last one.
+/// Delivers its bytes one at a time, and throws after the last one.
 class ThrowingBuffer : public std::streambuf
 {
 public:
@@ -287,7 +287,7 @@ TEST(ResponseHead, RefusedHeadOfTwoOrFourWordsIsTakenAsRead)
         EXPECT_FALSE(outcome.refused) << outcome.message;
         EXPECT_EQ(outcome.response.statusLine.statusCode, 200);
         EXPECT_THAT(headerLines(outcome.response), ElementsAre("a=1"));
-        EXPECT_TRUE(input.fail()) << "a cut head must not pass for a whole answer";
+        EXPECT_TRUE(input.fail()) << "a cut head must not pass for a whole response";
     }
 }
 
@@ -321,7 +321,7 @@ TEST(ResponseHead, OfAConnectionIsReadAsThatOfItsStreamAndNothingElse)
 
 TEST(ResponseHead, WhatTheStreamsBufferThrowsPassesUnchangedWithBadbit)
 {
-    // Behind whole words and lines, and in the middle of each.
+    // After whole words and lines, and in the middle of each.
     const std::string head = "HTTP/1.1 200 All well\r\nA: 1\r\nContent-Type: text/plain\r\n\r\n";
     for (size_t length = 0; length < head.size(); ++length)
     {
@@ -372,7 +372,7 @@ struct GaveUp
 {
 };
 
-/// Ends a parse that would not end by itself.
+/// Ends a parse that would not end on its own.
 class ImpatientAppender : public blocxx::LogAppender
 {
     void doProcessLogMessage(const String&, const blocxx::LogMessage& record) const override
@@ -439,7 +439,7 @@ TEST(ResponseHead, DumpedLinesNameTheFunctionThatDumps)
     EXPECT_EQ(dumped, 5);
 }
 
-TEST(ResponseHead, LogsThatTheStreamIsBadAndGoesOn)
+TEST(ResponseHead, LogsThatTheStreamIsBadAndContinues)
 {
     const zol_test::LogCapture log(blocxx::E_DEBUG3_LEVEL);
     std::istringstream input("HTTP/1.1 200 OK\r\n\r\n");

@@ -77,7 +77,7 @@ TEST(Response, PartsComeInOrderAndThenNullForGood)
     EXPECT_EQ(response.currentPart, 3U);
 }
 
-TEST(Response, CopyGoesOnWhereTheOriginalStoodAndAdvancesByItself)
+TEST(Response, CopyContinuesWhereTheOriginalWasAndAdvancesByItself)
 {
     Response response = responseOfThreeParts();
     const ContentRef first = response.getNextPart();
@@ -106,7 +106,7 @@ TEST(Response, CopiesShareTheContents)
     EXPECT_EQ(copy.getNextPart(), response.getNextPart());
 }
 
-TEST(Response, ConvertToByteArrayPutsZeroBytesInFront)
+TEST(Response, ConvertToByteArrayPutsZeroBytesFirst)
 {
     EXPECT_THAT(byteArrayOf("ab", 2), ElementsAre('\0', '\0', '\0', 'a', 'b'));
     EXPECT_THAT(byteArrayOf("a\0b", 3), ElementsAre('\0', '\0', '\0', '\0', 'a', '\0', 'b'));
@@ -149,7 +149,7 @@ TEST(Response, FailedExtractionKeepsTheHeadLogsAndThrowsOn)
     try
     {
         input >> response;
-        FAIL() << "a 500 answer is no success";
+        FAIL() << "a 500 response is not a success";
     }
     catch (const HTTPException& e)
     {

@@ -129,7 +129,7 @@ public:
     }
     /// Removes the elements from `first` up to, but without, `last`.
     /// @throws OutOfBoundsException if there is no element `first` or no element `last` - 1, even for an empty range,
-    ///         and if `first` lies behind `last`
+    ///         and if `first` lies after `last`
     void remove(size_type first, size_type last)
     {
         checkIndex(first);

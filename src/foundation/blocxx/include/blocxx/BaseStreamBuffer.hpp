@@ -81,7 +81,7 @@ public:
         E_OUTPUT_FAILED   ///< a write failed: the device has not got all bytes
     };
 
-    /// @param bufSize bytes of one direction's buffer, at least 1; the memory is taken when it is first needed. A
+    /// @param bufSize bytes of each direction's buffer, at least 1; it is allocated when it is first needed. A
     /// negative result of `buffer_from_device` ends the input.
     explicit BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize = BASE_BUF_SIZE);
 
@@ -91,12 +91,12 @@ public:
 
     EInputState inputState() const { return m_inputState; }
 
-    /// The `errno` value of the input's failure, 0 if the input has not failed. It is the error code of an exception that
-    /// the device threw, EIO if that had none; ECANCELED if the thread was cancelled while it read.
+    /// The `errno` value of the input's failure, 0 if the input has not failed. It is the error code of an exception
+    /// that the device threw, EIO if that had none; ECANCELED if the thread was cancelled while it read.
     int inputError() const { return m_inputState == E_INPUT_FAILED ? m_inputError : 0; }
 
-    /// What the device says about the input's failure beyond inputError(), or the message of the exception that it threw.
-    /// Empty if there is no such text, or if the input has not failed.
+    /// What the device says about the input's failure beyond inputError(), or the message of the exception that it
+    /// threw. Empty if there is no such text, or if the input has not failed.
     String inputErrorText() const { return m_inputState == E_INPUT_FAILED ? m_inputErrorText : String(); }
 
     /// A failure stays until the output is reset; bytes that are written after it may still reach the device.
@@ -109,7 +109,7 @@ public:
         return pptr() != pbase() ? E_OUTPUT_PENDING : E_OUTPUT_SENT;
     }
 
-    /// As inputError() and inputErrorText(), of the first write that failed.
+    /// As inputError() and inputErrorText(), for the first write that failed.
     int outputError() const { return m_outputError; }
     String outputErrorText() const { return m_outputErrorText; }
 
@@ -143,7 +143,7 @@ protected:
     /// counts as a failure too, and passes on to the stream.
     virtual int buffer_to_device(const char* c, int n);
 
-    /// Reads up to n bytes. @return the bytes read; 0 at the orderly end; negative as told to the constructor. More
+    /// Reads up to n bytes. @return the bytes read; 0 at the orderly end; negative as the constructor says. More
     /// than n counts as a failure. An exception counts as a failure too; it passes on to the stream unless bytes
     /// that were read before it have still to be delivered.
     virtual int buffer_from_device(char* c, int n);

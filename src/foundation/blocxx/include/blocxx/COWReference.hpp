@@ -148,7 +148,8 @@ private:
         T* const clone = COWReferenceClone(m_object);
         if (m_count->fetch_sub(1, std::memory_order_acq_rel) == 1)
         {
-            // All other holders have gone since the object was found shared: it is ours after all.
+            // All other owners have gone since the object was found to be shared: this reference is the only one after
+            // all.
             m_count->store(1, std::memory_order_relaxed);
             destroy(clone);
             return;

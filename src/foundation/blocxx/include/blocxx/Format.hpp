@@ -16,7 +16,7 @@ namespace FormatDetail
 /// What a placeholder's width and fill do to an argument.
 enum class Padding
 {
-    None,   ///< nothing: the text stands as it is
+    None,   ///< nothing: the text is left as it is
     Blanks, ///< the whole text is padded with blanks
     Stream  ///< the stream pads it, with zeros if those are asked for
 };

@@ -23,9 +23,9 @@ class BLOCXX_COMMON_API IntrusiveCountableBase
 {
 protected:
     IntrusiveCountableBase() noexcept = default;
-    /// A copy of the object is a new object: nobody refers to it yet.
+    /// A copy of the object is a new object: nothing refers to it yet.
     IntrusiveCountableBase(const IntrusiveCountableBase&) noexcept {}
-    /// The references to an object do not change with its value.
+    /// Assigning a value leaves the count of references alone.
     IntrusiveCountableBase& operator=(const IntrusiveCountableBase&) noexcept { return *this; }
     virtual ~IntrusiveCountableBase() noexcept(false);
 

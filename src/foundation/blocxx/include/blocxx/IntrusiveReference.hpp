@@ -55,7 +55,7 @@ public:
     {
     }
 
-    /// Gives its share up. What the object's destructor throws is logged and goes no further.
+    /// Releases its share. What the object's destructor throws is logged and goes no further.
     ~IntrusiveReference()
     {
         if (m_object == nullptr)
@@ -72,7 +72,7 @@ public:
         }
     }
 
-    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the copy holds the object while the old share goes.
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the copy holds the object while the old share is released.
     IntrusiveReference& operator=(const IntrusiveReference& other)
     {
         IntrusiveReference(other).swap(*this);

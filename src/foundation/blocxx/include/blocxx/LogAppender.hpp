@@ -22,7 +22,7 @@ struct LogMessage;
 /// Options of createLogAppender: names such as "log.NAME.location" and their values.
 using LoggerConfigMap = Map<String, String>;
 
-/// A place where log records go. It takes the records whose component and category it was made for, formats them and
+/// A destination of log records. It takes the records whose component and category it was made for, formats them and
 /// hands them to its subclass.
 ///
 /// The process has one default appender, and each thread may have one of its own that takes its place there. Until one
@@ -45,7 +45,7 @@ public:
     /// Loggers that exist already keep their appender. @return false, and nothing changes, for a null reference
     static bool setDefaultLogAppender(const LogAppenderRef& appender);
 
-    /// The calling thread's own appender, null if it has none. It goes when the thread ends.
+    /// The calling thread's own appender, null if it has none. It is released when the thread ends.
     static LogAppenderRef getThreadLogAppender();
     /// A null reference removes the thread's appender. @return whether the thread has an appender now
     static bool setThreadLogAppender(const LogAppenderRef& appender);
@@ -59,22 +59,22 @@ public:
     bool categoryIsEnabled(const String& category) const;
     bool componentAndCategoryAreEnabled(const String& component, const String& category) const;
 
-    /// The level of the most talkative category that the appender takes. It says nothing about the less talkative ones:
+    /// The level of the most verbose category that the appender takes. It says nothing about the less verbose ones:
     /// an appender for "DEBUG" alone has the debug level and yet drops errors.
     ELogLevel getLogLevel() const { return m_level; }
 
     /// Makes an appender of a type named by one of the TYPE constants; the empty name counts as TYPE_NULL.
     /// @param name the NAME in the options "log.NAME.location" (file), "log.NAME.flush" (file; "true" unless given),
     ///             "log.NAME.identity" (syslog; "blocxx") and "log.NAME.facility" (syslog; "user")
-    /// @throws LoggerException for an unknown type and for what the appender itself refuses
+    /// @throws LoggerException for an unknown type, and if the appender refuses its options
     static LogAppenderRef createLogAppender(const String& name, const StringArray& components,
                                             const StringArray& categories, const String& messageFormat,
                                             const String& type, const LoggerConfigMap& configItems);
 
-    /// The categories a logger of that level admits, the most talkative first.
+    /// The categories a logger of that level admits, the most verbose first.
     static StringArray getCategoriesForLevel(ELogLevel level);
 
-    /// The one element "*", which stands for everything.
+    /// The one element "*", which means everything.
     static const GlobalStringArray ALL_COMPONENTS;
     static const GlobalStringArray ALL_CATEGORIES;
 

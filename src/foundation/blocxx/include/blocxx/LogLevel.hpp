@@ -5,7 +5,7 @@
 namespace blocxx
 {
 
-/// How talkative a logger is. A level admits a category when it is at least the category's own level.
+/// How verbose a logger is. A level admits a category when it is at least the category's own level.
 enum ELogLevel
 {
     E_NONE_LEVEL,

@@ -9,7 +9,7 @@ namespace blocxx
 /// Error codes of LogMessagePatternFormatterException.
 enum ELogMessagePatternError
 {
-    E_DIGIT_EXPECTED,          ///< something other than a digit behind the dot
+    E_DIGIT_EXPECTED,          ///< something other than a digit after the dot
     E_POSITIVE_INTEGER_NEEDED, ///< the option of %c is not a number
     E_UNSUPPORTED_CONVERSION,  ///< an unknown letter
     E_OPTION_NOT_CLOSED        ///< an opening brace without its closing one

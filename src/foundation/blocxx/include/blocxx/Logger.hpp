@@ -17,7 +17,7 @@ namespace blocxx
 /// Thrown when an appender cannot be made.
 BLOCXX_DECLARE_APIEXCEPTION(Logger, BLOCXX_COMMON_API)
 
-/// The way to an appender under a component's name. The appender and the level are those of the moment of construction:
+/// Logs to an appender under a component's name. The appender and the level are those of the moment of construction:
 /// code that makes a logger per call sees a newly set appender at its next call. While nothing is logged in the
 /// process, making one costs neither a lock nor memory.
 ///
@@ -50,7 +50,7 @@ public:
     };
 
     /// @param defaultComponent outlives the logger and its copies
-    /// @param appender         a null reference stands for the current appender
+    /// @param appender         a null reference means the current appender
     Logger(const GlobalString& defaultComponent = STR_DEFAULT_COMPONENT,
            const LogAppenderRef& appender = LogAppenderRef())
         : m_globalComponent(&defaultComponent), m_appender(appender), m_level(E_NONE_LEVEL)
@@ -81,7 +81,7 @@ public:
     void setDefaultComponent(const String& component);
 
     /// @name Handing a record to the appender
-    /// The level is not looked at; the appender decides. What formatting and the appender throw passes through. `errno`
+    /// The level is not checked; the appender decides. What formatting and the appender throw passes through. `errno`
     /// is not preserved; the macros do that.
     /// @{
     void logMessage(const LogMessage& message) const;
@@ -137,7 +137,7 @@ private:
     void logIfAdmitted(ELogLevel level, const GlobalString& category, const String& message, const char* filename,
                        int fileline, const char* methodname) const;
 
-    // One of the two: copying a text of which a silent logger makes no use would cost an allocation in every call.
+    // One of the two: copying a text that a silent logger does not use would cost an allocation in every call.
     const GlobalString* m_globalComponent = nullptr;
     String m_component;
     // Null while nothing is logged.

@@ -36,18 +36,18 @@ public:
     /// ignored.
     String certfile;
 
-    /// PEM file with the own private key; empty if it stands in `certfile`. It must not be encrypted: nobody is asked
-    /// for a pass phrase.
+    /// PEM file with the own private key; empty if it is in `certfile`. It must not be encrypted: no pass phrase
+    /// is asked for.
     String keyfile;
 
-    /// The own private key in memory, taken instead of `keyfile`; null for none. Owned: freed with the last copy.
+    /// The own private key in memory, used instead of `keyfile`; null for none. Owned: freed with the last copy.
     EVP_PKEY* pkey;
 
     /// The certificates to trust: a PEM file, or a directory of PEM files under their hashed names. Revocation lists
     /// among them are checked.
     String trustStore;
 
-    /// More certificates to trust. They stay the caller's, and must live until a context has been made. If this and
+    /// More certificates to trust. The caller owns them and keeps them until a context has been made. If this and
     /// `trustStore` are both empty, the system's certificates are trusted; otherwise those are not.
     Array<X509*> inMemoryTrustStore;
 
@@ -56,8 +56,8 @@ public:
 };
 
 /// A TLS client's context: TLS 1.2 or later; unless verification is disabled, the peer's certificate must lead to a
-/// trusted one, be within its dates, not be revoked by a list in the trust store, and carry the host name or the address
-/// that was connected to (RFC 9110, section 4.3.4).
+/// trusted one, be within its dates, not be revoked by a list in the trust store, and carry the host name or the
+/// address that was connected to (RFC 9110, section 4.3.4).
 ///
 /// @code
 /// blocxx::SSLOpts opts;
@@ -76,7 +76,7 @@ public:
     SSLClientCtx& operator=(const SSLClientCtx&) = delete;
     ~SSLClientCtx() override;
 
-    /// OpenSSL's object. It stays the context's.
+    /// OpenSSL's object; the context owns it.
     SSL_CTX* getSSLCtx() const { return m_context.get(); }
 
 private:

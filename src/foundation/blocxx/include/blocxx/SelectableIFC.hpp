@@ -14,7 +14,7 @@ class BLOCXX_COMMON_API SelectableIFC
 public:
     virtual ~SelectableIFC();
 
-    /// The descriptor to wait on, -1 if it is closed. It stays the object's.
+    /// The descriptor to wait on, -1 if it is closed. The object owns it.
     virtual Select_t getSelectObj() const = 0;
 
 protected:

@@ -14,6 +14,7 @@
 #include <openssl/types.h>
 
 #include <iosfwd>
+#include <optional>
 
 namespace blocxx
 {
@@ -65,7 +66,7 @@ public:
     /// is set.
     /// @throws SocketException if no address could be connected to. The text lists each address with its error; the
     /// code is the `errno` value (ECONNREFUSED, EHOSTUNREACH, ...) of the first in that list that the peer or the
-    /// network caused, or else of the first. With code ETIMEDOUT if the connect time-out expired; the text names the
+    /// network caused, or else of the first. If the connect time-out expired, the code is ETIMEDOUT; the text names the
     /// addresses tried, the phase ("connect" or "TLS handshake") and the limit.
     /// With code ECANCELED or ETIMEDOUT if the socket was cancelled or its deadline passed; the text names the
     /// addresses and the phase, and for the deadline the word "deadline".
@@ -76,17 +77,25 @@ public:
     /// the process that connected it. Does nothing on a socket that is not connected.
     void disconnect();
 
+    /// Whether the last connect came as far as the TLS handshake, be it that it failed there.
+    bool reachedHandshake() const;
+
+    /// Whether TLS shows the own certificate of the context to a peer that asks for it; true at first. Takes effect at
+    /// the next connect.
+    void setOwnCertificateUsed(bool used);
+
     bool isConnected() const;
 
     /// Bounds `connect`; infinite at first. Takes effect at the next connect.
     void setConnectTimeout(const Timeout& timeout);
     Timeout getConnectTimeout() const;
 
-    /// Bounds one read: how long no byte of data may arrive. Under TLS session tickets and key updates are no data.
+    /// Bounds one read: the longest time without a byte of data. Under TLS, session tickets and key updates are not
+    /// data.
     void setReceiveTimeout(const Timeout& timeout);
     Timeout getReceiveTimeout() const;
 
-    /// Bounds one write: how long no byte of data may leave.
+    /// Bounds one write: the longest time in which no byte of data leaves.
     void setSendTimeout(const Timeout& timeout);
     Timeout getSendTimeout() const;
 
@@ -99,8 +108,9 @@ public:
 
     /// Ends the socket's operations once the handle is cancelled: what waits then - connect, handshake, read, write,
     /// wait - fails at once with `errno` ECANCELED, and so does what starts later, also when data is there. The
-    /// connection stays open. One handle may be given to many sockets; another one takes its place.
-    void setCancellation(const Cancellation& cancellation);
+    /// connection stays open. One handle may be given to many sockets; another one takes its place,
+    /// and none takes it away.
+    void setCancellation(const std::optional<Cancellation>& cancellation);
 
     /// Bounds all operations together, whatever their progress: from that moment on they fail with `errno` ETIMEDOUT,
     /// also those that could be served at once. The moment is fixed here; a relative time-out counts from now. Holds
@@ -125,12 +135,23 @@ public:
     /// @return the number of bytes given; -1 on error, with `errno` as for `read`. Some bytes may have left then.
     int write(const void* dataOut, int dataOutLen, ErrorAction errorAsException = E_RETURN_ON_ERROR) override;
 
+    /// As `write`, but gives way to the peer: returns, once there is input to read, what has been written until then. The
+    /// rest is to be written by a call that begins with the first byte that is left.
+    /// @return the bytes written, fewer than given only if hasInput() would return true; -1 on error, with `errno` as for
+    /// `read`
+    int writeUnlessInput(const void* dataOut, int dataOutLen);
+
+    /// Waits until a read would return at once: there is data, or the stream has ended or failed. Under TLS session
+    /// tickets and key updates are taken on the way, as they are no data.
+    /// @return whether it would; if not, `errno` tells why, as for waitForInput
+    bool hasInput(const Timeout& timeout = Timeout::relative(0));
+
     /// What `errno` does not tell of the last read or write that failed: under TLS the reason for EPROTO or ECONNRESET,
     /// and that it was the deadline that passed.
     String lastErrorText() const override;
 
     /// Waits until a read would not block: there are bytes, or the stream has ended or failed. Under TLS the bytes may
-    /// turn out to be no data.
+    /// turn out not to be data.
     /// @return true when it is *not* ready: the time is up or the deadline has passed (`errno` ETIMEDOUT), or the socket
     /// is cancelled (ECANCELED) or not connected (ENOTCONN).
     bool waitForInput(const Timeout& timeout = Timeout::infinite);
@@ -150,11 +171,11 @@ public:
     /// This end's address; UNSET if not connected.
     SocketAddress getLocalAddress() const;
 
-    /// The descriptor, -1 if not connected. It stays the socket's.
+    /// The descriptor, -1 if not connected. The socket owns it.
     Select_t getSelectObj() const override;
     SocketHandle_t getfd() const;
 
-    /// OpenSSL's object; null for a plain socket and for one that is not connected. It stays the socket's.
+    /// OpenSSL's object; null for a plain socket and for one that is not connected. The socket owns it.
     SSL* getSSL() const;
 
     /// Whether this is a TLS connection whose peer has shown a valid certificate for the name or address asked for;

@@ -14,7 +14,7 @@
 namespace blocxx
 {
 
-/// A host name or address that stands for no address; subclass id -9.
+/// Thrown for a host name that is not valid or has no address; subclass id -9.
 BLOCXX_DECLARE_APIEXCEPTION(UnknownHost, BLOCXX_COMMON_API)
 
 /// An address to connect to: the name that was asked for, a port, and the addresses the name has.
@@ -34,7 +34,7 @@ public:
 
     /// The addresses of a host, IPv4 and IPv6, in the order the system's resolver gives them.
     ///
-    /// A literal address is taken as it stands, without a look-up: IPv4 in dotted, shortened (`127.1`) and
+    /// A literal address is used as it is, without a look-up: IPv4 in dotted, shortened (`127.1`) and
     /// single-number form, IPv6 without brackets and without zone. A name may block for as long as the resolver does.
     /// @throws UnknownHostException "Unknown host: " with the host and the resolver's reason: the name has no address,
     /// or is empty, or holds a blank or a control character.

@@ -12,7 +12,7 @@ namespace blocxx
 
 class Bool;
 
-/// A growing buffer of bytes with a terminator behind the last one. NUL is a byte like any other; a null C string
+/// A growing buffer of bytes with a terminator after the last one. NUL is a byte like any other; a null C string
 /// counts as empty; a buffer can be appended to itself. Copies are deep. Used by one thread at a time.
 ///
 /// @code
@@ -26,7 +26,7 @@ class BLOCXX_COMMON_API StringBuffer
 public:
     static constexpr std::size_t BLOCXX_DEFAULT_ALLOCATION_UNIT = 128;
 
-    /// @param capacity bytes to make room for, terminator included; 0 stands for the default
+    /// @param capacity bytes to make room for, terminator included; 0 means the default
     StringBuffer(std::size_t capacity = BLOCXX_DEFAULT_ALLOCATION_UNIT);
     StringBuffer(const char* text);
     StringBuffer(const String& text);
@@ -80,12 +80,12 @@ public:
     /// The byte at `index`; NUL at the end and beyond it.
     char operator[](std::size_t index) const noexcept { return index < m_text.size() ? m_text[index] : '\0'; }
     std::size_t length() const noexcept { return m_text.size(); }
-    /// The room there is, terminator included.
+    /// The space available, terminator included.
     std::size_t allocated() const noexcept { return m_allocated; }
     /// Terminated, never null; valid until the next change.
     const char* c_str() const noexcept { return m_text.c_str(); }
     String toString() const { return String(m_text); }
-    /// Moves the content out. The buffer is empty afterwards, and as good as new.
+    /// Moves the content out. The buffer is empty afterwards and can be used again.
     String releaseString();
 
     /// Shortens the content to `length` bytes; nothing if it is not longer.

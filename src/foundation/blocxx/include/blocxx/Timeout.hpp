@@ -27,7 +27,7 @@ public:
     /// Expires that many seconds after the operation it is given to starts.
     static Timeout relative(float seconds) noexcept;
 
-    /// As `relative`, for operations that start the span anew on activity.
+    /// As `relative`, for operations that restart the span on activity.
     static Timeout relativeWithReset(float seconds) noexcept;
 
     /// Never expires; the same as `relative` with positive infinity. Usable during static initialisation.

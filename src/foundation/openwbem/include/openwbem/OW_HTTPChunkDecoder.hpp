@@ -42,7 +42,7 @@ public:
         char* to;
     };
 
-    /// Decodes a block into some room, until one of them is used up or the message is over. Stops in front of the
+    /// Decodes a block into some room, until one of them is used up or the message is over. Stops before the
     /// trailer if there is data to hand over first.
     Progress decode(const char* from, const char* fromEnd, char* to, char* toEnd);
 
@@ -82,11 +82,11 @@ private:
     enum EState
     {
         E_SIZE,        ///< the digits
-        E_SIZE_BLANKS, ///< behind them
+        E_SIZE_BLANKS, ///< after them
         E_EXTENSION,
         E_SIZE_LF, ///< a CR ended the size line
         E_DATA,
-        E_DATA_END, ///< the line end behind the data
+        E_DATA_END, ///< the line end after the data
         E_DATA_LF,
         E_TRAILER,
         E_TRAILER_LF,

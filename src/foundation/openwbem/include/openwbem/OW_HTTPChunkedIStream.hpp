@@ -23,8 +23,8 @@ namespace OpenWBEM
 /// for a stream that had failed before. What was decoded before is delivered first. The wrapped stream gets failbit for
 /// a malformed body, eofbit and failbit for a cut one, badbit if its buffer throws.
 ///
-/// A wrapped buffer of a class derived from BaseStreamBuffer is read through its `underflow`; only that of a connection,
-/// an IOIFCStreamBuffer, is read past.
+/// A wrapped buffer of a class derived from BaseStreamBuffer is read through its `underflow`; only that of a
+/// connection, an IOIFCStreamBuffer, is read past.
 ///
 /// Not copyable; one thread at a time.
 class OW_HTTP_API HTTPChunkedIStreamBuffer : public blocxx::BaseStreamBuffer
@@ -36,8 +36,8 @@ public:
 
     std::istream& getInputStreamOrig() { return m_istr; }
 
-    /// Gets ready for another body, which begins where the wrapped stream stands: behind the body before, if that was
-    /// read up to its end of file. The states of both streams are not cleared.
+    /// Gets ready for another body, which begins at the position of the wrapped stream: after the former body, if that
+    /// was read up to its end of file. The states of both streams are not cleared.
     void resetInput();
 
 protected:
@@ -91,7 +91,7 @@ protected:
 /// The body of an HTTP message in chunked transfer coding, as a stream of its data (RFC 9112 section 7.1).
 ///
 /// @code
-/// OpenWBEM::HTTPChunkedIStream body(connection); // which stands behind the head
+/// OpenWBEM::HTTPChunkedIStream body(connection); // positioned after the head
 /// file << body.rdbuf();
 /// if (body.bad())
 /// {
@@ -100,7 +100,7 @@ protected:
 /// @endcode
 ///
 /// The end of a complete body is the end of the stream: eofbit, and failbit after a read that came short, but never
-/// badbit. A body that is malformed or cut short sets badbit, behind the last byte that was decoded.
+/// badbit. A body that is malformed or cut short sets badbit, after the last byte that was decoded.
 class OW_HTTP_API HTTPChunkedIStream : private HTTPChunkedIStreamBase, public std::istream
 {
 public:

@@ -26,18 +26,18 @@ using HTTPHeaderMap = blocxx::Map<blocxx::String, blocxx::String>;
 /// }
 /// @endcode
 ///
-/// Lines end with LF or CR LF, and no byte behind the head is read. Names are stored in lower case, without the white
+/// Lines end with LF or CR LF, and no byte after the head is read. Names are stored in lower case, without the white
 /// space around them and around their values; the values of one name are joined with ", " in the order of their
 /// arrival, but a repeated content-length of the same value is kept once. A continuation line is joined with one blank,
 /// or with none if it continues an empty value.
 ///
 /// A head is refused for a line without a colon, an empty name, a NUL, a CR that no LF follows, a continuation that
 /// continues nothing, a line of nothing but white space among the header lines, and when it exceeds a limit. The result
-/// is then false, the stream has failbit, and what was stored before the offending line stays stored.
+/// is then false, the stream has failbit, and what was stored before the offending line is kept.
 ///
 /// The stream's buffer is read directly: nothing tied to the stream is flushed. If the buffer's input failed (see
 /// BaseStreamBuffer), the stream gets badbit and the result is false. What the buffer or an allocation throws passes
-/// through unchanged, with badbit set, and what was stored before stays stored.
+/// through unchanged, with badbit set, and what was stored before is kept.
 ///
 /// Threads: calls on different streams and maps are independent.
 namespace HTTPUtils
@@ -51,7 +51,7 @@ constexpr std::size_t MAX_HEADER_LINE_LENGTH = std::size_t{64} * 1024;
 constexpr std::size_t MAX_HEADER_LINES = 1000;
 /// Bytes of a whole head, line ends included.
 constexpr std::size_t MAX_HEAD_SIZE = std::size_t{256} * 1024;
-/// Lines of nothing but white space in front of the first line (RFC 9112 section 2.2).
+/// Lines of nothing but white space before the first line (RFC 9112 section 2.2).
 constexpr std::size_t MAX_LEADING_EMPTY_LINES = 16;
 /// @}
 

@@ -21,7 +21,8 @@ namespace ZOLNS2::HTTP
 /// @endcode
 ///
 /// Host and port come from the `url` of the request line: a host, or a host, a colon and a port. Without a port, and
-/// where the port is not a number up to 65535, it is 80, with TLS as well. No redirect is followed and nothing is retried.
+/// where the port is not a number up to 65535, it is 80, with TLS as well. No redirect is followed and nothing is
+/// retried.
 ///
 /// May be called from many threads at once.
 ///

@@ -12,7 +12,7 @@
 namespace ZOLNS2::HTTP
 {
 
-/// Turns the input of a connection, from the first byte behind a response head, into the bytes of the body.
+/// Turns the input of a connection, from the first byte after a response head, into the bytes of the body.
 ///
 /// A decoder holds its own handle to the connection and so keeps it open for as long as the body may still be read. It
 /// is read once, from front to back, by one reader at a time.
@@ -33,7 +33,7 @@ public:
 
     /// Whether the body has been read to an orderly end: the end of the connection, or the last chunk. False while
     /// there may be more to come, after a read error or a cut, and where the connection's stream had failed before the
-    /// body began. No announced length is looked at.
+    /// body began. Announced lengths are ignored.
     bool bodyIsComplete();
 
 private:
@@ -43,7 +43,7 @@ private:
 
 using HTTPTransferDecoderRef = blocxx::IntrusiveReference<HTTPTransferDecoder>;
 
-/// Takes the framing off a body in chunked transfer coding (RFC 9112, section 7.1).
+/// Removes the framing of a body in chunked transfer coding (RFC 9112, section 7.1).
 class ZOL_API ChunkedTransferDecoder : public HTTPTransferDecoder
 {
 public:
@@ -56,7 +56,7 @@ private:
     OpenWBEM::HTTPChunkedIStream m_chunkedStream;
 };
 
-/// Hands out the rest of the connection as it is, up to the end of the connection; a content length is not looked at.
+/// Hands out the rest of the connection as it is, up to the end of the connection; a content length is ignored.
 class ZOL_API DefaultTransferDecoder : public HTTPTransferDecoder
 {
 public:

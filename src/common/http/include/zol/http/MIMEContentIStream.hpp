@@ -24,8 +24,8 @@ public:
     /// Whether the content has reported the end of its data. If not, a stream that has ended can be read on.
     bool reachedEndOfData() const { return m_reachedEndOfData; }
 
-    /// The reads in a row that brought nothing and did not end the data. Those that moved the library's own file content
-    /// on to its next file do not count.
+    /// The reads in a row that brought nothing and did not end the data. Those that moved the library's own file
+    /// content on to its next file do not count.
     size_t emptyReads() const { return m_emptyReads; }
 
 protected:

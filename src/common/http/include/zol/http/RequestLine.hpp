@@ -20,7 +20,7 @@ public:
     }
 
     blocxx::String method;     ///< as written on the wire
-    blocxx::String requestURI; ///< the target written behind the method
+    blocxx::String requestURI; ///< the target written after the method
     blocxx::String url;        ///< the server, "host" or "host:port"; never written on the wire
     Version version;
 };

@@ -44,7 +44,7 @@ public:
     /// An empty response of type application/octet-stream.
     Response();
 
-    /// The content that `currentPart` stands at, and moves on to the next; a null reference behind the last one.
+    /// The content at `currentPart`, which then advances; a null reference after the last one.
     MIME::ContentRef getNextPart();
 
     /// As many zero bytes as the buffer has characters and one more, followed by those characters.
@@ -64,7 +64,7 @@ public:
     /// @throws HTTPException  no words; a version other than HTTP/1.0 and HTTP/1.1; a code that is not a 16-bit number
     void convertToNewHeaderFormat(blocxx::Array<blocxx::String> statusLines, const OpenWBEM::HTTPHeaderMap& headerMap);
 
-    /// Turns the body behind a head read from `conn` into contents. A single-part body is left on the connection for
+    /// Turns the body after a head read from `conn` into contents. A single-part body is left on the connection for
     /// its content to read; a multipart body is read to the end of the connection, without transfer decoding.
     /// @throws blocxx::StringConversionException  a content-length header that is not a decimal number
     /// @throws MIME::ContentException             a multipart type without a boundary
@@ -76,13 +76,14 @@ public:
     void parseResponseData(std::istream& istr);
 
     /// Whether the whole body has arrived: the input came to an orderly end, neither a cut nor an error, and a
-    /// multipart body had its closing boundary in front of that end. For a body that its content reads from a
-    /// connection this is false until it has been read to the end, and then what the content's decoder says. No announced
-    /// length is looked at, and parts that were dropped for their type do not count as missing.
+    /// multipart body had its closing boundary before that end. For a body that its content reads from a
+    /// connection this is false until it has been read to the end, and then what the content's decoder says. Announced
+    /// lengths are ignored, and parts that were dropped for their type do not count as missing.
     bool bodyIsComplete() const;
 
     /// Whether the request was sent whole. False where a write failed in the middle of it and the server sent a
-    /// response all the same, as one may that refuses a large body early. True for a response that was not read from a connection.
+    /// response all the same, as one may that refuses a large body early. True for a response that was not read from a
+    /// connection.
     bool requestIsComplete() const { return m_requestIsComplete; }
 
     blocxx::String reserved1;            ///< not used by the library
@@ -106,7 +107,7 @@ ZOL_API Response getResponse(HTTPConnection& conn);
 
 /// Reads a whole response, body included, from any stream. Every blocxx exception is logged and passed on unchanged;
 /// `response` then holds what had been read. Meant for a fresh response: one that was filled before gets further
-/// headers and contents behind those it has.
+/// headers and contents after those it has.
 /// @throws what Response::checkStatus and Response::parseResponseData throw
 ZOL_API std::istream& operator>>(std::istream& istr, Response& response);
 

@@ -17,9 +17,9 @@ ZOL_API BIO_METHOD* BIO_s_httpcontent();
 /// it is freed. The caller owns it and frees it with BIO_free.
 ///
 /// BIO_read returns the number of bytes read, 0 when the content had none this time (ask again), and -1 at the end; no
-/// retry flag is ever set, and BIO_ctrl returns 0 for every command, so BIO_eof and BIO_pending tell nothing. What the
-/// content throws passes through OpenSSL's functions to the caller of BIO_read, also where filter BIOs stand in
-/// between; the chain is then good for nothing but being freed.
+/// retry flag is ever set, and BIO_ctrl returns 0 for every command, so BIO_eof and BIO_pending say nothing. What the
+/// content throws passes through OpenSSL's functions to the caller of BIO_read, also through filter BIOs in
+/// between; the chain can then only be freed.
 ///
 /// @code
 /// BIO* const bio = MIME::BIO_new_httpcontent(content);

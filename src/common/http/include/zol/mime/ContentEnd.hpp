@@ -21,11 +21,11 @@ namespace ZOLNS2::MIME
 class ZOL_API ContentEnd
 {
 public:
-    virtual ~ContentEnd() noexcept(false); // as a counted object's
+    virtual ~ContentEnd() noexcept(false); // like that of every counted object
 
     /// Whether the data that was read with `state` ended before all of it had been delivered. Means something once
     /// getData() has returned END_OF_DATA or 0.
-    /// @throws blocxx::NULLReferenceException if the kind looks at `state` and it is null or of another kind
+    /// @throws blocxx::NULLReferenceException if the kind uses `state` and it is null or of another kind
     virtual bool endedBadly(const ContentStreamStateRef& state) const = 0;
 
 protected:

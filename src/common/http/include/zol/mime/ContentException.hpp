@@ -6,7 +6,7 @@
 namespace ZOLNS2::MIME
 {
 
-/// What the content model throws. The error code is -1 unless the thrower tells another; the subclass id is -1.
+/// What the content model throws. The error code is -1 unless the thrower gives another; the subclass id is -1.
 BLOCXX_DECLARE_APIEXCEPTION(Content, ZOL_API)
 
 } // namespace ZOLNS2::MIME

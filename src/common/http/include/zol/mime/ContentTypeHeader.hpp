@@ -36,9 +36,9 @@ public:
     /// Parses a complete header line, "Content-Type: text/plain; charset=UTF-8". Its parameters are added to those
     /// already held.
     ///
-    /// Deliberate irregularities: "/" counts wherever it stands; without one the type is neither trimmed nor cut at the
+    /// Deliberate irregularities: "/" counts wherever it is; without one the type is neither trimmed nor cut at the
     /// ";", and the subtype is empty. The quotes of a value go without a look at its last character and without undoing
-    /// escapes. Behind the last "=" a further ";" keeps the call logging errors; it does not return in any useful time.
+    /// escapes. After the last "=" a further ";" keeps the call logging errors; it does not return in any useful time.
     /// @throws ContentException if there is no colon; the line is stored all the same
     void setContentTypeString(const blocxx::String& headerLine);
 

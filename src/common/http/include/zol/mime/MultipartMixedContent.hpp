@@ -11,7 +11,7 @@
 namespace ZOLNS2::MIME
 {
 
-/// A reader's position in the wire form of a MultipartMixedContent. It stands at any byte, and it never goes back.
+/// A reader's position in the wire form of a MultipartMixedContent. It can be at any byte, and only moves forward.
 class ZOL_API MultipartMixedContentStreamState : public ContentStreamState
 {
 public:
@@ -20,12 +20,12 @@ public:
         E_DELIMITER,         ///< "--", boundary, line end
         E_PART_HEADER,       ///< the part's one header line and the empty line
         E_BODY,              ///< what the part itself delivers
-        E_AFTER_BODY,        ///< the line end in front of the next delimiter
+        E_AFTER_BODY,        ///< the line end before the next delimiter
         E_CLOSING_DELIMITER, ///< "--", boundary, "--"
         E_FINISHED
     };
 
-    /// Stands at the first delimiter line.
+    /// At the first delimiter line.
     MultipartMixedContentStreamState(const ContentStreamStateRef& partState, const blocxx::String& boundary);
     ~MultipartMixedContentStreamState() override;
 
@@ -41,7 +41,7 @@ public:
 /// read: for every part a delimiter line, the part's content type as its only header line, an empty line, the bytes of
 /// the part and a line end; at last the closing delimiter without a line end. There is no preamble and no epilogue.
 ///
-/// The boundary may not occur in the bytes of a part; nobody checks that.
+/// The boundary must not occur in the bytes of a part; that is not checked.
 ///
 /// @code
 /// blocxx::IntrusiveReference<MIME::MultipartMixedContent> body(new MIME::MultipartMixedContent("boundary-7f3a"));
@@ -71,7 +71,7 @@ public:
     /// than 2 GiB; a part whose getData() returns 0 is asked again at once, until it delivers or reports its end.
     ///
     /// What a part throws passes through. The bytes copied by that call are lost, and after a failing getContentType()
-    /// the next call continues behind that part's header line.
+    /// the next call continues after that part's header line.
     /// @return the bytes copied; the largest size_t at the end, and at once where there is no part
     /// @throws blocxx::NULLReferenceException if `state` is null or of another kind, or a part is null
     size_t getData(char* buffer, size_t count, const ContentStreamStateRef& state) override;
@@ -88,10 +88,10 @@ public:
     /// The parts themselves. To be changed before the reading starts.
     virtual Contents& getParts();
 
-    /// Puts `part` behind the others.
+    /// Appends `part`.
     virtual void addPart(ContentRef part);
 
-    /// Whether one of the parts read so far ended badly. The parts behind it are written all the same.
+    /// Whether one of the parts read so far ended badly. The parts after it are written all the same.
     /// @throws blocxx::NULLReferenceException if there are parts and `state` is null or of another kind
     bool endedBadly(const ContentStreamStateRef& state) const override;
 

@@ -113,7 +113,7 @@ public:
     ContentTypeHeader getContentType() override;
     bool hasContentLength() override;
     /// The files' sizes at this moment, added up.
-    /// @throws ContentException with the system's error code if the size of a file cannot be told
+    /// @throws ContentException with the system's error code if the size of a file cannot be determined
     size_t getContentLength() override;
     size_t getData(char* buf, size_t len, const ContentStreamStateRef& state) override;
     ContentStreamStateRef createInitialStreamState() const override;

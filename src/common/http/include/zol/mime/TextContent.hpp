@@ -19,7 +19,7 @@ public:
 };
 
 /// A text in memory, encoded, of type "text" and with the parameter "charset". Never changed after construction, so
-/// readers on several threads need no lock. Its subtype is told by the derived class.
+/// readers on several threads need no lock. The derived class supplies the subtype.
 ///
 /// @code
 /// const MIME::ContentRef body(new MIME::TextXMLContent("<greeting/>"));
@@ -27,7 +27,7 @@ public:
 class ZOL_API TextContent : public Content, public ContentEnd
 {
 public:
-    /// The bytes of one 16-bit unit. Deliberate: any other value stands for the order of the host's memory.
+    /// The bytes of one 16-bit unit. Deliberate: any other value means the order of the host's memory.
     enum EByteOrderingFlag : unsigned int
     {
         E_LITTLE_ENDIAN = 0,

@@ -19,14 +19,14 @@ public:
 };
 
 /// A response body that has not been read yet: its bytes come straight off the connection as the reader pulls them.
-/// They come once, so there is one stream state and no second one.
+/// They can be read once, so there is only one stream state.
 ///
 /// Used by one reader at a time.
 class ZOL_API UnbufferedContent : public Content, public ContentEnd
 {
 public:
     /// Reads nothing.
-    /// @param decoder        where the body comes from; a share of it is kept, and with it the connection
+    /// @param decoder        where the body comes from; a reference to it is kept, and so is the connection
     /// @param contentLength  the announced number of bytes, or the largest `unsigned long` where none was announced
     UnbufferedContent(const HTTP::HTTPTransferDecoderRef& decoder, const ContentTypeHeader& contentType,
                       unsigned long contentLength);
@@ -43,7 +43,7 @@ public:
     unsigned long getContentLength() override;
 
     /// Reads up to `count` bytes of the body into `buffer`, waiting for them; fewer only at the end of the body.
-    /// `state` is not looked at.
+    /// `state` is ignored.
     /// @return how many bytes were read (0 where the body ended exactly before this call), or the end-of-data value,
     ///         the largest `size_t`, once the stream has failed: bodyIsComplete of getTransferDecoder() tells an
     ///         orderly end from a cut
@@ -54,8 +54,8 @@ public:
     /// @throws ContentException on the second call
     ContentStreamStateRef createInitialStreamState() const override;
 
-    /// Whether the decoder's stream has failed before the body was complete: after a cut, an error or malformed framing.
-    /// Deliberate: a body shorter than its announced length is not a bad end. `state` is not looked at.
+    /// Whether the decoder's stream has failed before the body was complete: after a cut, an error or malformed
+    /// framing. Deliberate: a body shorter than its announced length is not a bad end. `state` is ignored.
     bool endedBadly(const ContentStreamStateRef& state) const override;
 
     /// The decoder that the body is read through.

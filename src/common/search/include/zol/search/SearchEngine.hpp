@@ -7,8 +7,8 @@
 #include <iosfwd>
 #include <vector>
 
-/// Internal: what boyer_moore_search is made of. Programs use zol/search/boyer_moore_search.hpp; the names here may
-/// change with any version.
+/// Internal: the implementation of boyer_moore_search. Programs use zol/search/boyer_moore_search.hpp; the names here
+/// may change with any version.
 namespace ZOLNS2::SearchDetail
 {
 
@@ -35,7 +35,7 @@ public:
 
     std::size_t length() const { return m_pattern.size(); }
 
-    /// Looks for the pattern, which must not be empty, in `text` at `candidate` and behind it. When it is there,
+    /// Looks for the pattern, which must not be empty, in `text` at `candidate` and after it. When it is there,
     /// `candidate` becomes its place; otherwise the first place where it could still begin, which is less than the
     /// length of the pattern before the end of the text, or that end.
     bool find(const char* text, std::size_t size, std::size_t& candidate) const;
@@ -59,7 +59,7 @@ private:
     std::array<bool, 1024> m_pairs{};
     /// Shift by the byte under the pattern's last one, both rules applied; 0 for the byte that matches there.
     std::array<std::size_t, 256> m_endShift{};
-    /// Entry i is the good-suffix shift when everything from i on matched and the byte in front of it did not.
+    /// Entry i is the good-suffix shift when everything from i on matched and the byte before it did not.
     std::vector<std::size_t> m_suffixShift;
 };
 

@@ -12,7 +12,7 @@
 namespace ZOLNS2
 {
 
-/// Finds a fixed byte pattern in an input stream that cannot be rewound, and hands back everything in front of it.
+/// Finds a fixed byte pattern in an input stream that cannot be rewound, and hands back everything before it.
 ///
 /// @code
 /// const std::string delimiter = "\r\n--boundary";
@@ -50,9 +50,9 @@ public:
 
     /// Reads `in` up to and including the first occurrence of the pattern.
     ///
-    /// True: found. `out` holds every byte read in front of the occurrence, the occurrence itself is dropped, and the
-    /// stream stands right behind it: nothing further has been read, neither eofbit nor failbit is set, and gcount()
-    /// is 1, as after a single-character read. An empty pattern is found at once, with nothing read.
+    /// True: found. `out` holds every byte read before the occurrence, the occurrence itself is dropped, and the
+    /// stream is positioned right after it: nothing further has been read, neither eofbit nor failbit is set, and
+    /// gcount() is 1, as after a single-character read. An empty pattern is found at once, with nothing read.
     ///
     /// False: the stream ended or failed first. Its state and its gcount(), which is 0, are those of a single-character
     /// read that failed. `out` holds every byte that was left. A stream that was already failed on entry is not
@@ -62,7 +62,7 @@ public:
     /// occurrence.
     bool searchStream(std::istream& in, std::vector<CharT>& out) const { return m_engine.search(in, out); }
 
-    /// The same, with the bytes in front of the occurrence given to `out.append(const CharT* bytes, std::size_t count)`
+    /// The same, with the bytes before the occurrence given to `out.append(const CharT* bytes, std::size_t count)`
     /// in the order of the stream, a run at a time. A run is valid during the call only. What `append` throws passes
     /// through; which bytes of the stream have been read is unspecified then.
     template <class Sink>

@@ -7,10 +7,10 @@ namespace blocxx::Internal
 
 /// Internal to the libraries of this project; not an interface for programs.
 ///
-/// While it lives, the calling thread is not cancelled; a request that comes stays pending.
+/// While it lives, the calling thread is not cancelled; a request that arrives stays pending.
 ///
 /// For destructors and other functions that nothing may unwind out of, and for calls into C libraries, which do not
-/// put their state in order when a cancelled thread unwinds through them.
+/// clean up their state when a cancelled thread unwinds through them.
 class CancellationOff
 {
 public:

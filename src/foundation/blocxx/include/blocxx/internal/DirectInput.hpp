@@ -27,12 +27,13 @@ public:
     /// Whether the buffer allows such reads. The other members must not be called if it does not.
     explicit operator bool() const { return m_buffer != nullptr; }
 
-    /// Fills an empty get area with what one device read of at most `atMost` bytes delivers; leaves one that holds bytes.
+    /// Fills an empty get area with what one device read of at most `atMost` bytes delivers; leaves one that holds
+    /// bytes.
     /// @return whether the get area holds any
     bool fillGetArea(std::size_t atMost) const;
 
-    /// Reads straight from the device into the caller's memory, past an empty get area, as much as one read delivers. Up
-    /// to `ahead` bytes behind them may come along; those become the get area.
+    /// Reads straight from the device into the caller's memory, past an empty get area, as much as one read delivers.
+    /// Up to `ahead` bytes after them may come along; those become the get area.
     /// @param to room for `count` + `ahead` bytes, all of which may be written to
     /// @return the bytes of the `count`; 0 at the end of the input
     std::size_t readDirect(char* to, std::size_t count, std::size_t ahead) const;

@@ -8,8 +8,8 @@ namespace blocxx::Internal
 /// Internal to the libraries of this project; not an interface for programs.
 ///
 /// Returns what `call` returns. If that throws, returns what `handle` returns: it runs inside the handler, so `throw;`
-/// passes the exception on. The unwinding of a thread that is being cancelled is no exception to handle: it passes, as
-/// the process would abort if it were held up.
+/// passes the exception on. The unwinding of a cancelled thread is not handled but passes: the
+/// process would abort if it were stopped.
 template <class Call, class Handle>
 auto catchAllButUnwind(const Call& call, const Handle& handle) -> decltype(call())
 {
