@@ -3,6 +3,7 @@
 /// @file
 /// Everything that the library offers.
 
+#include "zol/http/ChunkedContent.hpp"
 #include "zol/http/ExchangeException.hpp"
 #include "zol/http/HTTPClient.hpp"
 #include "zol/http/HTTPConnection.hpp"
@@ -23,9 +24,12 @@
 #include "zol/mime/ContentEnd.hpp"
 #include "zol/mime/ContentException.hpp"
 #include "zol/mime/ContentTypeHeader.hpp"
+#include "zol/mime/FileContent.hpp"
+#include "zol/mime/MultipartContent.hpp"
 #include "zol/mime/MultipartMixedContent.hpp"
 #include "zol/mime/OctetStreamContent.hpp"
 #include "zol/mime/TextContent.hpp"
+#include "zol/mime/TypedContent.hpp"
 #include "zol/mime/UnbufferedContent.hpp"
 #include "zol/search/boyer_moore_search.hpp"
 #include "zol/text/TormudaTextOperations.hpp"
