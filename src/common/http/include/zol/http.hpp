@@ -14,6 +14,7 @@
 #include "zol/http/Parameter.hpp"
 #include "zol/http/PayloadIStream.hpp"
 #include "zol/http/Request.hpp"
+#include "zol/http/RequestBuilder.hpp"
 #include "zol/http/RequestLine.hpp"
 #include "zol/http/Response.hpp"
 #include "zol/http/StatusLine.hpp"
