@@ -175,6 +175,11 @@ TEST(HTTPClient, HostWithoutColonIsNotTrimmed)
                 StartsWith("UnknownHostException: Unknown host:  " + UNRESOLVABLE + " "));
 }
 
+TEST(HTTPClient, AnIPv6AddressInBracketsIsNotTakenAsAHost)
+{
+    EXPECT_THAT(messageOfFailedFetch("[::1]:80"), StartsWith("UnknownHostException: Unknown host: ["));
+}
+
 TEST(HTTPClient, UnknownHostPassesUnchanged)
 {
     EXPECT_THAT(messageOfFailedFetch(UNRESOLVABLE + ":1"),

@@ -1,6 +1,8 @@
 #include "io/ConnectAttempts.hpp"
 
+#include "io/OperationBounds.hpp"
 #include "io/SocketNames.hpp"
+#include "io/Wait.hpp"
 
 #include "blocxx/Format.hpp"
 
@@ -54,16 +56,11 @@ bool isConnectedToItself(int descriptor)
            here.getAddress() == there.getAddress();
 }
 
-// The earlier of two times left, as poll(2) takes them.
-int earlier(int left, int right)
-{
-    return left < 0 ? right : right < 0 ? left : std::min(left, right);
-}
-
 } // namespace
 
-ConnectAttempts::ConnectAttempts(const SocketAddress& peer)
-    : m_peer(peer), m_addresses(std::max<std::size_t>(peer.getCandidateCount(), 1)), m_nextStart(Timeout::infinite)
+ConnectAttempts::ConnectAttempts(const SocketAddress& peer, OperationBounds* bounds)
+    : m_peer(peer), m_bounds(bounds), m_addresses(std::max<std::size_t>(peer.getCandidateCount(), 1)),
+      m_nextStart(Timeout::infinite)
 {
 }
 
@@ -71,6 +68,12 @@ ConnectAttempts::EOutcome ConnectAttempts::run(const Deadline& deadline)
 {
     for (;;)
     {
+        if (m_bounds != nullptr && m_bounds->reached() != 0)
+        {
+            m_connected = NOT_CONNECTED;
+            closeAll();
+            return E_BOUND_REACHED;
+        }
         while (!connected() && nextIsDue())
         {
             startNext();
@@ -86,10 +89,15 @@ ConnectAttempts::EOutcome ConnectAttempts::run(const Deadline& deadline)
         }
         if (!awaitAny(deadline) && deadline.expired())
         {
-            std::for_each(m_attempts.begin(), m_attempts.end(), [](Attempt& attempt) { attempt.socket.close(); });
+            closeAll();
             return E_TIMED_OUT;
         }
     }
+}
+
+void ConnectAttempts::closeAll()
+{
+    std::for_each(m_attempts.begin(), m_attempts.end(), [](Attempt& attempt) { attempt.socket.close(); });
 }
 
 bool ConnectAttempts::underWay() const
@@ -134,7 +142,8 @@ void ConnectAttempts::startNext()
     }
 }
 
-// Waits until an attempt is ready, the next one is due, or the time is up. Returns whether one was ready.
+// Waits until an attempt is ready, the next one is due, the time is up or a bound reached. Returns whether one was
+// ready.
 bool ConnectAttempts::awaitAny(const Deadline& deadline)
 {
     m_polled.clear();
@@ -146,7 +155,12 @@ bool ConnectAttempts::awaitAny(const Deadline& deadline)
     int limit = deadline.remainingMilliseconds();
     if (m_attempts.size() < m_addresses)
     {
-        limit = earlier(limit, m_nextStart.remainingMilliseconds());
+        limit = earlierTimeout(limit, m_nextStart.remainingMilliseconds());
+    }
+    if (m_bounds != nullptr)
+    {
+        m_polled.push_back({m_bounds->descriptor(), POLLIN, NOT_READY});
+        limit = earlierTimeout(limit, m_bounds->remainingMilliseconds());
     }
     const int ready = ::poll(m_polled.data(), m_polled.size(), limit);
     const int pollError = ready < 0 ? errno : 0;
@@ -154,7 +168,7 @@ bool ConnectAttempts::awaitAny(const Deadline& deadline)
     {
         return false;
     }
-    for (std::size_t index = 0; index < m_polled.size() && !connected(); ++index)
+    for (std::size_t index = 0; index < m_attempts.size() && !connected(); ++index)
     {
         if (pollError != 0 && m_attempts[index].socket.isOpen())
         {
@@ -211,6 +225,10 @@ FileDescriptor ConnectAttempts::takeSocket()
 
 String ConnectAttempts::describeTheUnsuccessful() const
 {
+    if (m_attempts.empty())
+    {
+        return m_peer.toString();
+    }
     String all;
     for (std::size_t index = 0; index < m_attempts.size(); ++index)
     {

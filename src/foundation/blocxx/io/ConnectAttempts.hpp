@@ -14,6 +14,8 @@
 namespace blocxx
 {
 
+class OperationBounds;
+
 /// Connects to whichever of a peer's addresses accepts first, after RFC 8305, section 5: the attempts run side by side,
 /// on the calling thread.
 class ConnectAttempts
@@ -22,11 +24,13 @@ public:
     enum EOutcome
     {
         E_CONNECTED,
-        E_FAILED,   ///< every address has failed
-        E_TIMED_OUT ///< the time is up, and an attempt was still under way
+        E_FAILED,       ///< every address has failed
+        E_TIMED_OUT,    ///< the time is up, and an attempt was still under way
+        E_BOUND_REACHED ///< the bounds tell which one
     };
 
-    explicit ConnectAttempts(const SocketAddress& peer);
+    /// `bounds` may be null, and has to outlive the object.
+    explicit ConnectAttempts(const SocketAddress& peer, OperationBounds* bounds = nullptr);
 
     /// Called once. Afterwards no attempt is open but the one that connected.
     EOutcome run(const Deadline& deadline);
@@ -35,7 +39,8 @@ public:
     FileDescriptor takeSocket();
     const SocketAddress& connectedAddress() const { return m_attempts[m_connected].address; }
 
-    /// The addresses tried without success, in the peer's order, each with its error if it has failed.
+    /// The addresses tried without success, in the peer's order, each with its error if it has failed; the first one
+    /// if none was tried.
     String describeTheUnsuccessful() const;
 
     /// The error of the first address in the peer's order whose failure the peer or the network caused; if this machine
@@ -57,10 +62,12 @@ private:
     void conclude(std::size_t index, int error);
     bool connected() const { return m_connected != NOT_CONNECTED; }
     bool underWay() const;
+    void closeAll();
 
     static constexpr std::size_t NOT_CONNECTED = static_cast<std::size_t>(-1);
 
     SocketAddress m_peer;
+    OperationBounds* m_bounds;
     std::size_t m_addresses;
     std::vector<Attempt> m_attempts;
     std::vector<pollfd> m_polled;

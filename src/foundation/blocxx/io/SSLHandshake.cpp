@@ -50,8 +50,8 @@ const char* adviceFor(long verdict)
 
 } // namespace
 
-SSLHandshake::SSLHandshake(SSL* session, int descriptor, const SocketAddress& peer)
-    : m_session(session), m_descriptor(descriptor), m_peer(peer), m_identity(peer)
+SSLHandshake::SSLHandshake(SSL* session, int descriptor, const SocketAddress& peer, OperationBounds* bounds)
+    : m_session(session), m_descriptor(descriptor), m_peer(peer), m_bounds(bounds), m_identity(peer)
 {
 }
 
@@ -117,10 +117,10 @@ bool SSLHandshake::shakeHands(const Deadline& deadline)
         {
             return false;
         }
-        if (!waitUntilReady(m_descriptor, event, deadline))
+        if (!waitUntilReady(m_descriptor, event, deadline, m_bounds))
         {
             const int waitError = errno;
-            if (waitError == ETIMEDOUT)
+            if (waitError == ETIMEDOUT || waitError == ECANCELED)
             {
                 return false;
             }

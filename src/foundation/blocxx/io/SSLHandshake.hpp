@@ -11,6 +11,7 @@ namespace blocxx
 {
 
 class Deadline;
+class OperationBounds;
 
 /// The TLS handshake of a client on a new connection, and the check of its peer.
 class SSLHandshake
@@ -19,9 +20,10 @@ public:
     /// @param session    new, and null if OpenSSL could not make it; not owned
     /// @param descriptor the connection, which the session is put on; not owned
     /// @param peer       outlives the handshake
-    SSLHandshake(SSL* session, int descriptor, const SocketAddress& peer);
+    /// @param bounds     outlive it as well; may be null
+    SSLHandshake(SSL* session, int descriptor, const SocketAddress& peer, OperationBounds* bounds);
 
-    /// Called once. @return false if the time is up
+    /// Called once. @return false if the time is up or a bound reached
     /// @throws SSLException if there is no session, the handshake fails, or the peer's certificate is refused
     bool perform(const Deadline& deadline);
 
@@ -37,6 +39,7 @@ private:
     SSL* const m_session;
     const int m_descriptor;
     const SocketAddress& m_peer;
+    OperationBounds* const m_bounds;
     const PeerIdentity m_identity;
 };
 

@@ -3,7 +3,6 @@
 #include "io/OpenSSLCall.hpp"
 #include "io/OpenSSLText.hpp"
 #include "io/SSLHandshake.hpp"
-#include "io/Wait.hpp"
 
 #include "blocxx/internal/CancellationOff.hpp"
 
@@ -46,7 +45,12 @@ bool SSLSocketImpl::startSession(const Deadline& deadline)
     ERR_clear_error();
     m_failure = 0;
     m_ssl.reset(SSL_new(m_context->getSSLCtx()));
-    SSLHandshake handshake(m_ssl.get(), descriptor(), peerAddress());
+    if (m_ssl && !ownCertificateIsUsed)
+    {
+        SSL_certs_clear(m_ssl.get());
+    }
+    noteHandshake();
+    SSLHandshake handshake(m_ssl.get(), descriptor(), peerAddress(), setBounds());
     if (!handshake.perform(deadline))
     {
         return false;
@@ -138,11 +142,43 @@ int SSLSocketImpl::sendAll(const void* data, int length)
             errno = ETIMEDOUT;
             return -1;
         }
-        if (!waitUntilReady(descriptor(), event, *deadline))
+        if (!await(event, *deadline))
         {
             return -1;
         }
     }
+}
+
+int SSLSocketImpl::sendSome(const void* data, int length, short& event)
+{
+    if (m_failure != 0)
+    {
+        return failAgain();
+    }
+    const int count =
+        callOpenSSL(m_ssl.get(), [data, length](SSL* session) { return SSL_write(session, data, length); });
+    const int error = errno;
+    const int sslError = SSL_get_error(m_ssl.get(), count);
+    event = count > 0 ? short{0} : awaitedEvent(sslError);
+    return count > 0 || event != 0 ? count : fail(sslError, error);
+}
+
+// Records without data are taken on the way.
+bool SSLSocketImpl::isInputAtHand()
+{
+    if (m_failure != 0 || holdsInput())
+    {
+        return true;
+    }
+    char byte = 0;
+    const int count = callOpenSSL(m_ssl.get(), [&byte](SSL* session) { return SSL_peek(session, &byte, 1); });
+    const int error = errno;
+    const int sslError = SSL_get_error(m_ssl.get(), count);
+    if (count <= 0 && sslError != SSL_ERROR_ZERO_RETURN && awaitedEvent(sslError) == 0)
+    {
+        fail(sslError, error);
+    }
+    return count > 0 || awaitedEvent(sslError) == 0;
 }
 
 bool SSLSocketImpl::holdsInput() const

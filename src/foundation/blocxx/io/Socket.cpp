@@ -99,6 +99,41 @@ void Socket::setTimeouts(const Timeout& timeout)
     setSendTimeout(timeout);
 }
 
+void Socket::setCancellation(const std::optional<Cancellation>& cancellation)
+{
+    m_impl->setCancellation(cancellation);
+}
+
+bool Socket::reachedHandshake() const
+{
+    return m_impl->reachedHandshake();
+}
+
+void Socket::setOwnCertificateUsed(bool used)
+{
+    m_impl->ownCertificateIsUsed = used;
+}
+
+int Socket::writeUnlessInput(const void* dataOut, int dataOutLen)
+{
+    return m_impl->writeUnlessInput(dataOut, dataOutLen);
+}
+
+bool Socket::hasInput(const Timeout& timeout)
+{
+    return m_impl->hasInput(timeout);
+}
+
+void Socket::setDeadline(const Timeout& timeout)
+{
+    m_impl->setDeadline(timeout);
+}
+
+bool Socket::deadlineExpired() const
+{
+    return m_impl->deadlineExpired();
+}
+
 void Socket::setDefaultTimeouts(const Timeout& timeout)
 {
     SocketBaseImpl::setDefaultTimeout(timeout);

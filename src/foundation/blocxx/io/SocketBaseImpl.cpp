@@ -10,10 +10,12 @@
 #include <fcntl.h>
 #include <poll.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstddef>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 namespace blocxx
@@ -21,6 +23,10 @@ namespace blocxx
 
 namespace
 {
+
+// The most that is written between two looks at the bounds: a peer that takes everything must not keep a large write
+// from ending.
+const int PIECE_SIZE = 64 * 1024;
 
 class DefaultTimeout
 {
@@ -84,13 +90,18 @@ void SocketBaseImpl::setDefaultTimeout(const Timeout& timeout)
 void SocketBaseImpl::connect(const SocketAddress& address)
 {
     disconnect();
+    m_reachedHandshake = false;
     const Deadline deadline(connectTimeout);
-    ConnectAttempts attempts(address);
+    ConnectAttempts attempts(address, m_bounds.get());
     const ConnectAttempts::EOutcome outcome = attempts.run(deadline);
     const String unsuccessful = attempts.describeTheUnsuccessful();
     if (outcome == ConnectAttempts::E_TIMED_OUT)
     {
         throwTimedOut("connect", unsuccessful, connectTimeout);
+    }
+    if (outcome == ConnectAttempts::E_BOUND_REACHED)
+    {
+        throwBoundReached("connect", unsuccessful);
     }
     if (outcome == ConnectAttempts::E_FAILED)
     {
@@ -103,10 +114,13 @@ void SocketBaseImpl::connect(const SocketAddress& address)
         if (!startSession(deadline))
         {
             const String connected = m_peerAddress.toString();
-            throwTimedOut("TLS handshake",
-                          unsuccessful.empty() ? connected
-                                               : String(Format("%1; also tried: %2", connected, unsuccessful)),
-                          connectTimeout);
+            const String addresses =
+                unsuccessful.empty() ? connected : String(Format("%1; also tried: %2", connected, unsuccessful));
+            if (boundReached())
+            {
+                throwBoundReached("TLS handshake", addresses);
+            }
+            throwTimedOut("TLS handshake", addresses, connectTimeout);
         }
     }
     catch (...)
@@ -114,6 +128,34 @@ void SocketBaseImpl::connect(const SocketAddress& address)
         disconnect();
         throw;
     }
+}
+
+OperationBounds& SocketBaseImpl::bounds()
+{
+    if (!m_bounds)
+    {
+        m_bounds = std::make_unique<OperationBounds>();
+    }
+    return *m_bounds;
+}
+
+// Returns whether operations have to end; `errno` tells why.
+bool SocketBaseImpl::boundReached()
+{
+    const int error = m_bounds ? m_bounds->reached() : 0;
+    if (error == 0)
+    {
+        return false;
+    }
+    errno = error;
+    return true;
+}
+
+void SocketBaseImpl::throwBoundReached(const char* phase, const String& addresses)
+{
+    const int error = m_bounds->reached();
+    const Format message(error == ECANCELED ? "%1 was cancelled: %2" : "%1 timed out: %2 (deadline)", phase, addresses);
+    BLOCXX_THROW_ERR(SocketException, message.c_str(), error);
 }
 
 void SocketBaseImpl::adopt(int connected)
@@ -182,6 +224,11 @@ int SocketBaseImpl::transfer(const char* name, int length, ErrorAction errorActi
     {
         count = bytes();
     }
+    if (count < 0 && errno == ETIMEDOUT && deadlineExpired())
+    {
+        m_errorText = "the deadline has passed";
+        errno = ETIMEDOUT;
+    }
     if (count < 0 && errorAction == E_THROW_ON_ERROR)
     {
         const int error = errno;
@@ -197,20 +244,109 @@ int SocketBaseImpl::read(void* data, int length, ErrorAction errorAction)
                     [this, data, length]
                     {
                         m_receiveTimedOut = false;
-                        return receive(data, length);
+                        return boundReached() ? -1 : receive(data, length);
                     });
 }
 
 int SocketBaseImpl::write(const void* data, int length, ErrorAction errorAction)
 {
     return transfer("SocketBaseImpl::write", length, errorAction,
-                    [this, data, length] { return sendAll(data, length); });
+                    [this, data, length] {
+                        return m_bounds ? sendInPieces(static_cast<const char*>(data), length) : sendAll(data, length);
+                    });
+}
+
+int SocketBaseImpl::sendInPieces(const char* data, int length)
+{
+    int sent = 0;
+    while (sent < length)
+    {
+        const int size = std::min(length - sent, PIECE_SIZE);
+        if (boundReached() || sendAll(data + sent, size) < 0)
+        {
+            return -1;
+        }
+        sent += size;
+    }
+    return sent;
+}
+
+int SocketBaseImpl::writeUnlessInput(const void* data, int length)
+{
+    return transfer("SocketBaseImpl::writeUnlessInput", length, E_RETURN_ON_ERROR,
+                    [this, data, length] { return sendUnlessInput(static_cast<const char*>(data), length); });
+}
+
+int SocketBaseImpl::sendUnlessInput(const char* data, int length)
+{
+    int sent = 0;
+    std::optional<Deadline> deadline;
+    while (sent < length)
+    {
+        if (boundReached())
+        {
+            return -1;
+        }
+        if (isInputAtHand())
+        {
+            return sent;
+        }
+        short event = 0;
+        const int count = sendSome(data + sent, std::min(length - sent, PIECE_SIZE), event);
+        if (count > 0)
+        {
+            sent += count;
+            deadline.reset();
+            continue;
+        }
+        if (event == 0)
+        {
+            return -1;
+        }
+        if (!deadline)
+        {
+            deadline.emplace(sendTimeout);
+        }
+        if (!await(static_cast<short>(event | POLLIN), *deadline))
+        {
+            return -1;
+        }
+    }
+    return sent;
+}
+
+bool SocketBaseImpl::hasInput(const Timeout& timeout)
+{
+    m_receiveTimedOut = false;
+    if (!isConnected())
+    {
+        errno = ENOTCONN;
+        return false;
+    }
+    const Deadline deadline(timeout);
+    while (!boundReached())
+    {
+        if (isInputAtHand())
+        {
+            return true;
+        }
+        if (!awaitInput(POLLIN, deadline))
+        {
+            return false;
+        }
+    }
+    return false;
+}
+
+bool SocketBaseImpl::await(short event, const Deadline& deadline)
+{
+    return waitUntilReady(descriptor(), event, deadline, m_bounds.get());
 }
 
 bool SocketBaseImpl::awaitInput(short event, const Deadline& deadline)
 {
-    const bool ready = waitUntilReady(descriptor(), event, deadline);
-    m_receiveTimedOut = !ready && errno == ETIMEDOUT;
+    const bool ready = await(event, deadline);
+    m_receiveTimedOut = !ready && errno == ETIMEDOUT && !deadlineExpired();
     return ready;
 }
 
@@ -222,7 +358,7 @@ bool SocketBaseImpl::isInputReady(const Timeout& timeout)
         errno = ENOTCONN;
         return false;
     }
-    return holdsInput() || awaitInput(POLLIN, Deadline(timeout));
+    return !boundReached() && (holdsInput() || awaitInput(POLLIN, Deadline(timeout)));
 }
 
 bool SocketBaseImpl::isOutputReady(const Timeout& timeout)
@@ -232,7 +368,7 @@ bool SocketBaseImpl::isOutputReady(const Timeout& timeout)
         errno = ENOTCONN;
         return false;
     }
-    return waitUntilReady(descriptor(), POLLOUT, Deadline(timeout));
+    return await(POLLOUT, Deadline(timeout));
 }
 
 SocketAddress SocketBaseImpl::localAddress() const

@@ -2,6 +2,7 @@
 
 #include "core/FileDescriptor.hpp"
 #include "io/Deadline.hpp"
+#include "io/OperationBounds.hpp"
 #include "io/SocketStreams.hpp"
 
 #include "blocxx/IOIFC.hpp"
@@ -37,9 +38,16 @@ public:
     int write(const void* data, int length, ErrorAction errorAction) override;
     String lastErrorText() const override { return m_errorText; }
 
+    int writeUnlessInput(const void* data, int length);
+    bool hasInput(const Timeout& timeout);
+
     bool isInputReady(const Timeout& timeout);
     bool isOutputReady(const Timeout& timeout);
     bool receiveTimedOut() const { return m_receiveTimedOut; }
+
+    void setCancellation(const std::optional<Cancellation>& cancellation) { bounds().setCancellation(cancellation); }
+    void setDeadline(const Timeout& timeout) { bounds().setDeadline(timeout); }
+    bool deadlineExpired() const { return m_bounds && m_bounds->deadlineExpired(); }
 
     /// Made when first asked for.
     SocketStreams& streams();
@@ -50,16 +58,20 @@ public:
     virtual SSL* ssl() const { return nullptr; }
     virtual bool peerVerified() const { return false; }
 
+    bool reachedHandshake() const { return m_reachedHandshake; }
+
     static void setDefaultTimeout(const Timeout& timeout);
 
     Timeout connectTimeout = Timeout::infinite;
     Timeout receiveTimeout;
     Timeout sendTimeout;
+    bool ownCertificateIsUsed = true;
 
 protected:
     SocketBaseImpl();
 
     /// Follows the connect, under the same deadline. Throws to give the connection up. @return false if the time is up
+    /// or a bound reached
     virtual bool startSession(const Deadline& deadline) = 0;
 
     /// Precedes the closing of the descriptor; neither blocks nor is a cancellation point.
@@ -69,8 +81,22 @@ protected:
     virtual int receive(void* data, int length) = 0;
     virtual int sendAll(const void* data, int length) = 0;
 
+    /// One attempt to send without a wait. @return the bytes sent; -1 on failure, with the event to wait for, or 0 and
+    /// `errno`
+    virtual int sendSome(const void* data, int length, short& event) = 0;
+
+    /// Whether a read would return at once; does not wait.
+    virtual bool isInputAtHand() = 0;
+
     /// Whether a read can deliver bytes that have left the descriptor already.
     virtual bool holdsInput() const { return false; }
+
+    /// The bounds that have been set; null for none.
+    OperationBounds* setBounds() const { return m_bounds.get(); }
+    void noteHandshake() { m_reachedHandshake = true; }
+
+    /// Waits for the event, within the bounds. @return as waitUntilReady.
+    bool await(short event, const Deadline& deadline);
 
     /// Waits as part of reading; `event` is what the reading needs. @return as waitUntilReady.
     bool awaitInput(short event, const Deadline& deadline);
@@ -80,15 +106,22 @@ protected:
     void setErrorText(const String& text) { m_errorText = text; }
 
 private:
+    OperationBounds& bounds();
+    bool boundReached();
+    [[noreturn]] void throwBoundReached(const char* phase, const String& addresses);
     void start(FileDescriptor&& socket, const SocketAddress& peer);
+    int sendInPieces(const char* data, int length);
+    int sendUnlessInput(const char* data, int length);
     template <class Transfer>
     int transfer(const char* name, int length, ErrorAction errorAction, Transfer bytes);
 
+    std::unique_ptr<OperationBounds> m_bounds; ///< null until one is set
     FileDescriptor m_descriptor;
     SocketAddress m_peerAddress;
     std::unique_ptr<SocketStreams> m_streams;
     String m_errorText;
     bool m_receiveTimedOut = false;
+    bool m_reachedHandshake = false;
 };
 
 } // namespace blocxx

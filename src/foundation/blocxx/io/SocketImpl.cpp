@@ -1,7 +1,6 @@
 #include "io/SocketImpl.hpp"
 
 #include "io/SocketCalls.hpp"
-#include "io/Wait.hpp"
 
 #include <poll.h>
 
@@ -59,12 +58,25 @@ int SocketImpl::sendAll(const void* data, int length)
         {
             deadline.emplace(sendTimeout);
         }
-        if (!waitUntilReady(descriptor(), POLLOUT, *deadline))
+        if (!await(POLLOUT, *deadline))
         {
             return -1;
         }
     }
     return sent;
+}
+
+int SocketImpl::sendSome(const void* data, int length, short& event)
+{
+    const ssize_t count = sendNow(descriptor(), data, static_cast<std::size_t>(length));
+    event = count < 0 && errno == EAGAIN ? POLLOUT : 0;
+    return static_cast<int>(count);
+}
+
+bool SocketImpl::isInputAtHand()
+{
+    pollfd polled{descriptor(), POLLIN, 0};
+    return ::poll(&polled, 1, 0) > 0;
 }
 
 } // namespace blocxx

@@ -13,6 +13,8 @@ protected:
     void endSession() noexcept override {}
     int receive(void* data, int length) override;
     int sendAll(const void* data, int length) override;
+    int sendSome(const void* data, int length, short& event) override;
+    bool isInputAtHand() override;
 };
 
 } // namespace blocxx

@@ -1,21 +1,40 @@
 #include "io/Wait.hpp"
 
+#include "io/OperationBounds.hpp"
+
 #include <poll.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace blocxx
 {
 
-bool waitUntilReady(int descriptor, short events, const Deadline& deadline)
+bool waitUntilReady(int descriptor, short events, const Deadline& deadline, OperationBounds* bounds)
 {
-    pollfd wanted{descriptor, events, 0};
+    pollfd polled[] = {{descriptor, events, 0}, {bounds != nullptr ? bounds->descriptor() : -1, POLLIN, 0}};
+    const pollfd& cancelled = polled[1];
     for (;;)
     {
-        const int ready = ::poll(&wanted, 1, deadline.remainingMilliseconds());
+        int limit = deadline.remainingMilliseconds();
+        if (bounds != nullptr)
+        {
+            if (const int error = bounds->reached())
+            {
+                errno = error;
+                return false;
+            }
+            limit = earlierTimeout(limit, bounds->remainingMilliseconds());
+        }
+        const int ready = ::poll(polled, bounds != nullptr ? 2 : 1, limit);
         if (ready > 0)
         {
-            return true;
+            if (cancelled.revents == 0)
+            {
+                return true;
+            }
+            errno = ECANCELED;
+            return false;
         }
         if (ready < 0 && errno != EINTR)
         {
@@ -27,6 +46,11 @@ bool waitUntilReady(int descriptor, short events, const Deadline& deadline)
             return false;
         }
     }
+}
+
+int earlierTimeout(int left, int right)
+{
+    return left < 0 ? right : right < 0 ? left : std::min(left, right);
 }
 
 } // namespace blocxx

@@ -5,9 +5,14 @@
 namespace blocxx
 {
 
+class OperationBounds;
+
 /// Waits until the descriptor is ready for the events (POLLIN, POLLOUT), or has failed, which the transfer that follows
-/// reports. Signals do not end the wait.
-/// @return whether it is ready; if not, `errno` tells why: ETIMEDOUT when the time is up.
-bool waitUntilReady(int descriptor, short events, const Deadline& deadline);
+/// reports. Signals do not end the wait. `bounds` may be null; they end it also when the descriptor is ready.
+/// @return whether it is ready; if not, `errno` tells why: ETIMEDOUT when the time or the deadline is up, ECANCELED.
+bool waitUntilReady(int descriptor, short events, const Deadline& deadline, OperationBounds* bounds);
+
+/// The earlier of two times left, as poll(2) takes them.
+int earlierTimeout(int left, int right);
 
 } // namespace blocxx

@@ -1,199 +1,202 @@
-#include "Peers.hpp"
-#include "TLSPeers.hpp"
-#include "support/Process.hpp"
-#include "support/ScriptedServer.hpp"
+#include "blocxx/Cancellation.hpp"
 
-#include "blocxx/Socket.hpp"
+#include "ForkedChild.hpp"
+#include "support/CancelledThread.hpp"
+#include "support/Descriptor.hpp"
+#include "support/Process.hpp"
+
+#include "blocxx/IOException.hpp"
 
 #include <gtest/gtest.h>
 
-#include <pthread.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
-#include <atomic>
-#include <chrono>
-#include <functional>
+#include <cerrno>
+#include <csignal>
 #include <thread>
 
-using blocxx::Socket;
-using blocxx::SSLClientCtxRef;
-using zol_test::loopback;
-using zol_test::ScriptedServer;
-using zol_test::ServerConnection;
-using zol_test::tlsServer;
-using zol_test::trustingClient;
-
-// A thread that is cancelled unwinds through the library and ends; the rest of the process lives on.
+using blocxx::Cancellation;
+using zol_test::exitStatusOfFork;
+using zol_test::Pipe;
 
 namespace
 {
 
-void* run(void* work)
+bool isReadable(int descriptor)
 {
-    (*static_cast<const std::function<void()>*>(work))();
-    return nullptr;
+    pollfd polled{descriptor, POLLIN, 0};
+    return ::poll(&polled, 1, 0) == 1 && (polled.revents & POLLIN) != 0;
 }
 
-/// Runs the work in a thread, and cancels the thread when `when` says so. @return whether that ended the thread
-bool endsCancelled(const std::function<void()>& work, const std::function<void(pthread_t)>& when)
+const Cancellation* cancelledBySignal = nullptr;
+
+void cancelIt(int)
 {
-    pthread_t thread{};
-    EXPECT_EQ(::pthread_create(&thread, nullptr, run, const_cast<std::function<void()>*>(&work)), 0);
-    when(thread);
-    void* result = nullptr;
-    EXPECT_EQ(::pthread_join(thread, &result), 0);
-    return result == PTHREAD_CANCELED;
+    cancelledBySignal->cancel();
 }
-
-void waitForThePeer(ServerConnection& connection)
-{
-    connection.waitUntilPeerCloses();
-}
-
-class Cancellation : public testing::TestWithParam<bool>
-{
-protected:
-    ScriptedServer::Options options() const { return GetParam() ? tlsServer() : ScriptedServer::Options(); }
-    SSLClientCtxRef client() const { return GetParam() ? trustingClient() : SSLClientCtxRef(); }
-
-    // Cancels once the work has reached its wait; how long after does not matter.
-    static std::function<void(pthread_t)> soonAfter(const std::atomic<bool>& reached)
-    {
-        return [&reached](pthread_t thread)
-        {
-            while (!reached)
-            {
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            ::pthread_cancel(thread);
-        };
-    }
-
-    static void doNotCancel(pthread_t) {}
-};
 
 } // namespace
 
-TEST_P(Cancellation, EndsAReadAndClosesTheConnection)
+TEST(Cancellation, IsSharedByCopiesAndByNobodyElse)
 {
-    ScriptedServer server(options(), waitForThePeer);
-    const std::size_t before = zol_test::openDescriptors();
-    std::atomic<bool> reading{false};
-    EXPECT_TRUE(endsCancelled(
-        [&]
-        {
-            Socket socket(client());
-            socket.connect(loopback(server.port()));
-            char byte = 0;
-            reading = true;
-            socket.read(&byte, 1);
-        },
-        soonAfter(reading)));
-    EXPECT_TRUE(server.waitForConnections(1));
-    EXPECT_TRUE(server.waitUntilIdle());
-    EXPECT_EQ(zol_test::openDescriptors(), before);
+    const Cancellation cancellation;
+    const Cancellation copy(cancellation);
+    Cancellation assigned;
+    const Cancellation before(assigned);
+    assigned = cancellation;
+    EXPECT_FALSE(cancellation.isCancelled());
+    copy.cancel();
+    EXPECT_TRUE(cancellation.isCancelled());
+    EXPECT_TRUE(copy.isCancelled());
+    EXPECT_TRUE(assigned.isCancelled());
+    EXPECT_FALSE(before.isCancelled());
 }
 
-TEST_P(Cancellation, EndsAReadThatNeedNotWait)
+TEST(Cancellation, MakesItsDescriptorReadableForGood)
 {
-    ScriptedServer server(options(),
-                          [](ServerConnection& connection)
-                          {
-                              connection.send("ab");
-                              connection.waitUntilPeerCloses();
-                          });
-    std::atomic<bool> read{false};
-    EXPECT_TRUE(endsCancelled(
-        [&]
-        {
-            Socket socket(client());
-            socket.connect(loopback(server.port()));
-            // The second byte is there when the first one is.
-            char byte = 0;
-            EXPECT_EQ(socket.read(&byte, 1), 1);
-            ::pthread_cancel(::pthread_self());
-            socket.read(&byte, 1);
-            read = true;
-            ::pthread_testcancel();
-        },
-        doNotCancel));
-    EXPECT_FALSE(read);
-}
-
-TEST_P(Cancellation, EndsAConnectThatWaits)
-{
-    const zol_test::SilentPort silent;
-    ScriptedServer mute(waitForThePeer);
-    const std::size_t before = zol_test::openDescriptors();
-    std::atomic<bool> connecting{false};
-    EXPECT_TRUE(endsCancelled(
-        [&]
-        {
-            Socket socket(client());
-            connecting = true;
-            // A TLS socket waits in the handshake, a plain one in the connect.
-            socket.connect(loopback(GetParam() ? mute.port() : silent.port()));
-        },
-        soonAfter(connecting)));
-    if (GetParam())
+    const Cancellation cancellation;
+    EXPECT_FALSE(isReadable(cancellation.descriptor()));
+    for (int i = 0; i < 3; ++i)
     {
-        EXPECT_TRUE(mute.waitForConnections(1));
-        EXPECT_TRUE(mute.waitUntilIdle());
+        cancellation.cancel();
+        EXPECT_TRUE(isReadable(cancellation.descriptor()));
+        EXPECT_TRUE(cancellation.isCancelled());
+    }
+}
+
+TEST(Cancellation, DescriptorIsClosedOnExecAndWithTheLastCopy)
+{
+    const std::size_t before = zol_test::openDescriptors();
+    {
+        const Cancellation cancellation;
+        const Cancellation copy(cancellation);
+        EXPECT_EQ(zol_test::openDescriptors(), before + 1);
+        EXPECT_TRUE(::fcntl(cancellation.descriptor(), F_GETFD) & FD_CLOEXEC);
+        {
+            const Cancellation another(copy);
+        }
+        copy.cancel();
+        EXPECT_EQ(zol_test::openDescriptors(), before + 1);
     }
     EXPECT_EQ(zol_test::openDescriptors(), before);
 }
 
-TEST_P(Cancellation, ThatIsPendingDoesNotTakeEffectInADestructor)
+TEST(Cancellation, KeepsErrno)
 {
-    ScriptedServer server(options(), waitForThePeer);
-    std::atomic<bool> destroyed{false};
-    EXPECT_TRUE(endsCancelled(
-        [&]
-        {
-            {
-                Socket socket(client());
-                socket.connect(loopback(server.port()));
-                ::pthread_cancel(::pthread_self());
-            }
-            destroyed = true;
-            ::pthread_testcancel();
-        },
-        doNotCancel));
-    EXPECT_TRUE(destroyed);
+    const Cancellation cancellation;
+    // Two such writes more than fill the event's counter, so that the one of cancel() fails.
+    const std::uint64_t nearlyFull = ~std::uint64_t{0} - 1;
+    ASSERT_EQ(::write(cancellation.descriptor(), &nearlyFull, sizeof nearlyFull), 8);
+    errno = E2BIG;
+    cancellation.cancel();
+    EXPECT_EQ(errno, E2BIG);
+    EXPECT_TRUE(isReadable(cancellation.descriptor()));
 }
 
-TEST_P(Cancellation, ThatIsPendingDoesNotTakeEffectInADisconnect)
+TEST(Cancellation, WorksInASignalHandler)
 {
-    ScriptedServer server(options(), waitForThePeer);
-    std::atomic<bool> disconnected{false};
-    EXPECT_TRUE(endsCancelled(
-        [&]
-        {
-            Socket socket(client());
-            socket.connect(loopback(server.port()));
-            ::pthread_cancel(::pthread_self());
-            socket.disconnect();
-            disconnected = true;
-            ::pthread_testcancel();
-        },
-        doNotCancel));
-    EXPECT_TRUE(disconnected);
+    const Cancellation cancellation;
+    cancelledBySignal = &cancellation;
+    ::signal(SIGUSR2, cancelIt);
+    ::raise(SIGUSR2);
+    ::signal(SIGUSR2, SIG_DFL);
+    EXPECT_TRUE(cancellation.isCancelled());
+    EXPECT_TRUE(isReadable(cancellation.descriptor()));
 }
 
-TEST_P(Cancellation, ThatIsPendingWaitsForAContextToBeMade)
+TEST(Cancellation, WakesAPollOfAnotherThread)
 {
-    std::atomic<bool> made{false};
-    EXPECT_TRUE(endsCancelled(
-        [&]
-        {
-            ::pthread_cancel(::pthread_self());
-            const SSLClientCtxRef context(new blocxx::SSLClientCtx);
-            made = true;
-            ::pthread_testcancel();
-        },
-        doNotCancel));
-    EXPECT_TRUE(made);
+    const Cancellation cancellation;
+    std::thread other([cancellation] { cancellation.cancel(); });
+    pollfd polled{cancellation.descriptor(), POLLIN, 0};
+    EXPECT_EQ(::poll(&polled, 1, 20000), 1);
+    EXPECT_TRUE(cancellation.isCancelled());
+    other.join();
 }
 
-INSTANTIATE_TEST_SUITE_P(Sockets, Cancellation, testing::Bool(),
-                         [](const testing::TestParamInfo<bool>& tls) { return tls.param ? "TLS" : "Plain"; });
+TEST(Cancellation, IsNotACancellationPointOfTheThread)
+{
+    const Cancellation cancellation;
+    EXPECT_TRUE(zol_test::runsToItsEndThoughCancelled([&] { cancellation.cancel(); }));
+    EXPECT_TRUE(cancellation.isCancelled());
+}
+
+TEST(Cancellation, OfAForkedChildDoesNotReachTheParent)
+{
+    const Cancellation cancellation;
+    EXPECT_EQ(exitStatusOfFork(
+                  [&]
+                  {
+                      cancellation.cancel();
+                      return cancellation.isCancelled() ? 1 : 0;
+                  }),
+              0);
+    EXPECT_FALSE(cancellation.isCancelled());
+    EXPECT_FALSE(isReadable(cancellation.descriptor()));
+    cancellation.cancel();
+    EXPECT_TRUE(isReadable(cancellation.descriptor()));
+}
+
+TEST(Cancellation, OfTheParentDoesNotReachAForkedChild)
+{
+    const Cancellation cancellation;
+    Pipe cancelled;
+    EXPECT_EQ(exitStatusOfFork(
+                  [&]
+                  {
+                      char byte = 0;
+                      if (::read(cancelled.readEnd.get(), &byte, 1) != 1)
+                      {
+                          return 1;
+                      }
+                      return !cancellation.isCancelled() && cancellation.descriptor() == -1 ? 0 : 2;
+                  },
+                  [&]
+                  {
+                      cancellation.cancel();
+                      EXPECT_EQ(::write(cancelled.writeEnd.get(), "x", 1), 1);
+                  }),
+              0);
+}
+
+TEST(Cancellation, OfBeforeTheForkIsKnownToTheChild)
+{
+    const Cancellation cancellation;
+    cancellation.cancel();
+    EXPECT_EQ(exitStatusOfFork([&] { return cancellation.isCancelled() ? 0 : 1; }), 0);
+}
+
+TEST(Cancellation, OfAChildsOwnMakingWorksThere)
+{
+    EXPECT_EQ(exitStatusOfFork(
+                  []
+                  {
+                      const Cancellation own;
+                      own.cancel();
+                      return own.isCancelled() && isReadable(own.descriptor()) ? 0 : 1;
+                  }),
+              0);
+}
+
+TEST(Cancellation, ThrowsWhenTheSystemGivesNoDescriptor)
+{
+    EXPECT_EQ(exitStatusOfFork(
+                  []
+                  {
+                      const rlimit none{0, 0};
+                      ::setrlimit(RLIMIT_NOFILE, &none);
+                      try
+                      {
+                          const Cancellation cancellation;
+                          return 1;
+                      }
+                      catch (const blocxx::IOException& e)
+                      {
+                          return e.getErrorCode() == EMFILE ? 0 : 2;
+                      }
+                  }),
+              0);
+}

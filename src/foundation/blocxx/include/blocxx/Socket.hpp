@@ -1,6 +1,7 @@
 #pragma once
 
 #include "blocxx/BLOCXX_config.h"
+#include "blocxx/Cancellation.hpp"
 #include "blocxx/IOIFC.hpp"
 #include "blocxx/IntrusiveReference.hpp"
 #include "blocxx/SSLCtxMgr.hpp"
@@ -13,6 +14,7 @@
 #include <openssl/types.h>
 
 #include <iosfwd>
+#include <optional>
 
 namespace blocxx
 {
@@ -66,12 +68,21 @@ public:
     /// code is the `errno` value (ECONNREFUSED, EHOSTUNREACH, ...) of the first in that list that the peer or the
     /// network caused, or else of the first. If the connect time-out expired, the code is ETIMEDOUT; the text names the
     /// addresses tried, the phase ("connect" or "TLS handshake") and the limit.
+    /// With code ECANCELED or ETIMEDOUT if the socket was cancelled or its deadline passed; the text names the
+    /// addresses and the phase, and for the deadline the word "deadline".
     /// @throws SSLException if the handshake failed; the text names the host and the reason.
     void connect(const SocketAddress& addr);
 
     /// Closes the connection without waiting; a TLS socket sends close-notify if it can at once, and if it is still in
     /// the process that connected it. Does nothing on a socket that is not connected.
     void disconnect();
+
+    /// Whether the last connect came as far as the TLS handshake, be it that it failed there.
+    bool reachedHandshake() const;
+
+    /// Whether TLS shows the own certificate of the context to a peer that asks for it; true at first. Takes effect at
+    /// the next connect.
+    void setOwnCertificateUsed(bool used);
 
     bool isConnected() const;
 
@@ -95,25 +106,54 @@ public:
     /// any thread.
     static void setDefaultTimeouts(const Timeout& timeout);
 
-    /// Whether the last read or wait for input ended because its time was up.
+    /// Ends the socket's operations once the handle is cancelled: what waits then - connect, handshake, read, write,
+    /// wait - fails at once with `errno` ECANCELED, and so does what starts later, also when data is there. The
+    /// connection stays open. One handle may be given to many sockets; another one takes its place,
+    /// and none takes it away.
+    void setCancellation(const std::optional<Cancellation>& cancellation);
+
+    /// Bounds all operations together, whatever their progress: from that moment on they fail with `errno` ETIMEDOUT,
+    /// also those that could be served at once. The moment is fixed here; a relative time-out counts from now. Holds
+    /// beside the other time-outs, across connects, until another deadline is set; Timeout::infinite takes it away.
+    void setDeadline(const Timeout& timeout);
+
+    /// Whether an operation has failed because the deadline had passed: tells it from a time without progress, which
+    /// gives the same `errno`.
+    bool deadlineExpired() const;
+
+    /// Whether the last read or wait for input ended because its time was up; that of the socket's deadline does not
+    /// count.
     bool receiveTimeOutExpired() const;
 
     /// Reads what has arrived, waiting for the first byte if there is none.
     /// @return the bytes read; 0 at the orderly end of the stream (under TLS: close-notify); -1 on error, with `errno`
-    /// ETIMEDOUT when the receive time-out expired, ENOTCONN on a socket that is not connected.
+    /// ETIMEDOUT when the receive time-out expired or the deadline passed, ECANCELED when the socket was cancelled,
+    /// ENOTCONN on a socket that is not connected.
     int read(void* dataIn, int dataInLen, ErrorAction errorAsException = E_RETURN_ON_ERROR) override;
 
     /// Writes all bytes.
     /// @return the number of bytes given; -1 on error, with `errno` as for `read`. Some bytes may have left then.
     int write(const void* dataOut, int dataOutLen, ErrorAction errorAsException = E_RETURN_ON_ERROR) override;
 
-    /// Under TLS the reason why the last read or write failed, for which `errno` has only EPROTO or ECONNRESET.
+    /// As `write`, but gives way to the peer: returns, once there is input to read, what has been written until then. The
+    /// rest is to be written by a call that begins with the first byte that is left.
+    /// @return the bytes written, fewer than given only if hasInput() would return true; -1 on error, with `errno` as for
+    /// `read`
+    int writeUnlessInput(const void* dataOut, int dataOutLen);
+
+    /// Waits until a read would return at once: there is data, or the stream has ended or failed. Under TLS session
+    /// tickets and key updates are taken on the way, as they are no data.
+    /// @return whether it would; if not, `errno` tells why, as for waitForInput
+    bool hasInput(const Timeout& timeout = Timeout::relative(0));
+
+    /// What `errno` does not tell of the last read or write that failed: under TLS the reason for EPROTO or ECONNRESET,
+    /// and that it was the deadline that passed.
     String lastErrorText() const override;
 
     /// Waits until a read would not block: there are bytes, or the stream has ended or failed. Under TLS the bytes may
     /// turn out not to be data.
-    /// @return true when it is *not* ready: the time is up (`errno` ETIMEDOUT), or the socket is not connected
-    /// (ENOTCONN).
+    /// @return true when it is *not* ready: the time is up or the deadline has passed (`errno` ETIMEDOUT), or the socket
+    /// is cancelled (ECANCELED) or not connected (ENOTCONN).
     bool waitForInput(const Timeout& timeout = Timeout::infinite);
 
     /// Waits until a write of a byte would not block. @return as `waitForInput`.
