@@ -37,7 +37,7 @@ MIME::ContentRef bytes(const String& text)
 
 blocxx::IntrusiveReference<zol_test::ScriptedContent> unsized()
 {
-    const auto content = zol_test::scripted({"abc"});
+    auto content = zol_test::scripted({"abc"});
     content->lengthIsKnown = false;
     return content;
 }

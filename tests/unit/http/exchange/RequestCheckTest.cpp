@@ -56,7 +56,7 @@ MIME::ContentRef bytes(const char* text)
 
 blocxx::IntrusiveReference<zol_test::ScriptedContent> unsized()
 {
-    const auto content = zol_test::scripted({"abc"});
+    auto content = zol_test::scripted({"abc"});
     content->lengthIsKnown = false;
     return content;
 }
