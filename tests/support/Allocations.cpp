@@ -49,19 +49,3 @@ void operator delete(void* memory, std::size_t) noexcept
 {
     std::free(memory);
 }
-
-// A sanitizer brings forms of its own for arrays, which would not come by here.
-void* operator new[](std::size_t size)
-{
-    return ::operator new(size);
-}
-
-void operator delete[](void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete[](void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
