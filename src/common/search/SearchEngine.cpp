@@ -203,6 +203,16 @@ bool SearchEngine::find(const char* text, std::size_t size, std::size_t& candida
     return false;
 }
 
+std::size_t SearchEngine::findIn(const char* block, std::size_t length) const
+{
+    std::size_t candidate = 0;
+    if (m_pattern.empty() || (length >= m_pattern.size() && find(block, length, candidate)))
+    {
+        return candidate;
+    }
+    return static_cast<std::size_t>(-1);
+}
+
 std::size_t SearchEngine::shiftsThrough(const char* text, std::size_t size) const
 {
     std::size_t candidate = 0;

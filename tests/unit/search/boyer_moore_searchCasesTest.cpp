@@ -133,6 +133,24 @@ TEST(BoyerMooreSearchCases, EveryPatternInEveryTextOfThreeLettersThroughAnyOther
     EXPECT_EQ(cases, 120 * 3280);
 }
 
+TEST(BoyerMooreSearchCases, EveryPatternInEveryBlockOfTwoLetters)
+{
+    int cases = 0;
+    forEachWord(2, 6,
+                [&](const std::string& pattern)
+                {
+                    const Search search(pattern.data(), pattern.size());
+                    forEachWord(2, 10,
+                                [&](const std::string& block)
+                                {
+                                    ASSERT_EQ(search.find(block.data(), block.size()), block.find(pattern))
+                                        << "pattern '" << pattern << "', block '" << block << "'";
+                                    ++cases;
+                                });
+                });
+    EXPECT_EQ(cases, 127 * 2047);
+}
+
 std::string randomBytes(std::mt19937& random, std::size_t length, int values)
 {
     std::string bytes(length, '\0');
@@ -198,6 +216,25 @@ class LargeBuffer : public DeviceBuffer
 public:
     explicit LargeBuffer(Script script) : DeviceBuffer(std::move(script), 65536) {}
 };
+
+TEST(BoyerMooreSearchCases, RandomBytesInBlocks)
+{
+    std::mt19937 random(1977);
+    for (int round = 0; round < 3000; ++round)
+    {
+        const int values = round % 3 == 0 ? 256 : 2 + round % 7;
+        const std::string pattern = randomBytes(random, 1 + random() % 75, values);
+        const std::string block = textAround(pattern, random, values);
+        const Search search(pattern.data(), pattern.size());
+        for (std::size_t begin = 0; begin < block.size();)
+        {
+            const std::size_t found = search.find(block.data() + begin, block.size() - begin);
+            const std::size_t expected = block.find(pattern, begin);
+            ASSERT_EQ(found == Search::npos ? std::string::npos : begin + found, expected);
+            begin = expected == std::string::npos ? block.size() : expected + 1;
+        }
+    }
+}
 
 TEST(BoyerMooreSearchCases, OccurrencesAndNearMissesAcrossTheEndsOfPagesOfALargeBuffer)
 {

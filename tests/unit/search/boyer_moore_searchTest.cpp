@@ -332,6 +332,31 @@ TEST(BoyerMooreSearch, PassesOnWhatASinkThrows)
     EXPECT_THROW(searchFor("--b").searchStreamInto(in, sink), std::length_error);
 }
 
+TEST(BoyerMooreSearch, FindsThePatternInABlock)
+{
+    const Search search = searchFor("--b");
+    const std::string block = "some--text--b--b";
+    EXPECT_EQ(search.find(block.data(), block.size()), 10U);
+    EXPECT_EQ(search.find(block.data() + 11, block.size() - 11), 2U);
+    EXPECT_EQ(search.find(block.data(), 13), 10U) << "it ends with the block";
+    EXPECT_EQ(search.find(block.data(), 12), Search::npos) << "the block ends within it";
+    EXPECT_EQ(search.find(block.data(), 2), Search::npos);
+    EXPECT_EQ(search.find(nullptr, 0), Search::npos);
+}
+
+TEST(BoyerMooreSearch, FindsAnEmptyPatternAtTheBeginningOfABlock)
+{
+    EXPECT_EQ(searchFor("").find("abc", 3), 0U);
+    EXPECT_EQ(searchFor("").find(nullptr, 0), 0U);
+}
+
+TEST(BoyerMooreSearch, FindsBytesWithTheUpperBitAndNULInABlock)
+{
+    const std::string pattern("\0\xff\x80", 3);
+    const std::string block = std::string("\0\xff\0\xff", 4) + pattern;
+    EXPECT_EQ(searchFor(pattern).find(block.data(), block.size()), 4U);
+}
+
 TEST(BoyerMooreSearch, ACopyAndAnAssignedSearchFindWhatTheOriginalFinds)
 {
     Search search = searchFor("--first");

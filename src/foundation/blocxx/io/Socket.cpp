@@ -2,6 +2,7 @@
 
 #include "io/SSLSocketImpl.hpp"
 #include "io/SocketImpl.hpp"
+#include "io/TlsFacts.hpp"
 
 namespace blocxx
 {
@@ -207,6 +208,12 @@ SSL* Socket::getSSL() const
 bool Socket::peerCertVerified() const
 {
     return m_impl->peerVerified();
+}
+
+std::optional<TlsFacts> Socket::getTlsFacts() const
+{
+    const SSL* const session = m_impl->ssl();
+    return session == nullptr ? std::nullopt : std::optional<TlsFacts>(readTlsFacts(session));
 }
 
 } // namespace blocxx

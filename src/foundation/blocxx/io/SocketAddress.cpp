@@ -1,14 +1,15 @@
 #include "blocxx/SocketAddress.hpp"
 
+#include "io/LookUp.hpp"
+
 #include "blocxx/Format.hpp"
+#include "blocxx/LookUp.hpp"
 
 #include <arpa/inet.h>
 #include <netdb.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <memory>
 #include <string>
 
 namespace blocxx
@@ -66,7 +67,12 @@ bool readIPv4(const char* text, in_addr& address)
 
 const char* resolverReason(int code, int error)
 {
-    return code == EAI_SYSTEM ? std::strerror(error) : ::gai_strerror(code);
+    return code == EAI_SYSTEM && error != 0 ? std::strerror(error) : ::gai_strerror(code);
+}
+
+bool isOfFamily(sa_family_t family, LookUp::EFamily wanted)
+{
+    return wanted == LookUp::E_ANY_FAMILY || (family == AF_INET6) == (wanted == LookUp::E_IPV6_ONLY);
 }
 
 } // namespace
@@ -75,12 +81,21 @@ SocketAddress::SocketAddress() : m_port(0), m_hasHostName(false), m_first{} {}
 
 SocketAddress SocketAddress::getByName(const String& host, unsigned short port)
 {
+    return getByName(host, port, LookUp());
+}
+
+SocketAddress SocketAddress::getByName(const String& host, unsigned short port, const LookUp& limits)
+{
     SocketAddress result;
     result.m_name = host;
     result.m_port = port;
     if (!result.readLiteral())
     {
-        result.resolve();
+        result.resolve(limits);
+    }
+    else if (!isOfFamily(result.m_first.generic.sa_family, limits.family))
+    {
+        throwUnknownHost(host, limits.family == LookUp::E_IPV4_ONLY ? "not an IPv4 address" : "not an IPv6 address");
     }
     result.setPort(result.m_first);
     for (Native& other : result.m_others)
@@ -128,20 +143,14 @@ bool SocketAddress::readLiteral()
     return false;
 }
 
-void SocketAddress::resolve()
+void SocketAddress::resolve(const LookUp& limits)
 {
-    addrinfo hints{};
-    hints.ai_family = AF_UNSPEC;
-    hints.ai_socktype = SOCK_STREAM;
-    // No AI_ADDRCONFIG: it hides localhost's addresses on a machine that has no others.
-    addrinfo* found = nullptr;
-    const int code = ::getaddrinfo(m_name.c_str(), nullptr, &hints, &found);
-    if (code != 0)
+    const NameLookUp found = lookUpName(m_name, limits);
+    if (found.code != 0)
     {
-        throwUnknownHost(m_name, resolverReason(code, errno));
+        throwUnknownHost(m_name, resolverReason(found.code, found.error));
     }
-    const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> owner(found, ::freeaddrinfo);
-    for (const addrinfo* info = found; info != nullptr; info = info->ai_next)
+    for (const addrinfo* info = found.addresses.get(); info != nullptr; info = info->ai_next)
     {
         Native native{};
         if (!readNative(info->ai_addr, info->ai_addrlen, native))

@@ -2,6 +2,7 @@
 
 #include "io/ConnectAttempts.hpp"
 #include "io/SocketNames.hpp"
+#include "io/TimeoutText.hpp"
 #include "io/Wait.hpp"
 
 #include "blocxx/Format.hpp"
@@ -12,8 +13,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
-#include <cstddef>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -53,24 +52,6 @@ private:
     mutable std::mutex m_mutex;
     Timeout m_timeout = Timeout::relative(300);
 };
-
-// Numbers of a fixed text do not follow the global locale, as streams do.
-template <class Number>
-String decimal(Number number)
-{
-    char digits[64];
-    const std::to_chars_result end = std::to_chars(digits, digits + sizeof digits, number);
-    return String(digits, static_cast<std::size_t>(end.ptr - digits));
-}
-
-String describeLimit(const Timeout& timeout)
-{
-    if (timeout.getType() == Timeout::E_ABSOLUTE)
-    {
-        return Format("the moment %1 seconds after the epoch", decimal(timeout.getAbsolute().get()));
-    }
-    return Format("%1 seconds", decimal(timeout.getRelative()));
-}
 
 [[noreturn]] void throwTimedOut(const char* phase, const String& addresses, const Timeout& limit)
 {

@@ -19,6 +19,7 @@ struct Script
 
 const Script* current = nullptr;
 std::atomic<int> lookUpCount{0};
+std::atomic<int> freedCount{0};
 
 using Resolver = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
 
@@ -59,6 +60,13 @@ extern "C" __attribute__((visibility("default"))) int getaddrinfo(const char* na
     return 0;
 }
 
+extern "C" __attribute__((visibility("default"))) void freeaddrinfo(addrinfo* list) noexcept
+{
+    static const auto real = reinterpret_cast<void (*)(addrinfo*)>(::dlsym(RTLD_NEXT, "freeaddrinfo"));
+    ++freedCount;
+    real(list);
+}
+
 namespace zol_test
 {
 
@@ -81,6 +89,11 @@ ScriptedResolver::~ScriptedResolver()
 int ScriptedResolver::lookUps()
 {
     return lookUpCount;
+}
+
+int ScriptedResolver::freedLists()
+{
+    return freedCount;
 }
 
 } // namespace zol_test

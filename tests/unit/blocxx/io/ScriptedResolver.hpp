@@ -22,6 +22,9 @@ public:
 
     /// How often the process has called its resolver, for any name.
     static int lookUps();
+
+    /// How many lists of addresses the program and its libraries have given back to the resolver.
+    static int freedLists();
 };
 
 } // namespace zol_test

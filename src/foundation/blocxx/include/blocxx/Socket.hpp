@@ -10,6 +10,7 @@
 #include "blocxx/SocketException.hpp"
 #include "blocxx/SocketFlags.hpp"
 #include "blocxx/Timeout.hpp"
+#include "blocxx/TlsFacts.hpp"
 
 #include <openssl/types.h>
 
@@ -181,6 +182,9 @@ public:
     /// Whether this is a TLS connection whose peer has shown a valid certificate for the name or address asked for;
     /// false when verification is disabled.
     bool peerCertVerified() const;
+
+    /// What the TLS connection is, for showing it; nothing for a plain socket and for one that is not connected.
+    std::optional<TlsFacts> getTlsFacts() const;
 
 private:
     IntrusiveReference<SocketBaseImpl> m_impl;

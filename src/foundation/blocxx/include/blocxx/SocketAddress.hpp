@@ -14,6 +14,8 @@
 namespace blocxx
 {
 
+struct LookUp;
+
 /// Thrown for a host name that is not valid or has no address; subclass id -9.
 BLOCXX_DECLARE_APIEXCEPTION(UnknownHost, BLOCXX_COMMON_API)
 
@@ -39,6 +41,13 @@ public:
     /// @throws UnknownHostException "Unknown host: " with the host and the resolver's reason: the name has no address,
     /// or is empty, or holds a blank or a control character.
     static SocketAddress getByName(const String& host, unsigned short port = 0);
+
+    /// The same addresses in the same order, with a look-up that ends in time, can be given up, and is for one family
+    /// of addresses if wanted. An address in numbers is not looked up, and so has no limit.
+    /// @throws UnknownHostException as above; also for an address in numbers that is not of the family.
+    /// @throws SocketException with code ETIMEDOUT when the time is up, with ECANCELED when the look-up is cancelled;
+    /// the text names the host.
+    static SocketAddress getByName(const String& host, unsigned short port, const LookUp& limits);
 
     AddressType getType() const { return m_first.generic.sa_family == AF_UNSPEC ? UNSET : INET; }
 
@@ -81,7 +90,7 @@ private:
 
     static bool readNative(const sockaddr* address, std::size_t size, Native& native);
     bool readLiteral();
-    void resolve();
+    void resolve(const LookUp& limits);
     void setPort(Native& native) const;
 
     String m_name;

@@ -33,6 +33,9 @@ public:
     ZOL_API bool search(std::istream& in, std::vector<char>& out) const;
     ZOL_API bool search(std::istream& in, ByteSink& out) const;
 
+    /// As boyer_moore_search says of its find().
+    ZOL_API std::size_t findIn(const char* block, std::size_t length) const;
+
     std::size_t length() const { return m_pattern.size(); }
 
     /// Looks for the pattern, which must not be empty, in `text` at `candidate` and after it. When it is there,

@@ -12,7 +12,8 @@
 namespace ZOLNS2
 {
 
-/// Finds a fixed byte pattern in an input stream that cannot be rewound, and hands back everything before it.
+/// Finds a fixed byte pattern in an input stream that cannot be rewound, and hands back everything before it; or finds it
+/// in a block of memory.
 ///
 /// @code
 /// const std::string delimiter = "\r\n--boundary";
@@ -41,6 +42,9 @@ class boyer_moore_search
     static_assert(std::is_unsigned_v<SizeT> && std::is_signed_v<IndexT>);
 
 public:
+    /// What find() returns when the pattern does not occur.
+    static constexpr std::size_t npos = static_cast<std::size_t>(-1);
+
     /// Copies the `length` bytes at `pattern`, which may be null when `length` is 0, and prepares the tables.
     /// Throws std::length_error when `IndexT` cannot count the bytes.
     boyer_moore_search(const CharT* pattern, SizeT length) : m_engine(pattern, checked(length)) {}
@@ -71,6 +75,10 @@ public:
         SinkReference<Sink> sink(out);
         return m_engine.search(in, sink);
     }
+
+    /// The offset of the first occurrence that lies in the `length` bytes at `block` as a whole, `npos` if there is none.
+    /// An empty pattern is found at 0. `block` may be null when `length` is 0.
+    std::size_t find(const CharT* block, std::size_t length) const { return m_engine.findIn(block, length); }
 
 private:
     template <class Sink>
