@@ -18,6 +18,9 @@ endmacro()
 zol_need("OpenSSL 3.0 or newer" FIND OpenSSL 3.0 DEBIAN libssl-dev
   FOR "The library's TLS connections and content BIO need"
   OFF "The library cannot be built without it; OPENSSL_ROOT_DIR names a place of its own.")
+zol_need("zlib" FIND ZLIB DEBIAN zlib1g-dev
+  FOR "The library's decoding of compressed bodies needs"
+  OFF "The library cannot be built without it; ZLIB_ROOT names a place of its own.")
 zol_need("A thread library" FIND Threads DEBIAN libc6-dev
   FOR "The library needs"
   OFF "The library cannot be built without it.")

@@ -83,7 +83,7 @@ HTTPChunkDecoder::Progress HTTPChunkDecoder::decode(const char* from, const char
             from = parse(from, fromEnd);
             if (m_state != E_DATA)
             {
-                if (isOver() || (isInTrailer() && to != start))
+                if (isOver() || (isInTrailer() && (to != start || m_trailer == E_LEAVE_TRAILER)))
                 {
                     break;
                 }

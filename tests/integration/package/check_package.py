@@ -237,6 +237,7 @@ def dependencies(args):
     # The package that CMake is told not to find, and what has to be in the one sentence about it.
     packages = {
         "OpenSSL": ("OpenSSL 3.0 or newer is missing", "TLS", "libssl-dev", "cannot be built without"),
+        "ZLIB": ("zlib is missing", "compressed bodies", "zlib1g-dev", "cannot be built without"),
         "CLI11": ("CLI11 is missing", "zolget", "libcli11-dev", tools),
         "GTest": ("GoogleTest is missing", "The tests", "libgtest-dev", tests),
         "Python3": ("Python 3 is missing", "The tests", "python3", tests),

@@ -1,6 +1,6 @@
 #include "zol/http/RequestBuilder.hpp"
 
-#include "exchange/ExchangeUnit.hpp"
+#include "exchange/DefaultSslContext.hpp"
 #include "exchange/MediaType.hpp"
 #include "exchange/Refusal.hpp"
 #include "exchange/RequestCheck.hpp"
@@ -52,19 +52,6 @@ std::string base64(std::string_view bytes)
                           reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()));
     text.resize(static_cast<std::size_t>(length));
     return text;
-}
-
-Request::SSLContextRef makeVerifyingContext()
-{
-    try
-    {
-        return Request::SSLContextRef(new blocxx::SSLClientCtx);
-    }
-    catch (const blocxx::SSLException& error)
-    {
-        throw ExchangeException(ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_TLS,
-                                ExchangeException::E_ERROR, error.getMessage(), 0, 0, &error);
-    }
 }
 
 } // namespace
@@ -210,7 +197,7 @@ Request RequestBuilder::build() const
                           m_url.isSecure() ? m_sslContext : Request::SSLContextRef());
     checkRequest(request);
     // What is refused should not have to wait for the system's certificates.
-    return makesContext ? Request(line, request.getHeaders(), how.content, makeVerifyingContext()) : request;
+    return makesContext ? Request(line, request.getHeaders(), how.content, defaultSslContext()) : request;
 }
 
 } // namespace ZOLNS2::HTTP

@@ -35,6 +35,15 @@ public:
     static constexpr std::size_t MAX_TRAILER_SIZE = std::size_t{16} * 1024;
     /// @}
 
+    /// What to do with the trailer section.
+    enum ETrailer
+    {
+        E_TAKE_TRAILER, ///< read it and drop it, under the limits above
+        E_LEAVE_TRAILER ///< stop in front of it for good: the caller reads it
+    };
+
+    explicit HTTPChunkDecoder(ETrailer trailer = E_TAKE_TRAILER) : m_trailer(trailer) {}
+
     /// Where decoding stopped, in what was to be decoded and in the room for data.
     struct Progress
     {
@@ -43,7 +52,7 @@ public:
     };
 
     /// Decodes a block into some room, until one of them is used up or the message is over. Stops before the
-    /// trailer if there is data to hand over first.
+    /// trailer if there is data to hand over first, or if the trailer is the caller's.
     Progress decode(const char* from, const char* fromEnd, char* to, char* toEnd);
 
     /// The bytes of data that come next; 0 while framing is parsed.
@@ -102,6 +111,7 @@ private:
     EState trailerByte(char c);
     EState trailerLineEnd();
 
+    ETrailer m_trailer;
     EState m_state = E_SIZE;
     unsigned m_digits = 0;
     std::uint64_t m_size = 0;

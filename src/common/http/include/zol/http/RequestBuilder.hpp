@@ -50,8 +50,8 @@ public:
     /// @param body shared with the request; null for none
     RequestBuilder& content(const MIME::ContentRef& body);
 
-    /// For https; an http URL leaves it aside. Without one, build() makes one that verifies the server by the system's
-    /// certificates, which takes tens of milliseconds: make one and share it among requests.
+    /// For https; an http URL leaves it aside. Without one, build() takes one that verifies the server by the system's
+    /// certificates; all requests of the process share it.
     RequestBuilder& sslContext(const Request::SSLContextRef& context);
 
     /// Adds Authorization (RFC 7617). The password can be read by everybody on the way unless the URL is https.

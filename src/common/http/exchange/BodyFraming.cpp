@@ -1,0 +1,122 @@
+#include "exchange/BodyFraming.hpp"
+
+#include "exchange/ExchangeUnit.hpp"
+#include "exchange/HeadFields.hpp"
+
+#include <charconv>
+#include <string_view>
+
+namespace ZOLNS2::HTTP
+{
+
+namespace
+{
+
+[[noreturn]] void throwMalformed(const ReceivedHead& head, const blocxx::String& problem)
+{
+    throw ExchangeException(
+        ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_HEAD, ExchangeException::E_MALFORMED,
+        blocxx::Format("The head of the response is malformed: %1", problem).c_str(), 0, head.statusLine.statusCode);
+}
+
+bool hasNoBody(const Request& request, const ReceivedHead& head)
+{
+    const unsigned short status = head.statusLine.statusCode;
+    return request.getRequestLine().method == "HEAD" || status / 100 == 1 || status == 204 || status == 304;
+}
+
+/// Whether the body is chunked. A coding that this client has not offered makes the framing unknown.
+bool isChunked(const ReceivedHead& head)
+{
+    unsigned codings = 0;
+    blocxx::String other;
+    bool named = false;
+    for (const Header& field : head.fields)
+    {
+        named = named || field.name.equalsIgnoreCase("Transfer-Encoding");
+    }
+    forEachElement(head.fields, "Transfer-Encoding",
+                   [&](std::string_view coding)
+                   {
+                       ++codings;
+                       if (!equalsIgnoringCase(coding, "chunked"))
+                       {
+                           other = quoted(coding);
+                       }
+                   });
+    if (named && (codings != 1 || !other.empty()))
+    {
+        throwMalformed(head,
+                       other.empty()
+                           ? blocxx::String("Transfer-Encoding is not exactly \"chunked\"")
+                           : blocxx::String(blocxx::Format("Transfer-Encoding is not exactly \"chunked\": %1", other)));
+    }
+    return named;
+}
+
+/// Whether a length is announced; the same one several times is one.
+bool readLength(const ReceivedHead& head, std::uint64_t& length)
+{
+    bool named = false;
+    bool read = false;
+    for (const Header& field : head.fields)
+    {
+        named = named || field.name.equalsIgnoreCase("Content-Length");
+    }
+    forEachElement(head.fields, "Content-Length",
+                   [&](std::string_view text)
+                   {
+                       std::uint64_t value = 0;
+                       if (!parseLength(text, value))
+                       {
+                           throwMalformed(head, blocxx::Format("Content-Length is no length: %1", quoted(text)));
+                       }
+                       if (read && value != length)
+                       {
+                           throwMalformed(head, blocxx::Format("Content-Length is both %1 and %2", length, value));
+                       }
+                       length = value;
+                       read = true;
+                   });
+    if (named && !read)
+    {
+        throwMalformed(head, "Content-Length is empty");
+    }
+    return read;
+}
+
+/// RFC 9112, section 9.3; HTTP/1.0 has to ask for it.
+bool wantsToKeep(Version version, const Headers& fields)
+{
+    return !holdsToken(fields, "Connection", "close") &&
+           (version != HTTP_1_0 || holdsToken(fields, "Connection", "keep-alive"));
+}
+
+} // namespace
+
+bool parseLength(std::string_view text, std::uint64_t& length)
+{
+    const std::from_chars_result result = std::from_chars(text.data(), text.data() + text.size(), length);
+    return !text.empty() && result.ec == std::errc() && result.ptr == text.data() + text.size();
+}
+
+BodyFraming framingOf(const Request& request, const ReceivedHead& head)
+{
+    const RequestLine& line = request.getRequestLine();
+    BodyFraming framing;
+    const bool chunked = isChunked(head);
+    const bool hasLength = readLength(head, framing.length);
+    framing.kind = hasNoBody(request, head) ? BodyFraming::E_NONE
+                   : chunked                ? BodyFraming::E_CHUNKED
+                   : hasLength              ? BodyFraming::E_LENGTH
+                                            : BodyFraming::E_TO_CLOSE;
+    // Both at once, and chunks in HTTP/1.0, are signs of an attack or a fault on the way (RFC 9112, section 6.1):
+    // nothing behind such a body is trusted.
+    const bool isSound = !(chunked && (hasLength || head.statusLine.version == HTTP_1_0));
+    framing.keepsConnection = isSound && framing.kind != BodyFraming::E_TO_CLOSE && head.statusLine.statusCode != 101 &&
+                              wantsToKeep(line.version, request.getHeaders()) &&
+                              wantsToKeep(head.statusLine.version, head.fields);
+    return framing;
+}
+
+} // namespace ZOLNS2::HTTP

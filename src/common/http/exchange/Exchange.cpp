@@ -1,0 +1,275 @@
+#include "zol/http/Exchange.hpp"
+
+#include "exchange/BodyFraming.hpp"
+#include "exchange/ContentTypeField.hpp"
+#include "exchange/DecodedBody.hpp"
+#include "exchange/ExchangeUnit.hpp"
+#include "exchange/FramedBody.hpp"
+#include "exchange/HeadFields.hpp"
+#include "exchange/HeadReceiver.hpp"
+#include "exchange/OpenLink.hpp"
+#include "exchange/Redirect.hpp"
+#include "exchange/RequestCheck.hpp"
+#include "exchange/RequestContent.hpp"
+#include "exchange/RequestSender.hpp"
+#include "exchange/Text.hpp"
+
+#include <memory>
+#include <string>
+
+namespace ZOLNS2::HTTP
+{
+
+namespace
+{
+
+using RequestContentPtr = std::unique_ptr<RequestContent>;
+
+/// The readings of a request's content: the one to be sent, and one in reserve for a redirect, as a content that can
+/// be read once only has to be known before anything is sent.
+class Readings
+{
+public:
+    Readings(const MIME::ContentRef& content, bool withReserve) : m_content(content)
+    {
+        if (m_content)
+        {
+            m_current = RequestContent::of(m_content);
+            renew(withReserve);
+        }
+    }
+
+    RequestContent* current() const { return m_current.get(); }
+    bool hasReserve() const { return m_reserve != nullptr; }
+    const blocxx::String& problem() const { return m_problem; }
+
+    /// The reserve becomes the current one.
+    void advance(bool withReserve)
+    {
+        m_current = std::move(m_reserve);
+        renew(withReserve);
+    }
+
+private:
+    void renew(bool withReserve)
+    {
+        if (!withReserve)
+        {
+            return;
+        }
+        try
+        {
+            m_reserve = RequestContent::of(m_content);
+        }
+        catch (const ExchangeException& exception)
+        {
+            m_problem = exception.getMessage();
+        }
+    }
+
+    MIME::ContentRef m_content;
+    RequestContentPtr m_current;
+    RequestContentPtr m_reserve;
+    blocxx::String m_problem;
+};
+
+/// One call of exchange(), all redirects included.
+class Exchanging
+{
+public:
+    Exchanging(const ExchangeOptions& options, const char* signature)
+        : m_options(options), m_guard(options), m_log(ExchangeUnit::LOG_UNIT, signature)
+    {
+    }
+
+    /// @param kept null for a connection of its own
+    ExchangeResponse run(const Request& request, const ExchangeLinkRef& kept);
+
+private:
+    struct Received
+    {
+        ReceivedHead head;
+        size_t trailerLimit;
+        bool requestIsWhole;
+    };
+
+    ExchangeLinkRef linkFor(const Request& request, const ExchangeLinkRef& kept);
+    Received sendAndReceive(const Request& request, RequestContent* content, ExchangeLink& link);
+    blocxx::String extraFields(const Request& request, bool hasContent) const;
+    Redirect redirectOf(const Request& request, const ReceivedHead& head, const Readings& readings,
+                        unsigned followed) const;
+    ExchangeResponse respond(const Request& request, const Received& received, const ExchangeLinkRef& link,
+                             const blocxx::String& note) const;
+
+    const ExchangeOptions& m_options;
+    const ExchangeGuard m_guard;
+    const OperationLog m_log;
+    bool m_withOwnCertificate = true;
+};
+
+void requireServer(const ExchangeLink& link, const Server& server, const Request& request)
+{
+    if (!link.leadsTo(server.text(), request.getSSLContext()))
+    {
+        throw ExchangeException(
+            ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_CONNECT, ExchangeException::E_ERROR,
+            blocxx::Format("The connection was not opened for %1 with this TLS context", server.text()).c_str());
+    }
+}
+
+ExchangeLinkRef Exchanging::linkFor(const Request& request, const ExchangeLinkRef& kept)
+{
+    const Server server = serverOf(request);
+    if (!kept)
+    {
+        return openLink(request, server, m_guard, m_options, m_withOwnCertificate);
+    }
+    requireServer(*kept, server, request);
+    if (!kept->isReusable())
+    {
+        throw ExchangeException(ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_CONNECT,
+                                ExchangeException::E_ERROR,
+                                "The connection cannot be used again: see ExchangeConnection::reusable()");
+    }
+    kept->begin(m_guard, m_options);
+    return kept;
+}
+
+ExchangeResponse Exchanging::run(const Request& first, const ExchangeLinkRef& kept)
+{
+    Request request = first;
+    checkRequest(request);
+    Readings readings(request.getContent(), m_options.mostRedirects > 0);
+    for (unsigned followed = 0;; ++followed)
+    {
+        ZOL_LOG(m_log, DEBUG2, blocxx::Format("Making the following request: %1", request.getRequestLine()));
+        const ExchangeLinkRef link = linkFor(request, followed == 0 ? kept : ExchangeLinkRef());
+        const Received received = sendAndReceive(request, readings.current(), *link);
+        ZOL_LOG(m_log, DEBUG2, blocxx::Format("Received: %1", received.head.statusLine.toString()));
+        const Redirect redirect = redirectOf(request, received.head, readings, followed);
+        if (!redirect.next)
+        {
+            return respond(request, received, link, redirect.note);
+        }
+        m_withOwnCertificate = m_withOwnCertificate && !redirect.toOtherOrigin;
+        request = *redirect.next;
+        if (redirect.needsContent)
+        {
+            readings.advance(followed + 1 < m_options.mostRedirects);
+        }
+        else
+        {
+            readings = Readings(MIME::ContentRef(), false);
+        }
+    }
+}
+
+Exchanging::Received Exchanging::sendAndReceive(const Request& request, RequestContent* content, ExchangeLink& link)
+{
+    HeadReceiver receiver(link, m_guard, m_options);
+    RequestSender sender(link, m_guard, m_options, receiver);
+    const blocxx::String extra = extraFields(request, content != nullptr);
+    sender.send(request, viewOf(extra), content);
+    const TimeLimit headLimit(m_options.headTimeout);
+    link.setDeadline(earlier(headLimit, m_guard.deadline()));
+    const ReceivedHead head = sender.earlyResponse() ? *sender.earlyResponse() : receiver.nextFinal();
+    sender.requireSentWhole(head);
+    link.setDeadline(m_guard.deadline());
+    return {head, receiver.bytesLeft(), sender.sentWhole()};
+}
+
+blocxx::String Exchanging::extraFields(const Request& request, bool hasContent) const
+{
+    std::string fields;
+    const Headers& headers = request.getHeaders();
+    if (m_options.decompress && headers.getHeaderValue("Accept-Encoding").empty() &&
+        headers.getHeaderValue("Range").empty())
+    {
+        fields += "Accept-Encoding: gzip, deflate\r\n";
+    }
+    if (m_options.expectContinue && hasContent && !holdsToken(headers, "Expect", "100-continue"))
+    {
+        fields += "Expect: 100-continue\r\n";
+    }
+    return blocxx::String(std::move(fields));
+}
+
+Redirect Exchanging::redirectOf(const Request& request, const ReceivedHead& head, const Readings& readings,
+                                unsigned followed) const
+{
+    if (m_options.mostRedirects == 0)
+    {
+        return Redirect();
+    }
+    Redirect redirect = HTTP::redirectOf(request, head, m_options);
+    if (redirect.next && followed == m_options.mostRedirects)
+    {
+        redirect.next.reset();
+        redirect.note = blocxx::Format("It is behind %1 others, the most that are followed", followed);
+    }
+    if (redirect.next && redirect.needsContent && !readings.hasReserve())
+    {
+        redirect.next.reset();
+        redirect.note = blocxx::Format("The content of the request cannot be read again: %1", readings.problem());
+    }
+    return redirect;
+}
+
+/// @return whether the coding is one that can be undone
+bool readCoding(const Request& request, const ReceivedHead& head, DecodedBody::ECoding& coding)
+{
+    // What is a range of compressed data cannot be decoded by itself.
+    if (head.statusLine.statusCode == 206 || !request.getHeaders().getHeaderValue("Range").empty())
+    {
+        return false;
+    }
+    unsigned codings = 0;
+    bool known = false;
+    forEachElement(head.fields, "Content-Encoding",
+                   [&](std::string_view name)
+                   {
+                       if (equalsIgnoringCase(name, "identity"))
+                       {
+                           return;
+                       }
+                       ++codings;
+                       const bool isGzip = equalsIgnoringCase(name, "gzip") || equalsIgnoringCase(name, "x-gzip");
+                       known = isGzip || equalsIgnoringCase(name, "deflate");
+                       coding = isGzip ? DecodedBody::E_GZIP : DecodedBody::E_DEFLATE;
+                   });
+    return codings == 1 && known;
+}
+
+ExchangeResponse Exchanging::respond(const Request& request, const Received& received, const ExchangeLinkRef& link,
+                                     const blocxx::String& note) const
+{
+    const ReceivedHead& head = received.head;
+    BodyFraming framing = framingOf(request, head);
+    framing.keepsConnection = framing.keepsConnection && received.requestIsWhole;
+    const MIME::ContentTypeHeader contentType = contentTypeOf(head.fields, octetStreamType());
+    DecodedBody::ECoding coding = DecodedBody::E_GZIP;
+    const bool decodes = m_options.decompress && !framing.isEmpty() && readCoding(request, head, coding);
+    ReceivedBodyRef body(new FramedBody(link, m_guard, framing, contentType, head.statusLine.statusCode,
+                                        decodes ? ExchangeOptions::NO_LIMIT : m_options.bodyLimit,
+                                        received.trailerLimit));
+    if (decodes)
+    {
+        body = ReceivedBodyRef(new DecodedBody(body, coding, m_options.bodyLimit));
+    }
+    return ExchangeResponse({head.statusLine, head.fields, contentType, urlOf(request).toString(), note}, body,
+                            ExchangeConnection(link));
+}
+
+} // namespace
+
+ExchangeResponse exchange(const Request& request, const ExchangeOptions& options)
+{
+    return Exchanging(options, __PRETTY_FUNCTION__).run(request, ExchangeLinkRef());
+}
+
+ExchangeResponse exchange(const ExchangeConnection& connection, const Request& request, const ExchangeOptions& options)
+{
+    return Exchanging(options, __PRETTY_FUNCTION__).run(request, connection.link());
+}
+
+} // namespace ZOLNS2::HTTP

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "exchange/ExchangeGuard.hpp"
+
+#include "blocxx/IOIFCStreamBuffer.hpp"
+#include "blocxx/IntrusiveCountableBase.hpp"
+#include "blocxx/IntrusiveReference.hpp"
+#include "blocxx/Socket.hpp"
+#include "blocxx/String.hpp"
+#include "blocxx/internal/DirectInput.hpp"
+#include "blocxx/internal/GetArea.hpp"
+#include "zol/http/Request.hpp"
+
+#include <cstddef>
+#include <string_view>
+
+namespace ZOLNS2::HTTP
+{
+
+/// One connection, its buffered input, and whether it can serve another exchange. Shared by the handles to it and the
+/// body that is being read from it.
+class ExchangeLink : public blocxx::IntrusiveCountableBase
+{
+public:
+    /// @param server     "host:port"
+    /// @param sslContext null for a plain connection
+    ExchangeLink(const blocxx::String& server, const Request::SSLContextRef& sslContext);
+    ~ExchangeLink() override;
+
+    blocxx::Socket& socket() { return m_socket; }
+    const blocxx::Socket& socket() const { return m_socket; }
+    blocxx::IOIFCStreamBuffer& input() { return m_input; }
+
+    bool leadsTo(const blocxx::String& server, const Request::SSLContextRef& sslContext) const;
+
+    /// Prepares for an exchange: its limits, and that nothing else may begin meanwhile.
+    void begin(const ExchangeGuard& guard, const ExchangeOptions& options);
+
+    /// From here on reads and writes are bounded by `limit`.
+    void setDeadline(const TimeLimit& limit);
+
+    /// The bytes that have been received and not been read.
+    std::string_view held() const { return blocxx::Internal::GetArea::of(m_input); }
+    void consume(std::size_t count) { blocxx::Internal::GetArea::consume(m_input, count); }
+
+    /// Waits for one read, unless bytes are held. @return whether any are
+    bool fill() { return m_direct.fillGetArea(INPUT_SIZE); }
+
+    /// What is held, or what one read brings; large reads go past the buffer. @return 0 at the end of the input or when it
+    /// failed
+    std::size_t readSome(char* to, std::size_t room);
+
+    /// One read past the empty buffer; up to `ahead` bytes behind the room may be kept in the buffer.
+    std::size_t readDirect(char* to, std::size_t room, std::size_t ahead)
+    {
+        return m_direct.readDirect(to, room, ahead);
+    }
+
+    bool inputFailed() const { return m_input.inputState() == blocxx::BaseStreamBuffer::E_INPUT_FAILED; }
+
+    /// The exchange is over, and the other side knows it as well.
+    void keep() { m_idle = true; }
+    bool isReusable();
+    bool servedBefore() const { return m_exchanges > 1; }
+
+    static constexpr std::size_t INPUT_SIZE = 65536;
+
+private:
+    const blocxx::String m_server;
+    const Request::SSLContextRef m_sslContext;
+    blocxx::Socket m_socket;
+    blocxx::IOIFCStreamBuffer m_input;
+    const blocxx::Internal::DirectInput m_direct;
+    unsigned long m_exchanges = 0;
+    bool m_idle = false;
+};
+
+using ExchangeLinkRef = blocxx::IntrusiveReference<ExchangeLink>;
+
+} // namespace ZOLNS2::HTTP

@@ -1,0 +1,276 @@
+#include "zol/mime/MultipartReader.hpp"
+
+#include "exchange/ContentTypeField.hpp"
+#include "exchange/ExchangeUnit.hpp"
+#include "exchange/HeadFields.hpp"
+#include "exchange/MultipartScanner.hpp"
+#include "exchange/ReceivedBody.hpp"
+
+#include "blocxx/BaseStreamBuffer.hpp"
+#include "blocxx/internal/GetArea.hpp"
+#include "zol/mime/ContentEnd.hpp"
+#include "zol/mime/ContentException.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <istream>
+#include <memory>
+#include <utility>
+
+namespace ZOLNS2::MIME
+{
+
+namespace
+{
+
+using HTTP::ExchangeException;
+using HTTP::ExchangeUnit::SOURCE_UNIT;
+
+[[noreturn]] void throwMalformed(const blocxx::String& message)
+{
+    throw ExchangeException(SOURCE_UNIT, __LINE__, ExchangeException::E_BODY, ExchangeException::E_MALFORMED,
+                            message.c_str());
+}
+
+class ContentSource : public MultipartSource
+{
+public:
+    explicit ContentSource(const ContentRef& content) : m_content(content), m_state(content->createInitialStreamState())
+    {
+    }
+
+    std::size_t read(char* to, std::size_t room) override
+    {
+        // A content that never ends, and never delivers, must not hold its reader for ever.
+        constexpr int MOST_EMPTY_READS = 64;
+        for (int emptyReads = 0; emptyReads < MOST_EMPTY_READS; ++emptyReads)
+        {
+            const std::size_t count = m_content->getData(to, room, m_state);
+            if (count != 0)
+            {
+                return count == END_OF_DATA ? 0 : count;
+            }
+        }
+        return 0;
+    }
+
+    ExchangeException::ECause cause(blocxx::String& text) const override
+    {
+        if (const auto received = m_content.cast_to<HTTP::ReceivedBody>())
+        {
+            text = received->endText();
+            return endedBadly(m_content, m_state) ? received->cause() : ExchangeException::E_CUT;
+        }
+        text = endedBadly(m_content, m_state) ? "its content ended badly" : "";
+        return ExchangeException::E_CUT;
+    }
+
+private:
+    ContentRef m_content;
+    ContentStreamStateRef m_state;
+};
+
+class StreamSource : public MultipartSource
+{
+public:
+    explicit StreamSource(std::istream& stream) : m_stream(stream) {}
+
+    // What has arrived is enough: a read that waits to fill its room would hold up the parts that are there.
+    std::size_t read(char* to, std::size_t room) override
+    {
+        if (m_stream.fail() ||
+            std::streambuf::traits_type::eq_int_type(m_stream.rdbuf()->sgetc(), std::streambuf::traits_type::eof()))
+        {
+            return 0;
+        }
+        const std::streamsize held = std::max<std::streamsize>(m_stream.rdbuf()->in_avail(), 1);
+        return static_cast<std::size_t>(
+            m_stream.rdbuf()->sgetn(to, std::min(held, static_cast<std::streamsize>(room))));
+    }
+
+    ExchangeException::ECause cause(blocxx::String& text) const override
+    {
+        const auto* const buffer = dynamic_cast<const blocxx::BaseStreamBuffer*>(m_stream.rdbuf());
+        text = buffer != nullptr ? buffer->inputErrorText() : blocxx::String();
+        return ExchangeException::E_CUT;
+    }
+
+private:
+    std::istream& m_stream;
+};
+
+class PartStreamState : public ContentStreamState
+{
+};
+
+/// A section of the scanner behind its header fields.
+class PartContent : public Content, public ContentEnd
+{
+public:
+    PartContent(const MultipartScannerRef& scanner, const ContentTypeHeader& contentType)
+        : m_scanner(scanner), m_section(scanner->section()), m_contentType(contentType)
+    {
+    }
+
+    ContentTypeHeader getContentType() override { return m_contentType; }
+    bool hasContentLength() override { return false; }
+
+    std::size_t getContentLength() override
+    {
+        throw ContentException(SOURCE_UNIT, __LINE__,
+                               "The length of a part that is read as it arrives is not known before its end");
+    }
+
+    std::size_t getData(char* buffer, std::size_t room, const ContentStreamStateRef&) override
+    {
+        if (m_ended)
+        {
+            return END_OF_DATA;
+        }
+        if (m_section != m_scanner->section())
+        {
+            throw ContentException(SOURCE_UNIT, __LINE__,
+                                   "The part cannot be read any more: its reader has been asked for the next one");
+        }
+        if (room == 0)
+        {
+            return 0;
+        }
+        const std::size_t count = take(buffer, room);
+        m_ended = count == 0;
+        m_isCut = m_ended && m_scanner->isCut();
+        return m_ended ? END_OF_DATA : count;
+    }
+
+    ContentStreamStateRef createInitialStreamState() const override
+    {
+        if (m_begun)
+        {
+            throw ContentException(SOURCE_UNIT, __LINE__, "A part that is read as it arrives can be read once");
+        }
+        ContentStreamStateRef state(new PartStreamState);
+        m_begun = true;
+        return state;
+    }
+
+    bool endedBadly(const ContentStreamStateRef&) const override { return m_isCut; }
+
+private:
+    std::size_t take(char* buffer, std::size_t room)
+    {
+        if (std::streambuf::traits_type::eq_int_type(m_scanner->sgetc(), std::streambuf::traits_type::eof()))
+        {
+            return 0;
+        }
+        const std::string_view held = blocxx::Internal::GetArea::of(*m_scanner).substr(0, room);
+        std::memcpy(buffer, held.data(), held.size());
+        blocxx::Internal::GetArea::consume(*m_scanner, held.size());
+        return held.size();
+    }
+
+    MultipartScannerRef m_scanner;
+    const std::size_t m_section;
+    const ContentTypeHeader m_contentType;
+    bool m_ended = false;
+    bool m_isCut = false;
+    mutable bool m_begun = false;
+};
+
+blocxx::String boundaryOf(const ContentRef& body)
+{
+    const ContentTypeHeader type = body->getContentType();
+    if (!type.getType().equalsIgnoreCase("multipart"))
+    {
+        throwMalformed(blocxx::Format("The body is not multipart: %1", toString(type)));
+    }
+    for (const HTTP::Parameter& parameter : type.getParameters())
+    {
+        if (parameter.name.equalsIgnoreCase("boundary"))
+        {
+            return parameter.value;
+        }
+    }
+    throwMalformed(blocxx::Format("The type of the multipart body names no boundary: %1", toString(type)));
+}
+
+MultipartScannerRef scannerOf(std::unique_ptr<MultipartSource> source, const blocxx::String& boundary,
+                              const MultipartReader::Limits& limits)
+{
+    if (boundary.empty())
+    {
+        throwMalformed("The boundary of the multipart body is empty");
+    }
+    return std::make_shared<MultipartScanner>(std::move(source), boundary, limits);
+}
+
+HTTP::Headers readFields(MultipartScanner& scanner)
+{
+    HTTP::HeadLines lines(scanner, scanner.limits().partHeadBytes);
+    HTTP::HeadFields fields;
+    switch (fields.read(lines))
+    {
+    case HTTP::HeadFields::E_COMPLETE:
+        break;
+    case HTTP::HeadFields::E_END:
+        if (scanner.isCut())
+        {
+            scanner.throwCut();
+        }
+        break;
+    case HTTP::HeadFields::E_TOO_LARGE:
+        throw ExchangeException(
+            SOURCE_UNIT, __LINE__, ExchangeException::E_BODY, ExchangeException::E_LIMIT,
+            blocxx::Format("The header fields of part %1 are too large: %2", scanner.section(), fields.problem())
+                .c_str());
+    case HTTP::HeadFields::E_MALFORMED:
+        throwMalformed(
+            blocxx::Format("The header fields of part %1 are malformed: %2", scanner.section(), fields.problem()));
+    }
+    return fields.fields();
+}
+
+} // namespace
+
+MultipartPart::MultipartPart(const HTTP::Headers& headers, const ContentTypeHeader& contentType,
+                             const ContentRef& content)
+    : m_headers(headers), m_contentType(contentType), m_content(content)
+{
+}
+
+MultipartPart::MultipartPart(const MultipartPart&) = default;
+MultipartPart& MultipartPart::operator=(const MultipartPart&) = default;
+MultipartPart::~MultipartPart() = default;
+
+MultipartReader::MultipartReader(const ContentRef& body) : MultipartReader(body, Limits()) {}
+
+MultipartReader::MultipartReader(const ContentRef& body, const Limits& limits)
+    : MultipartReader(body, boundaryOf(body), limits)
+{
+}
+
+MultipartReader::MultipartReader(const ContentRef& body, const blocxx::String& boundary, const Limits& limits)
+    : m_scanner(scannerOf(std::make_unique<ContentSource>(body), boundary, limits))
+{
+}
+
+MultipartReader::MultipartReader(std::istream& body, const blocxx::String& boundary, const Limits& limits)
+    : m_scanner(scannerOf(std::make_unique<StreamSource>(body), boundary, limits))
+{
+}
+
+MultipartReader::MultipartReader(const MultipartReader&) = default;
+MultipartReader& MultipartReader::operator=(const MultipartReader&) = default;
+MultipartReader::~MultipartReader() = default;
+
+std::optional<MultipartPart> MultipartReader::next()
+{
+    if (!m_scanner->enterNext())
+    {
+        return std::nullopt;
+    }
+    const HTTP::Headers fields = readFields(*m_scanner);
+    const ContentTypeHeader contentType = HTTP::contentTypeOf(fields, HTTP::plainTextType());
+    return MultipartPart(fields, contentType, ContentRef(new PartContent(m_scanner, contentType)));
+}
+
+} // namespace ZOLNS2::MIME
