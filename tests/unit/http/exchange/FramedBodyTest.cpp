@@ -241,7 +241,7 @@ TEST(ExchangeReadAll, ThrowsForABodyThatIsNotComplete)
 
 TEST(ExchangeReadAll, LimitHoldsOnBothSides)
 {
-    for (const std::string head : {OK + "Content-Length: 4\r\n\r\n", OK + "\r\n"})
+    for (const std::string& head : {OK + "Content-Length: 4\r\n\r\n", OK + "\r\n"})
     {
         SCOPED_TRACE(head);
         EXPECT_EQ(responseTo(head + "body").readAll(4).size(), 4U);

@@ -88,7 +88,7 @@ TEST(ExchangeHead, RefusesMalformedFieldsAndNamesTheLine)
 
 TEST(ExchangeHead, CutIsAFailureThatSaysWhere)
 {
-    for (const std::string cut : {OK, OK + "X: 1\r\n", OK + "X: 1", std::string("HTTP/1.1 2")})
+    for (const std::string& cut : {OK, OK + "X: 1\r\n", OK + "X: 1", std::string("HTTP/1.1 2")})
     {
         SCOPED_TRACE(cut);
         expectFailure([&] { responseTo(cut); }, ExchangeException::E_HEAD, ExchangeException::E_CUT,
