@@ -93,13 +93,13 @@ private:
         bool requestIsWhole;
     };
 
-    ExchangeLinkRef linkFor(const Request& request, const ExchangeLinkRef& kept);
+    ExchangeLinkRef linkFor(const Request& request, const Url& url, const ExchangeLinkRef& kept);
     Received sendAndReceive(const Request& request, RequestContent* content, ExchangeLink& link);
     blocxx::String extraFields(const Request& request, bool hasContent) const;
-    Redirect redirectOf(const Request& request, const ReceivedHead& head, const Readings& readings,
+    Redirect redirectOf(const Request& request, const Url& url, const ReceivedHead& head, const Readings& readings,
                         unsigned followed) const;
-    ExchangeResponse respond(const Request& request, const Received& received, const ExchangeLinkRef& link,
-                             const blocxx::String& note) const;
+    ExchangeResponse respond(const Request& request, const Url& url, const Received& received,
+                             const ExchangeLinkRef& link, const blocxx::String& note) const;
 
     const ExchangeOptions& m_options;
     const ExchangeGuard m_guard;
@@ -107,24 +107,23 @@ private:
     bool m_withOwnCertificate = true;
 };
 
-void requireServer(const ExchangeLink& link, const Server& server, const Request& request)
+void requireServer(const ExchangeLink& link, const Url& url, const Request& request)
 {
-    if (!link.leadsTo(server.text(), request.getSSLContext()))
+    if (!link.leadsTo(url.hostAndPort(), request.getSSLContext()))
     {
         throw ExchangeException(
             ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_CONNECT, ExchangeException::E_ERROR,
-            blocxx::Format("The connection was not opened for %1 with this TLS context", server.text()).c_str());
+            blocxx::Format("The connection was not opened for %1 with this TLS context", url.hostAndPort()).c_str());
     }
 }
 
-ExchangeLinkRef Exchanging::linkFor(const Request& request, const ExchangeLinkRef& kept)
+ExchangeLinkRef Exchanging::linkFor(const Request& request, const Url& url, const ExchangeLinkRef& kept)
 {
-    const Server server = serverOf(request);
     if (!kept)
     {
-        return openLink(request, server, m_guard, m_options, m_withOwnCertificate);
+        return openLink(request, url, m_guard, m_options, m_withOwnCertificate);
     }
-    requireServer(*kept, server, request);
+    requireServer(*kept, url, request);
     if (!kept->isReusable())
     {
         throw ExchangeException(ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_CONNECT,
@@ -143,13 +142,14 @@ ExchangeResponse Exchanging::run(const Request& first, const ExchangeLinkRef& ke
     for (unsigned followed = 0;; ++followed)
     {
         ZOL_LOG(m_log, DEBUG2, blocxx::Format("Making the following request: %1", request.getRequestLine()));
-        const ExchangeLinkRef link = linkFor(request, followed == 0 ? kept : ExchangeLinkRef());
+        const Url url = urlOf(request);
+        const ExchangeLinkRef link = linkFor(request, url, followed == 0 ? kept : ExchangeLinkRef());
         const Received received = sendAndReceive(request, readings.current(), *link);
         ZOL_LOG(m_log, DEBUG2, blocxx::Format("Received: %1", received.head.statusLine.toString()));
-        const Redirect redirect = redirectOf(request, received.head, readings, followed);
+        const Redirect redirect = redirectOf(request, url, received.head, readings, followed);
         if (!redirect.next)
         {
-            return respond(request, received, link, redirect.note);
+            return respond(request, url, received, link, redirect.note);
         }
         m_withOwnCertificate = m_withOwnCertificate && !redirect.toOtherOrigin;
         request = *redirect.next;
@@ -194,14 +194,14 @@ blocxx::String Exchanging::extraFields(const Request& request, bool hasContent) 
     return blocxx::String(std::move(fields));
 }
 
-Redirect Exchanging::redirectOf(const Request& request, const ReceivedHead& head, const Readings& readings,
-                                unsigned followed) const
+Redirect Exchanging::redirectOf(const Request& request, const Url& url, const ReceivedHead& head,
+                                const Readings& readings, unsigned followed) const
 {
     if (m_options.mostRedirects == 0)
     {
         return Redirect();
     }
-    Redirect redirect = HTTP::redirectOf(request, head, m_options);
+    Redirect redirect = HTTP::redirectOf(request, url, head, m_options);
     if (redirect.next && followed == m_options.mostRedirects)
     {
         redirect.next.reset();
@@ -240,8 +240,8 @@ bool readCoding(const Request& request, const ReceivedHead& head, DecodedBody::E
     return codings == 1 && known;
 }
 
-ExchangeResponse Exchanging::respond(const Request& request, const Received& received, const ExchangeLinkRef& link,
-                                     const blocxx::String& note) const
+ExchangeResponse Exchanging::respond(const Request& request, const Url& url, const Received& received,
+                                     const ExchangeLinkRef& link, const blocxx::String& note) const
 {
     const ReceivedHead& head = received.head;
     BodyFraming framing = framingOf(request, head);
@@ -251,12 +251,12 @@ ExchangeResponse Exchanging::respond(const Request& request, const Received& rec
     const bool decodes = m_options.decompress && !framing.isEmpty() && readCoding(request, head, coding);
     ReceivedBodyRef body(new FramedBody(link, m_guard, framing, contentType, head.statusLine.statusCode,
                                         decodes ? ExchangeOptions::NO_LIMIT : m_options.bodyLimit,
-                                        received.trailerLimit));
+                                        received.trailerLimit, m_options.headTimeout));
     if (decodes)
     {
         body = ReceivedBodyRef(new DecodedBody(body, coding, m_options.bodyLimit));
     }
-    return ExchangeResponse({head.statusLine, head.fields, contentType, urlOf(request).toString(), note}, body,
+    return ExchangeResponse({head.statusLine, head.fields, contentType, url.toString(), note}, body,
                             ExchangeConnection(link));
 }
 

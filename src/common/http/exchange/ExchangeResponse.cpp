@@ -4,7 +4,6 @@
 #include "exchange/ReceivedBody.hpp"
 
 #include <algorithm>
-#include <vector>
 
 namespace ZOLNS2::HTTP
 {
@@ -49,7 +48,7 @@ blocxx::String ExchangeResponse::bodyEndText() const
 blocxx::Array<char> ExchangeResponse::readAll(std::size_t limit) const
 {
     const MIME::ContentStreamStateRef state = m_body->createInitialStreamState();
-    std::vector<char> bytes;
+    blocxx::Array<char> bytes;
     size_t size = 0;
     const size_t announced = m_body->hasContentLength() ? m_body->getContentLength() : 0;
     if (announced > limit)
@@ -64,7 +63,7 @@ blocxx::Array<char> ExchangeResponse::readAll(std::size_t limit) const
             // What a server announces is not believed before it arrives.
             bytes.resize(std::max(size + size / 2, size + FIRST_BLOCK_SIZE));
         }
-        const size_t count = m_body->getData(bytes.data() + size, bytes.size() - size, state);
+        const size_t count = m_body->getData(&bytes[size], bytes.size() - size, state);
         if (count == MIME::END_OF_DATA)
         {
             break;
@@ -80,7 +79,8 @@ blocxx::Array<char> ExchangeResponse::readAll(std::size_t limit) const
     {
         throwNotRead(*m_body, m_body->cause(), m_body->endText());
     }
-    return blocxx::Array<char>(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
+    bytes.resize(size);
+    return bytes;
 }
 
 } // namespace ZOLNS2::HTTP

@@ -2,7 +2,6 @@
 
 #include "exchange/ExchangeUnit.hpp"
 #include "exchange/HeadFields.hpp"
-#include "exchange/LinkFailure.hpp"
 
 #include <algorithm>
 
@@ -41,9 +40,9 @@ ExchangeResponse::EBodyEnd endOf(ExchangeException::ECause cause)
 
 FramedBody::FramedBody(const ExchangeLinkRef& link, const ExchangeGuard& guard, const BodyFraming& framing,
                        const MIME::ContentTypeHeader& contentType, unsigned short status, std::uint64_t limit,
-                       size_t trailerLimit)
+                       size_t trailerLimit, const blocxx::Timeout& trailerTimeout)
     : ReceivedBody(contentType, status, limit), m_link(link), m_guard(guard), m_framing(framing),
-      m_left(framing.length), m_trailerLimit(trailerLimit)
+      m_left(framing.length), m_trailerLimit(trailerLimit), m_trailerTimeout(trailerTimeout)
 {
     if (framing.isEmpty())
     {
@@ -164,6 +163,8 @@ size_t FramedBody::readChunkData(char* buffer, size_t room)
 
 void FramedBody::readTrailer()
 {
+    const TimeLimit limit(m_trailerTimeout);
+    m_link->setDeadline(earlier(limit, m_guard.deadline()));
     HeadLines lines(m_link->input(), m_trailerLimit);
     HeadFields fields;
     switch (fields.read(lines))
@@ -182,14 +183,14 @@ void FramedBody::readTrailer()
     case HeadFields::E_END:
         break;
     }
-    const LinkFailure failure = inputFailureOf(*m_link, m_guard, blocxx::Timeout::infinite);
+    const LinkFailure failure = inputFailureOf(*m_link, m_guard, m_trailerTimeout);
     // All data has arrived, and the connection is of no further use.
     if (failure.cause == ExchangeException::E_CUT || failure.cause == ExchangeException::E_RESET)
     {
         finish(ExchangeResponse::E_COMPLETE);
         return;
     }
-    finishEnded("in its trailer");
+    finishEnded("in its trailer", failure);
 }
 
 void FramedBody::finishComplete()
@@ -203,7 +204,11 @@ void FramedBody::finishComplete()
 
 void FramedBody::finishEnded(const blocxx::String& where)
 {
-    const LinkFailure failure = inputFailureOf(*m_link, m_guard, blocxx::Timeout::infinite);
+    finishEnded(where, inputFailureOf(*m_link, m_guard, blocxx::Timeout::infinite));
+}
+
+void FramedBody::finishEnded(const blocxx::String& where, const LinkFailure& failure)
+{
     finish(endOf(failure.cause), blocxx::Format("The body ended %1: %2", where, failure.text), failure.systemError);
 }
 

@@ -2,8 +2,10 @@
 
 #include "exchange/BodyFraming.hpp"
 #include "exchange/ExchangeLink.hpp"
+#include "exchange/LinkFailure.hpp"
 #include "exchange/ReceivedBody.hpp"
 
+#include "blocxx/Timeout.hpp"
 #include "openwbem/OW_HTTPChunkDecoder.hpp"
 
 #include <cstddef>
@@ -16,10 +18,11 @@ namespace ZOLNS2::HTTP
 class FramedBody : public ReceivedBody
 {
 public:
-    /// @param trailerLimit what may still be read of the head's limit
+    /// @param trailerLimit   what may still be read of the head's limit
+    /// @param trailerTimeout bounds the trailer, whatever progress it makes
     FramedBody(const ExchangeLinkRef& link, const ExchangeGuard& guard, const BodyFraming& framing,
                const MIME::ContentTypeHeader& contentType, unsigned short status, std::uint64_t limit,
-               size_t trailerLimit);
+               size_t trailerLimit, const blocxx::Timeout& trailerTimeout);
     ~FramedBody() override;
 
     bool hasContentLength() override;
@@ -36,6 +39,7 @@ private:
     void readTrailer();
     void finishComplete();
     void finishEnded(const blocxx::String& where);
+    void finishEnded(const blocxx::String& where, const LinkFailure& failure);
     void finishByGuard();
 
     ExchangeLinkRef m_link;
@@ -44,6 +48,7 @@ private:
     std::uint64_t m_left; // of a length
     OpenWBEM::HTTPChunkDecoder m_decoder{OpenWBEM::HTTPChunkDecoder::E_LEAVE_TRAILER};
     const size_t m_trailerLimit;
+    const blocxx::Timeout m_trailerTimeout;
 };
 
 } // namespace ZOLNS2::HTTP

@@ -37,7 +37,7 @@ HeadFields::EResult HeadFields::read(HeadLines& lines)
         if (added != E_COMPLETE || result == HeadLines::E_END || lines.line().empty())
         {
             flush();
-            return added == E_COMPLETE && result == HeadLines::E_END ? E_END : added;
+            return result == HeadLines::E_END ? E_END : added;
         }
     }
 }

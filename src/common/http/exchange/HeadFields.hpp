@@ -32,7 +32,7 @@ public:
     static constexpr std::size_t MAX_LINES = 1000;
 
     /// Reads up to and including the empty line. Where the input ends before it, a last line without an end is taken as a
-    /// whole one.
+    /// whole one; if it is malformed as that, problem() says so.
     EResult read(HeadLines& lines);
 
     /// What was read, up to the line that was refused.

@@ -203,6 +203,11 @@ MultipartScannerRef scannerOf(std::unique_ptr<MultipartSource> source, const blo
     return std::make_shared<MultipartScanner>(std::move(source), boundary, limits);
 }
 
+[[noreturn]] void throwMalformedFields(const MultipartScanner& scanner, const blocxx::String& problem)
+{
+    throwMalformed(blocxx::Format("The header fields of part %1 are malformed: %2", scanner.section(), problem));
+}
+
 HTTP::Headers readFields(MultipartScanner& scanner)
 {
     HTTP::HeadLines lines(scanner, scanner.limits().partHeadBytes);
@@ -216,15 +221,18 @@ HTTP::Headers readFields(MultipartScanner& scanner)
         {
             scanner.throwCut();
         }
-        break;
+        if (fields.problem().empty())
+        {
+            break;
+        }
+        throwMalformedFields(scanner, fields.problem());
     case HTTP::HeadFields::E_TOO_LARGE:
         throw ExchangeException(
             SOURCE_UNIT, __LINE__, ExchangeException::E_BODY, ExchangeException::E_LIMIT,
             blocxx::Format("The header fields of part %1 are too large: %2", scanner.section(), fields.problem())
                 .c_str());
     case HTTP::HeadFields::E_MALFORMED:
-        throwMalformed(
-            blocxx::Format("The header fields of part %1 are malformed: %2", scanner.section(), fields.problem()));
+        throwMalformedFields(scanner, fields.problem());
     }
     return fields.fields();
 }

@@ -43,6 +43,7 @@ bool MultipartScanner::enterNext()
 {
     if (m_over)
     {
+        dropRest();
         return false;
     }
     while (advance())
@@ -57,11 +58,7 @@ bool MultipartScanner::enterNext()
     if (m_isClosing)
     {
         m_over = true;
-        while (!m_sourceEnded)
-        {
-            setg(m_window.get(), m_window.get() + m_filled, m_window.get() + m_filled);
-            fill();
-        }
+        dropRest();
         return false;
     }
     if (m_section == m_limits.parts)
@@ -75,6 +72,16 @@ bool MultipartScanner::enterNext()
     m_sectionStart = m_behindDelimiter;
     m_sectionStartIsInWindow = true;
     return true;
+}
+
+void MultipartScanner::dropRest()
+{
+    while (!m_sourceEnded)
+    {
+        setg(m_window.get(), m_window.get() + m_filled, m_window.get() + m_filled);
+        m_searched = m_filled;
+        fill();
+    }
 }
 
 void MultipartScanner::throwCut() const
@@ -222,13 +229,13 @@ void MultipartScanner::fill()
     }
     const std::size_t count = m_source->read(m_window.get() + m_filled, m_windowSize - m_filled);
     m_sourceEnded = count == 0;
-    m_filled += count;
     m_total += count;
     if (m_total > m_limits.bytes)
     {
         throw ExchangeException(SOURCE_UNIT, __LINE__, ExchangeException::E_BODY, ExchangeException::E_LIMIT,
                                 blocxx::Format("The multipart body is larger than %1 bytes", m_limits.bytes).c_str());
     }
+    m_filled += count;
 }
 
 } // namespace ZOLNS2::MIME

@@ -76,6 +76,7 @@ private:
     };
 
     bool advance();
+    void dropRest();
     void fill();
     bool scan();
     ELine classify(std::size_t at, std::size_t& behind) const;

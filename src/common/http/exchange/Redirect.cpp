@@ -107,7 +107,7 @@ Url urlOf(const Request& request)
                               hasPath ? line.requestURI : blocxx::String("/")));
 }
 
-Redirect redirectOf(const Request& request, const ReceivedHead& head, const ExchangeOptions& options)
+Redirect redirectOf(const Request& request, const Url& source, const ReceivedHead& head, const ExchangeOptions& options)
 {
     if (!isRedirect(head.statusLine.statusCode))
     {
@@ -120,7 +120,6 @@ Redirect redirectOf(const Request& request, const ReceivedHead& head, const Exch
     }
     try
     {
-        const Url source = urlOf(request);
         return follow(request, source, source.resolve(location), head.statusLine.statusCode, options);
     }
     catch (const ExchangeException& exception)

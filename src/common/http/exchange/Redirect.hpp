@@ -24,7 +24,8 @@ struct Redirect
 /// @throws ExchangeException
 Url urlOf(const Request& request);
 
-/// Does not look at whether the content can be read again.
-Redirect redirectOf(const Request& request, const ReceivedHead& head, const ExchangeOptions& options);
+/// What follows a response to `request`, which asked for `source`. Does not look at whether the content can be read again.
+Redirect redirectOf(const Request& request, const Url& source, const ReceivedHead& head,
+                    const ExchangeOptions& options);
 
 } // namespace ZOLNS2::HTTP

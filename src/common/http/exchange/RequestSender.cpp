@@ -35,6 +35,19 @@ std::uint64_t announcedLength(const Request& request)
         blocxx::Format("The content of the request has %1 bytes than the %2 announced", difference, announced).c_str());
 }
 
+/// The connection ended before the server said anything of the request.
+[[noreturn]] void throwNotSent(const ExchangeException& reason)
+{
+    ExchangeException exception(ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_SEND, reason.cause(),
+                                blocxx::Format("The request could not be sent whole: %1", reason.getMessage()).c_str(),
+                                reason.systemError());
+    if (reason.isSafeToRepeat())
+    {
+        exception.setSafeToRepeat();
+    }
+    throw exception;
+}
+
 } // namespace
 
 void RequestSender::send(const Request& request, std::string_view extraFields, RequestContent* content)
@@ -151,7 +164,7 @@ bool RequestSender::write(std::string_view bytes)
 /// Takes what the server says while the request is being sent. @return whether the sending continues
 bool RequestSender::receive()
 {
-    ReceivedHead head = m_receiver.next();
+    ReceivedHead head = receiveHead();
     if (head.isInterim())
     {
         return true;
@@ -160,12 +173,35 @@ bool RequestSender::receive()
     return false;
 }
 
+/// The head's time runs while the request is not being sent.
+ReceivedHead RequestSender::receiveHead()
+{
+    const TimeLimit limit(m_options.headTimeout);
+    m_link.setDeadline(earlier(limit, m_guard.deadline()));
+    try
+    {
+        ReceivedHead head = m_receiver.next();
+        m_link.setDeadline(m_guard.deadline());
+        return head;
+    }
+    catch (const ExchangeException& exception)
+    {
+        if (m_receiver.anyRead())
+        {
+            throw;
+        }
+        throwNotSent(exception);
+    }
+}
+
 /// A server that refuses a request may close the connection behind its response, which fails the sending.
 void RequestSender::receiveAfterFailure(int error)
 {
     const LinkFailure failure = outputFailureOf(m_link, m_guard, error);
     if (failure.cause == ExchangeException::E_RESET || failure.cause == ExchangeException::E_CUT)
     {
+        const TimeLimit limit(m_options.headTimeout);
+        m_link.setDeadline(earlier(limit, m_guard.deadline()));
         try
         {
             m_early = m_receiver.nextFinal();

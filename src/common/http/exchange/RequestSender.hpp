@@ -42,6 +42,7 @@ private:
     bool awaitContinue();
     void sendContent(std::string_view head, RequestContent& content, const Request& request);
     bool receive();
+    ReceivedHead receiveHead();
     void receiveAfterFailure(int error);
 
     ExchangeLink& m_link;

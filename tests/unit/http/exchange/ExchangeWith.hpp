@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <optional>
 #include <string>
@@ -45,6 +46,26 @@ inline Request post(const zol_test::ScriptedServer& server, const ContentRef& co
     headers.addHeader("Content-Length", std::to_string(announced).c_str());
     return requestOf("POST", server.address(), headers, content);
 }
+
+/// Larger than what the system takes for a server that does not read.
+class HugeContent : public ZOLNS2::MIME::Content
+{
+public:
+    static constexpr size_t SIZE = 50000000;
+
+    ZOLNS2::MIME::ContentTypeHeader getContentType() override { return {}; }
+    bool hasContentLength() override { return true; }
+    size_t getContentLength() override { return SIZE; }
+    size_t getData(char* buffer, size_t room, const ZOLNS2::MIME::ContentStreamStateRef&) override
+    {
+        std::fill_n(buffer, room, 'x');
+        return room;
+    }
+    ZOLNS2::MIME::ContentStreamStateRef createInitialStreamState() const override
+    {
+        return ZOLNS2::MIME::ContentStreamStateRef(new ZOLNS2::MIME::ContentStreamState);
+    }
+};
 
 /// What exchange() returns for a GET that is answered with these bytes.
 inline ExchangeResponse responseTo(const std::string& bytes, const ExchangeOptions& options = ExchangeOptions())

@@ -52,8 +52,7 @@ void expectMalformedHead(const std::string& fields, const std::string& words)
 TEST(ExchangeBody, EndsWithItsLength)
 {
     expectEnd(OK + "Content-Length: 4\r\n\r\nbodybehind", "body", ExchangeResponse::E_COMPLETE);
-    expectEnd(OK + "content-length: 4, 4\r\nContent-Length: 4\r\n\r\nbodybehind", "body",
-              ExchangeResponse::E_COMPLETE);
+    expectEnd(OK + "content-length: 4, 4\r\nContent-Length: 4\r\n\r\nbodybehind", "body", ExchangeResponse::E_COMPLETE);
     expectEnd(OK + "Content-Length: 0\r\n\r\nbehind", "", ExchangeResponse::E_COMPLETE);
 }
 
@@ -135,7 +134,13 @@ TEST(ExchangeBody, TrailerIsHeldToTheHeadsLimits)
 
 TEST(ExchangeBody, NoneForHeadNoContentAndNotModified)
 {
-    zol_test::ScriptedServer server(zol_test::respondingWith(OK + "Content-Length: 10\r\n\r\n"));
+    zol_test::ScriptedServer server(
+        [](zol_test::ServerConnection& connection)
+        {
+            connection.receiveHead();
+            connection.send(OK + "Content-Length: 10\r\n\r\n");
+            connection.waitUntilPeerCloses();
+        });
     const ExchangeResponse head = exchange(requestOf("HEAD", server.address()));
     EXPECT_EQ(head.bodyEnd(), ExchangeResponse::E_COMPLETE);
     EXPECT_EQ(bodyOf(head), "");
@@ -231,8 +236,7 @@ TEST(ExchangeBody, LargeOnesArriveWhole)
 
 TEST(ExchangeReadAll, ThrowsForABodyThatIsNotComplete)
 {
-    const auto failure =
-        failureOf([] { responseTo("HTTP/1.1 500 Oops\r\nContent-Length: 10\r\n\r\nbody").readAll(); });
+    const auto failure = failureOf([] { responseTo("HTTP/1.1 500 Oops\r\nContent-Length: 10\r\n\r\nbody").readAll(); });
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->phase(), ExchangeException::E_BODY);
     EXPECT_EQ(failure->cause(), ExchangeException::E_CUT);

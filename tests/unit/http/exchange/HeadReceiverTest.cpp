@@ -82,7 +82,7 @@ TEST(ExchangeHead, RefusesMalformedFieldsAndNamesTheLine)
     expectMalformed(OK + ": value\r\n\r\n", "line 2 has no name");
     expectMalformed(OK + " folded\r\n\r\n", "line 2 continues a line that is not there");
     expectMalformed(OK + "X: 1\r\n \t\r\nY: 2\r\n\r\n", "line 3 holds nothing but white space");
-    expectMalformed(OK + "X: a\rb\r\n\r\n", "line 2 holds a CR: \"X: a\\x0Db\"");
+    expectMalformed(OK + "X: a\rb\r\n\r\n", "line 2 holds a CR: \"X: a\\x0db\"");
     expectMalformed(OK + std::string("X: a\0b\r\n\r\n", 10), "line 2 holds a NUL");
 }
 

@@ -22,14 +22,14 @@ namespace
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using zol_test::scripted;
+using zol_test::ScriptedContent;
 using ZOLNS2::HTTP::ExchangeException;
 using ZOLNS2::HTTP::Parameter;
 using ZOLNS2::MIME::ContentRef;
 using ZOLNS2::MIME::ContentTypeHeader;
 using ZOLNS2::MIME::MultipartPart;
 using ZOLNS2::MIME::MultipartReader;
-using zol_test::ScriptedContent;
-using zol_test::scripted;
 
 ContentTypeHeader multipart(const char* boundary, const char* subtype = "form-data")
 {
@@ -264,6 +264,41 @@ TEST(MultipartReader, ACutPartEndsBadly)
     EXPECT_THROW(reader.next(), ExchangeException);
 }
 
+TEST(MultipartReader, PassesOverPreambleAndEpilogueOfManyBlocks)
+{
+    const std::string lines = zol_test::distinctBytes(300000);
+    const std::vector<std::string> pieces{lines, "\r\n--b\r\n\r\npart\r\n--b--\r\n", lines, lines};
+    const auto content = scripted(pieces);
+    content->type = multipart("b");
+    EXPECT_THAT(partsOf(MultipartReader(content)), ElementsAre("part"));
+    content->throwAtPiece = pieces.size() - 1;
+    EXPECT_THROW(partsOf(MultipartReader(content)), std::runtime_error) << "the epilogue was not read";
+}
+
+TEST(MultipartReader, ByteLimitHoldsInTheEpilogueAndAgainOnEveryCall)
+{
+    MultipartReader::Limits limits;
+    limits.bytes = 200000;
+    MultipartReader reader(body({"--b--\r\n" + std::string(300000, 'x')}), limits);
+    EXPECT_THROW(reader.next(), ExchangeException);
+    EXPECT_THROW(reader.next(), ExchangeException);
+}
+
+TEST(MultipartReader, BehindAPartWithMalformedFieldsTheNextOneIsRead)
+{
+    MultipartReader reader(body({"--b\r\nno colon\r\n\r\n1\r\n--b\r\n\r\n2\r\n--b--"}));
+    EXPECT_THROW(reader.next(), ExchangeException);
+    const auto part = reader.next();
+    ASSERT_TRUE(part);
+    EXPECT_EQ(bytesOf(part->getContent()), "2");
+    EXPECT_FALSE(reader.next());
+}
+
+TEST(MultipartReader, APartMayEndBehindAMalformedLine)
+{
+    expectFailure("--b\r\nno colon\r\n--b--", ExchangeException::E_MALFORMED, "line 1 has no colon: \"no colon\"");
+}
+
 TEST(MultipartReader, StaysAtItsEnd)
 {
     MultipartReader reader(body({WIRE}));
@@ -337,8 +372,7 @@ TEST(MultipartReader, LargePartsArriveWholeBetweenNearDelimiters)
     {
         large += zol_test::distinctBytes(997) + "\r\n--boundar\r\n--boundary7";
     }
-    const std::string wire =
-        "--boundary\r\n\r\n" + large + "\r\n--boundary\r\n\r\n" + large + "\r\n--boundary--\r\n";
+    const std::string wire = "--boundary\r\n\r\n" + large + "\r\n--boundary\r\n\r\n" + large + "\r\n--boundary--\r\n";
     const std::vector<std::string> parts = partsOf(MultipartReader(body({wire}, "boundary")));
     ASSERT_EQ(parts.size(), 2U);
     EXPECT_TRUE(parts[0] == large);

@@ -1,7 +1,6 @@
 #include "exchange/RequestSender.hpp"
 
 #include "ExchangeWith.hpp"
-
 #include "support/ScriptedContent.hpp"
 
 #include "zol/mime/ContentException.hpp"
@@ -13,9 +12,9 @@ namespace
 {
 
 using namespace exchange_test;
+using zol_test::scripted;
 using zol_test::ScriptedContent;
 using zol_test::ScriptedServer;
-using zol_test::scripted;
 using zol_test::ServerConnection;
 
 const std::string OK = "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n";
@@ -100,9 +99,13 @@ TEST(ExchangeSending, ContentThatRefusesAReaderFailsBeforeTheConnect)
 TEST(ExchangeSending, MoreOrFewerBytesThanAnnouncedAreAFailure)
 {
     ScriptedServer server([](ServerConnection& connection) { connection.receiveUntilEnd(); });
-    expectFailure([&] { exchange(post(server, scripted({"12345"}), 4)); }, ExchangeException::E_SEND,
-                  ExchangeException::E_MALFORMED, "more bytes than the 4 announced");
-    expectFailure([&] { exchange(post(server, scripted({"123"}), 4)); }, ExchangeException::E_SEND,
+    const auto larger = scripted({"12345"});
+    larger->announcedLength = 4;
+    expectFailure([&] { exchange(post(server, larger, 4)); }, ExchangeException::E_SEND, ExchangeException::E_MALFORMED,
+                  "more bytes than the 4 announced");
+    const auto smaller = scripted({"123"});
+    smaller->announcedLength = 4;
+    expectFailure([&] { exchange(post(server, smaller, 4)); }, ExchangeException::E_SEND,
                   ExchangeException::E_MALFORMED, "fewer bytes than the 4 announced");
 }
 
@@ -115,26 +118,6 @@ TEST(ExchangeSending, ContentThatNeverEndsIsAFailure)
                   ExchangeException::E_CUT, "nothing for 64 reads in a row");
 }
 
-/// Larger than what the system takes for a server that does not read.
-constexpr size_t HUGE_SIZE = 50000000;
-
-class EndlessContent : public ZOLNS2::MIME::Content
-{
-public:
-    ZOLNS2::MIME::ContentTypeHeader getContentType() override { return {}; }
-    bool hasContentLength() override { return true; }
-    size_t getContentLength() override { return HUGE_SIZE; }
-    size_t getData(char* buffer, size_t room, const ZOLNS2::MIME::ContentStreamStateRef&) override
-    {
-        std::fill_n(buffer, room, 'x');
-        return room;
-    }
-    ZOLNS2::MIME::ContentStreamStateRef createInitialStreamState() const override
-    {
-        return ZOLNS2::MIME::ContentStreamStateRef(new ZOLNS2::MIME::ContentStreamState);
-    }
-};
-
 TEST(ExchangeSending, AFinalResponseEndsIt)
 {
     ScriptedServer server(
@@ -144,7 +127,7 @@ TEST(ExchangeSending, AFinalResponseEndsIt)
             connection.send("HTTP/1.1 413 Too Large\r\nContent-Length: 4\r\n\r\nbody");
             connection.waitUntilPeerCloses();
         });
-    const ExchangeResponse response = exchange(post(server, ContentRef(new EndlessContent), HUGE_SIZE));
+    const ExchangeResponse response = exchange(post(server, ContentRef(new HugeContent), HugeContent::SIZE));
     EXPECT_EQ(response.getStatus(), 413);
     EXPECT_EQ(bodyOf(response), "body");
     EXPECT_FALSE(response.reusable());
@@ -173,7 +156,7 @@ TEST(ExchangeSending, AnEarlySuccessIsAFailure)
             connection.send(OK);
             connection.waitUntilPeerCloses();
         });
-    const auto failure = failureOf([&] { exchange(post(server, ContentRef(new EndlessContent), HUGE_SIZE)); });
+    const auto failure = failureOf([&] { exchange(post(server, ContentRef(new HugeContent), HugeContent::SIZE)); });
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->phase(), ExchangeException::E_SEND);
     EXPECT_EQ(failure->status(), 200);
@@ -182,7 +165,7 @@ TEST(ExchangeSending, AnEarlySuccessIsAFailure)
 TEST(ExchangeSending, AServerThatClosesInTheMiddleIsAFailure)
 {
     ScriptedServer server([](ServerConnection& connection) { connection.receiveHead(); });
-    const auto failure = failureOf([&] { exchange(post(server, ContentRef(new EndlessContent), HUGE_SIZE)); });
+    const auto failure = failureOf([&] { exchange(post(server, ContentRef(new HugeContent), HugeContent::SIZE)); });
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->phase(), ExchangeException::E_SEND) << failure->getMessage();
     EXPECT_TRUE(failure->cause() == ExchangeException::E_RESET || failure->cause() == ExchangeException::E_CUT);
@@ -195,7 +178,7 @@ TEST(ExchangeSending, ASendWithoutProgressTimesOut)
     ScriptedServer deaf([](ServerConnection& connection) { connection.pause(std::chrono::seconds(9)); });
     ExchangeOptions options;
     options.progressTimeout = blocxx::Timeout::relative(0.3F);
-    expectFailure([&] { exchange(post(deaf, ContentRef(new EndlessContent), HUGE_SIZE), options); },
+    expectFailure([&] { exchange(post(deaf, ContentRef(new HugeContent), HugeContent::SIZE), options); },
                   ExchangeException::E_SEND, ExchangeException::E_TIMED_OUT, "no byte moved for 0.3 seconds");
 }
 

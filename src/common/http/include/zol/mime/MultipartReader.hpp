@@ -93,7 +93,8 @@ public:
     /// follows that has been read and dropped then.
     /// @throws HTTP::ExchangeException  phase E_BODY: the body ended before its closing delimiter (E_CUT, or what an
     ///                                  exchange says of its body), a limit (E_LIMIT), malformed header fields
-    ///                                  (E_MALFORMED); again on every further call
+    ///                                  (E_MALFORMED). A further call passes over a part with malformed or too many
+    ///                                  header fields, and throws the others again.
     /// @throws what the content throws
     std::optional<MultipartPart> next();
 
