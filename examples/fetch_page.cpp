@@ -1,36 +1,25 @@
-// Fetches one page from a server and writes its body to standard output: fetch_page HOST[:PORT] PATH
-
+// Writes what a URL names, or each part of it if it is multipart, to standard output: fetch_page URL
 #include "zol/http.hpp"
 
 #include <iostream>
 
 int main(int argc, char** argv)
+try
 {
     using namespace ZOLNS2;
-    if (argc != 3)
-    {
-        std::cerr << "usage: fetch_page HOST[:PORT] PATH\n";
-        return 2;
-    }
-    try
-    {
-        HTTP::Headers headers;
-        headers.addHeader("Host", argv[1]);
-        headers.addHeader("Connection", "close");
-        const HTTP::RequestLine line("GET", argv[2], argv[1], HTTP::HTTP_1_1);
-        const HTTP::Request request(line, headers, blocxx::IntrusiveReference<blocxx::SSLClientCtx>());
-
-        HTTP::Response response = HTTP::getPage(request, blocxx::Timeout::relative(10));
-        while (const MIME::ContentRef part = response.getNextPart())
-        {
-            HTTP::MIMEContentIStream body(part);
-            std::cout << body.rdbuf();
-        }
-        return 0;
-    }
-    catch (const blocxx::Exception& error)
-    {
-        std::cerr << "fetch_page: " << error.getMessage() << '\n';
-        return 1;
-    }
+    const HTTP::Url url(argc == 2 ? argv[1] : "");
+    const HTTP::ExchangeResponse response = HTTP::exchange(HTTP::RequestBuilder("GET", url).build());
+    if (response.isMultipart())
+        for (MIME::MultipartReader parts(response.getContent()); const auto part = parts.next();)
+            part->writeTo(std::cout);
+    else
+        response.writeTo(std::cout);
+    if (!response.isSuccess())
+        std::cerr << response.getStatusLine().toString() << '\n';
+    return response.isSuccess() && std::cout.flush() ? 0 : 1;
+}
+catch (const blocxx::Exception& error)
+{
+    std::cerr << error.getMessage() << '\n';
+    return 1;
 }

@@ -1,5 +1,5 @@
+#include "Example.hpp"
 #include "support/Certificates.hpp"
-#include "support/ChildProcess.hpp"
 #include "support/ScriptedServer.hpp"
 #include "support/TemporaryDirectory.hpp"
 
@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 namespace
 {
@@ -15,12 +14,7 @@ namespace
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using namespace zol_test;
-
-ChildProcess example(const std::string& name, std::vector<std::string> arguments)
-{
-    arguments.insert(arguments.begin(), std::string(EXAMPLES) + "/" + name);
-    return ChildProcess(arguments);
-}
+using examples_test::example;
 
 TEST(DigestMultipart, PrintsTheDigestThatOpensslPrints)
 {

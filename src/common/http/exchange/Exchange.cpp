@@ -107,6 +107,26 @@ private:
     bool m_withOwnCertificate = true;
 };
 
+void requireReusable(ExchangeLink& link)
+{
+    if (link.isReusable())
+    {
+        return;
+    }
+    if (!link.isIdle())
+    {
+        throw ExchangeException(ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_CONNECT,
+                                ExchangeException::E_ERROR,
+                                "The connection cannot be used again: see ExchangeConnection::reusable()");
+    }
+    const blocxx::String address = link.socket().getPeerAddress().toString();
+    ExchangeException exception(
+        ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_CONNECT, ExchangeException::E_CUT,
+        blocxx::Format("The server has closed the kept connection, or sent something unasked: %1", address).c_str());
+    exception.setSafeToRepeat();
+    throw exception;
+}
+
 void requireServer(const ExchangeLink& link, const Url& url, const Request& request)
 {
     if (!link.leadsTo(url.hostAndPort(), request.getSSLContext()))
@@ -124,12 +144,7 @@ ExchangeLinkRef Exchanging::linkFor(const Request& request, const Url& url, cons
         return openLink(request, url, m_guard, m_options, m_withOwnCertificate);
     }
     requireServer(*kept, url, request);
-    if (!kept->isReusable())
-    {
-        throw ExchangeException(ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_CONNECT,
-                                ExchangeException::E_ERROR,
-                                "The connection cannot be used again: see ExchangeConnection::reusable()");
-    }
+    requireReusable(*kept);
     kept->begin(m_guard, m_options);
     return kept;
 }

@@ -60,6 +60,9 @@ public:
 
     /// The exchange is over, and the other side knows it as well.
     void keep() { m_idle = true; }
+    bool isIdle() const { return m_idle; }
+
+    /// Idle, and neither closed by the server nor with anything that it sent unasked.
     bool isReusable();
     bool servedBefore() const { return m_exchanges > 1; }
 

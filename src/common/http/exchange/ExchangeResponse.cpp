@@ -2,6 +2,7 @@
 
 #include "exchange/ExchangeUnit.hpp"
 #include "exchange/ReceivedBody.hpp"
+#include "exchange/WriteContent.hpp"
 
 #include <algorithm>
 
@@ -17,6 +18,14 @@ constexpr size_t FIRST_BLOCK_SIZE = 16384;
 {
     throw ExchangeException(ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_BODY, cause, text.c_str(),
                             body.systemError(), body.status());
+}
+
+void requireComplete(const ReceivedBody& body)
+{
+    if (body.end() != ExchangeResponse::E_COMPLETE)
+    {
+        throwNotRead(body, body.cause(), body.endText());
+    }
 }
 
 } // namespace
@@ -75,12 +84,17 @@ blocxx::Array<char> ExchangeResponse::readAll(std::size_t limit) const
                          blocxx::Format("The body is larger than %1 bytes", limit));
         }
     }
-    if (m_body->end() != E_COMPLETE)
-    {
-        throwNotRead(*m_body, m_body->cause(), m_body->endText());
-    }
+    requireComplete(*m_body);
     bytes.resize(size);
     return bytes;
+}
+
+void ExchangeResponse::writeTo(std::ostream& out) const
+{
+    if (MIME::writeContent(m_body, m_body->createInitialStreamState(), out))
+    {
+        requireComplete(*m_body);
+    }
 }
 
 } // namespace ZOLNS2::HTTP

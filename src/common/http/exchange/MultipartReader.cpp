@@ -5,6 +5,7 @@
 #include "exchange/HeadFields.hpp"
 #include "exchange/MultipartScanner.hpp"
 #include "exchange/ReceivedBody.hpp"
+#include "exchange/WriteContent.hpp"
 
 #include "blocxx/BaseStreamBuffer.hpp"
 #include "blocxx/internal/GetArea.hpp"
@@ -155,6 +156,15 @@ public:
 
     bool endedBadly(const ContentStreamStateRef&) const override { return m_isCut; }
 
+    /// @throws HTTP::ExchangeException if the body ended in the part
+    void requireWhole() const
+    {
+        if (m_isCut)
+        {
+            m_scanner->throwCut();
+        }
+    }
+
 private:
     std::size_t take(char* buffer, std::size_t room)
     {
@@ -248,6 +258,18 @@ MultipartPart::MultipartPart(const HTTP::Headers& headers, const ContentTypeHead
 MultipartPart::MultipartPart(const MultipartPart&) = default;
 MultipartPart& MultipartPart::operator=(const MultipartPart&) = default;
 MultipartPart::~MultipartPart() = default;
+
+void MultipartPart::writeTo(std::ostream& out) const
+{
+    if (!writeContent(m_content, m_content->createInitialStreamState(), out))
+    {
+        return;
+    }
+    if (const auto content = m_content.cast_to<PartContent>())
+    {
+        content->requireWhole();
+    }
+}
 
 MultipartReader::MultipartReader(const ContentRef& body) : MultipartReader(body, Limits()) {}
 

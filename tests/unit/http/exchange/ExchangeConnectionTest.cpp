@@ -28,8 +28,8 @@ ScriptedServer::Script respondingInTurn(std::vector<std::string> responses)
     };
 }
 
-bool isReusableAfter(const std::string& response, const std::string& method = "GET",
-                     const Headers& headers = Headers(), ZOLNS2::HTTP::Version version = ZOLNS2::HTTP::HTTP_1_1)
+bool isReusableAfter(const std::string& response, const std::string& method = "GET", const Headers& headers = Headers(),
+                     ZOLNS2::HTTP::Version version = ZOLNS2::HTTP::HTTP_1_1)
 {
     ScriptedServer server(respondingInTurn({response}));
     server.ignoreErrors();
@@ -74,7 +74,8 @@ TEST(ExchangeConnection, IsReusableAtOnceWithoutABody)
 
 TEST(ExchangeConnection, NeedsExactFraming)
 {
-    EXPECT_FALSE(isReusableAfter("HTTP/1.1 200 OK\r\nContent-Length: 1\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n"));
+    EXPECT_FALSE(
+        isReusableAfter("HTTP/1.1 200 OK\r\nContent-Length: 1\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n"));
     EXPECT_FALSE(isReusableAfter("HTTP/1.1 101 Switching Protocols\r\n\r\n"));
     ScriptedServer server(zol_test::respondingWith("HTTP/1.1 200 OK\r\n\r\nbody"));
     const ExchangeResponse toClose = exchange(get(server));
@@ -105,6 +106,11 @@ TEST(ExchangeConnection, IsNotReusableOnceTheServerHasClosedIt)
     bodyOf(response);
     ASSERT_TRUE(server.waitUntilIdle());
     EXPECT_FALSE(response.reusable());
+    const auto failure = failureOf([&] { exchange(response.getConnection(), get(server)); });
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->phase(), ExchangeException::E_CONNECT);
+    EXPECT_EQ(failure->cause(), ExchangeException::E_CUT);
+    EXPECT_TRUE(failure->isSafeToRepeat());
 }
 
 TEST(ExchangeConnection, ServesTwoHundredExchanges)

@@ -243,6 +243,32 @@ TEST(ExchangeReadAll, ThrowsForABodyThatIsNotComplete)
     EXPECT_EQ(failure->status(), 500);
 }
 
+TEST(ExchangeWriteTo, WritesTheBody)
+{
+    std::ostringstream out;
+    responseTo(OK + "Content-Length: 4\r\n\r\nbody").writeTo(out);
+    EXPECT_EQ(out.str(), "body");
+    responseTo(OK + "Content-Length: 0\r\n\r\n").writeTo(out);
+    EXPECT_TRUE(out.good());
+}
+
+TEST(ExchangeWriteTo, ThrowsForABodyThatIsNotCompleteBehindWhatArrived)
+{
+    std::ostringstream out;
+    expectFailure([&] { responseTo(OK + "Content-Length: 10\r\n\r\nbody").writeTo(out); }, ExchangeException::E_BODY,
+                  ExchangeException::E_CUT, "The body ended 6 bytes before its announced length of 10");
+    EXPECT_EQ(out.str(), "body");
+}
+
+TEST(ExchangeWriteTo, StopsWhereTheStreamFails)
+{
+    const ExchangeResponse response = responseTo(OK + "Content-Length: 4\r\n\r\nbody");
+    std::ostringstream out;
+    out.setstate(std::ios::badbit);
+    response.writeTo(out);
+    EXPECT_EQ(response.bodyEnd(), ExchangeResponse::E_OPEN);
+}
+
 TEST(ExchangeReadAll, LimitHoldsOnBothSides)
 {
     for (const std::string& head : {OK + "Content-Length: 4\r\n\r\n", OK + "\r\n"})

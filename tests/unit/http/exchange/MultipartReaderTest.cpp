@@ -299,6 +299,28 @@ TEST(MultipartReader, APartMayEndBehindAMalformedLine)
     expectFailure("--b\r\nno colon\r\n--b--", ExchangeException::E_MALFORMED, "line 1 has no colon: \"no colon\"");
 }
 
+TEST(MultipartPart, IsWrittenToAStream)
+{
+    MultipartReader reader(body({"--b\r\n\r\n\r\n--b\r\n\r\none\r\n--b--"}));
+    std::ostringstream out;
+    while (const auto part = reader.next())
+    {
+        part->writeTo(out);
+    }
+    EXPECT_EQ(out.str(), "one");
+    EXPECT_TRUE(out.good());
+}
+
+TEST(MultipartPart, ThatIsCutIsWrittenAsFarAsItArrivedAndThrows)
+{
+    MultipartReader reader(body({"--b\r\n\r\ncut pa"}));
+    const auto part = reader.next();
+    ASSERT_TRUE(part);
+    std::ostringstream out;
+    EXPECT_THROW(part->writeTo(out), ExchangeException);
+    EXPECT_EQ(out.str(), "cut pa");
+}
+
 TEST(MultipartReader, StaysAtItsEnd)
 {
     MultipartReader reader(body({WIRE}));

@@ -4,7 +4,11 @@
 /// Everything that the library offers.
 
 #include "zol/http/ChunkedContent.hpp"
+#include "zol/http/Exchange.hpp"
+#include "zol/http/ExchangeConnection.hpp"
 #include "zol/http/ExchangeException.hpp"
+#include "zol/http/ExchangeOptions.hpp"
+#include "zol/http/ExchangeResponse.hpp"
 #include "zol/http/HTTPClient.hpp"
 #include "zol/http/HTTPConnection.hpp"
 #include "zol/http/HTTPException.hpp"
@@ -28,6 +32,7 @@
 #include "zol/mime/FileContent.hpp"
 #include "zol/mime/MultipartContent.hpp"
 #include "zol/mime/MultipartMixedContent.hpp"
+#include "zol/mime/MultipartReader.hpp"
 #include "zol/mime/OctetStreamContent.hpp"
 #include "zol/mime/TextContent.hpp"
 #include "zol/mime/TypedContent.hpp"

@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 
 namespace ZOLNS2::HTTP
 {
@@ -23,7 +24,10 @@ class ReceivedBody;
 /// @code
 /// const HTTP::ExchangeResponse response = HTTP::exchange(request);
 /// HTTP::MIMEContentIStream body(response.getContent());
-/// std::cout << body.rdbuf();
+/// for (std::string line; std::getline(body, line);)
+/// {
+///     std::cout << line << '\n';
+/// }
 /// if (response.bodyEnd() != HTTP::ExchangeResponse::E_COMPLETE)
 /// {
 ///     std::cerr << response.bodyEndText() << '\n';
@@ -83,6 +87,9 @@ public:
     /// none or one that cannot be read (RFC 9110, section 8.3).
     const MIME::ContentTypeHeader& getContentType() const { return m_head.contentType; }
 
+    /// Whether the body is for a MIME::MultipartReader.
+    bool isMultipart() const { return m_head.contentType.getType().equalsIgnoreCase("multipart"); }
+
     /// The URL that was asked last, which is the last redirect's target.
     const blocxx::String& getUrl() const { return m_head.url; }
 
@@ -102,6 +109,11 @@ public:
     /// @throws ExchangeException  phase E_BODY: it is not complete, or larger than `limit` bytes
     /// @throws MIME::ContentException  its reading has been begun already
     blocxx::Array<char> readAll(std::size_t limit = READ_ALL_LIMIT) const;
+
+    /// Writes the whole body to `out` as it arrives. Stops where `out` fails, which its state says.
+    /// @throws ExchangeException  phase E_BODY: the body is not complete; what arrived has been written
+    /// @throws MIME::ContentException  its reading has been begun already
+    void writeTo(std::ostream& out) const;
 
     /// The connection that the response came over.
     const ExchangeConnection& getConnection() const { return m_connection; }

@@ -40,6 +40,11 @@ public:
     /// It may be multipart itself: another MultipartReader reads it.
     const ContentRef& getContent() const { return m_content; }
 
+    /// Writes the whole part to `out` as it arrives. Stops where `out` fails, which its state says.
+    /// @throws HTTP::ExchangeException  phase E_BODY: the body ended in the part; what arrived has been written
+    /// @throws ContentException  the reading of the part has been begun already
+    void writeTo(std::ostream& out) const;
+
 private:
     HTTP::Headers m_headers;
     ContentTypeHeader m_contentType;
@@ -52,8 +57,8 @@ private:
 /// MIME::MultipartReader reader(response.getContent());
 /// while (const std::optional<MIME::MultipartPart> part = reader.next())
 /// {
-///     HTTP::MIMEContentIStream body(part->getContent());
-///     std::cout << part->getHeaders() << "\n" << body.rdbuf();
+///     std::cout << part->getHeaders().getHeaderValue("Content-Disposition") << '\n';
+///     part->writeTo(std::cout);
 /// }
 /// @endcode
 ///
