@@ -28,6 +28,9 @@ namespace
 using blocxx::String;
 
 constexpr size_t BLOCK_SIZE = 65536;
+
+// A read of this size saves the copy that a block costs.
+constexpr size_t DIRECT_SIZE = 16384;
 // More than this is read in several calls.
 constexpr size_t LARGEST_READ = 1U << 30U;
 
@@ -176,7 +179,7 @@ size_t FileContent::getData(char* buf, size_t len, const ContentStreamStateRef& 
     {
         return held;
     }
-    if (len >= BLOCK_SIZE)
+    if (len >= DIRECT_SIZE)
     {
         return readFile(buf, len, own);
     }

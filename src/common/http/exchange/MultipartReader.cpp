@@ -8,12 +8,10 @@
 #include "exchange/WriteContent.hpp"
 
 #include "blocxx/BaseStreamBuffer.hpp"
-#include "blocxx/internal/GetArea.hpp"
 #include "zol/mime/ContentEnd.hpp"
 #include "zol/mime/ContentException.hpp"
 
 #include <algorithm>
-#include <cstring>
 #include <istream>
 #include <memory>
 #include <utility>
@@ -137,7 +135,7 @@ public:
         {
             return 0;
         }
-        const std::size_t count = take(buffer, room);
+        const std::size_t count = m_scanner->read(buffer, room);
         m_ended = count == 0;
         m_isCut = m_ended && m_scanner->isCut();
         return m_ended ? END_OF_DATA : count;
@@ -166,18 +164,6 @@ public:
     }
 
 private:
-    std::size_t take(char* buffer, std::size_t room)
-    {
-        if (std::streambuf::traits_type::eq_int_type(m_scanner->sgetc(), std::streambuf::traits_type::eof()))
-        {
-            return 0;
-        }
-        const std::string_view held = blocxx::Internal::GetArea::of(*m_scanner).substr(0, room);
-        std::memcpy(buffer, held.data(), held.size());
-        blocxx::Internal::GetArea::consume(*m_scanner, held.size());
-        return held.size();
-    }
-
     MultipartScannerRef m_scanner;
     const std::size_t m_section;
     const ContentTypeHeader m_contentType;

@@ -18,6 +18,9 @@ using HTTP::ExchangeUnit::SOURCE_UNIT;
 // A line end in front of a delimiter belongs to it, so that much is held back with it.
 constexpr std::size_t LONGEST_LINE_END = 2;
 
+// A shorter read goes through the window, so that many short ones share a read of the source.
+constexpr std::size_t LARGE_READ_SIZE = 8192;
+
 // Of a delimiter's line, in bytes; a line with more is none.
 constexpr std::size_t MAX_PADDING = 1000;
 
@@ -101,6 +104,20 @@ MultipartScanner::int_type MultipartScanner::underflow()
 /// Makes at least one byte of the section available. @return false at its end
 bool MultipartScanner::advance()
 {
+    while (!exposeHeld())
+    {
+        if (sectionEnded())
+        {
+            return false;
+        }
+        fill();
+    }
+    return true;
+}
+
+/// Makes available what has been read and can only belong to the section. @return whether there is any
+bool MultipartScanner::exposeHeld()
+{
     while (gptr() == egptr())
     {
         if (m_atDelimiter || m_over)
@@ -115,11 +132,53 @@ bool MultipartScanner::advance()
         {
             expose(m_filled);
             m_searched = m_filled;
-            return gptr() != egptr();
         }
-        fill();
+        return gptr() != egptr();
     }
     return true;
+}
+
+std::size_t MultipartScanner::read(char* to, std::size_t room)
+{
+    while (!exposeHeld())
+    {
+        if (sectionEnded())
+        {
+            return 0;
+        }
+        if (room < LARGE_READ_SIZE || held() > room / 2)
+        {
+            fill();
+        }
+        else if (const std::size_t count = readDirect(to, room))
+        {
+            return count;
+        }
+    }
+    const std::size_t count = std::min(static_cast<std::size_t>(egptr() - gptr()), room);
+    std::memcpy(to, gptr(), count);
+    setg(eback(), gptr() + count, egptr());
+    return count;
+}
+
+/// Reads past the window, which takes back what may belong to a delimiter. For the body of a part, which cannot begin with
+/// a delimiter. @return 0 if that is all
+std::size_t MultipartScanner::readDirect(char* to, std::size_t room)
+{
+    const std::size_t before = held();
+    std::memcpy(to, gptr(), before);
+    const std::size_t size = before + readSource(to + before, std::min(room, WINDOW_SIZE) - before);
+    const std::size_t found = m_search.find(to, size);
+    std::size_t end = found == m_search.npos ? size - std::min(size, m_delimiter.size() - 1) : found;
+    end -= std::min(end, LONGEST_LINE_END);
+    // The byte in front of what is searched next tells whether a line begins there.
+    m_window[0] = end > 0 ? to[end - 1] : *(gptr() - 1);
+    std::memcpy(m_window.get() + 1, to + end, size - end);
+    setg(m_window.get(), m_window.get() + 1, m_window.get() + 1);
+    m_filled = 1 + size - end;
+    m_searched = 1;
+    m_sectionStartIsInWindow = false;
+    return end;
 }
 
 /// Looks for a delimiter in what has been read. @return whether that changed what is available, or found one
@@ -227,7 +286,12 @@ void MultipartScanner::fill()
         char* const at = gptr() - dropped;
         setg(m_window.get(), at, at);
     }
-    const std::size_t count = m_source->read(m_window.get() + m_filled, m_windowSize - m_filled);
+    m_filled += readSource(m_window.get() + m_filled, m_windowSize - m_filled);
+}
+
+std::size_t MultipartScanner::readSource(char* to, std::size_t room)
+{
+    const std::size_t count = m_source->read(to, room);
     m_sourceEnded = count == 0;
     m_total += count;
     if (m_total > m_limits.bytes)
@@ -235,7 +299,7 @@ void MultipartScanner::fill()
         throw ExchangeException(SOURCE_UNIT, __LINE__, ExchangeException::E_BODY, ExchangeException::E_LIMIT,
                                 blocxx::Format("The multipart body is larger than %1 bytes", m_limits.bytes).c_str());
     }
-    m_filled += count;
+    return count;
 }
 
 } // namespace ZOLNS2::MIME

@@ -49,6 +49,9 @@ public:
     /// @throws HTTP::ExchangeException if the body ended before that, or is over a limit
     bool enterNext();
 
+    /// Bytes of the section, large ones straight from the source. @return 0 at its end
+    std::size_t read(char* to, std::size_t room);
+
     /// Of the section that it stands in; 0 is the preamble.
     std::size_t section() const { return m_section; }
 
@@ -76,6 +79,10 @@ private:
     };
 
     bool advance();
+    bool exposeHeld();
+    bool sectionEnded() const { return m_atDelimiter || m_over || m_sourceEnded; }
+    std::size_t readDirect(char* to, std::size_t room);
+    std::size_t readSource(char* to, std::size_t room);
     void dropRest();
     void fill();
     bool scan();
@@ -83,6 +90,7 @@ private:
     bool isLineStart(std::size_t at) const;
     std::size_t dataEnd(std::size_t at) const;
     void expose(std::size_t end);
+    std::size_t held() const { return m_filled - position(); }
     std::size_t position() const { return static_cast<std::size_t>(gptr() - m_window.get()); }
 
     static constexpr std::size_t WINDOW_SIZE = 65536;

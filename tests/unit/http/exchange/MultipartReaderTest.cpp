@@ -43,24 +43,24 @@ ContentRef body(std::vector<std::string> pieces, const char* boundary = "b")
     return content;
 }
 
-std::string bytesOf(const ContentRef& content)
+std::string bytesOf(const ContentRef& content, size_t blockSize = 1000)
 {
     const auto state = content->createInitialStreamState();
     std::string bytes;
-    char block[1000];
-    for (size_t count = 0; (count = content->getData(block, sizeof block, state)) != ZOLNS2::MIME::END_OF_DATA;)
+    std::string block(blockSize, '\0');
+    for (size_t count = 0; (count = content->getData(block.data(), blockSize, state)) != ZOLNS2::MIME::END_OF_DATA;)
     {
-        bytes.append(block, count);
+        bytes.append(block, 0, count);
     }
     return bytes;
 }
 
-std::vector<std::string> partsOf(MultipartReader reader)
+std::vector<std::string> partsOf(MultipartReader reader, size_t blockSize = 1000)
 {
     std::vector<std::string> parts;
     while (const auto part = reader.next())
     {
-        parts.push_back(bytesOf(part->getContent()));
+        parts.push_back(bytesOf(part->getContent(), blockSize));
     }
     return parts;
 }
@@ -395,10 +395,42 @@ TEST(MultipartReader, LargePartsArriveWholeBetweenNearDelimiters)
         large += zol_test::distinctBytes(997) + "\r\n--boundar\r\n--boundary7";
     }
     const std::string wire = "--boundary\r\n\r\n" + large + "\r\n--boundary\r\n\r\n" + large + "\r\n--boundary--\r\n";
-    const std::vector<std::string> parts = partsOf(MultipartReader(body({wire}, "boundary")));
-    ASSERT_EQ(parts.size(), 2U);
-    EXPECT_TRUE(parts[0] == large);
-    EXPECT_TRUE(parts[1] == large);
+    for (const size_t blockSize : {1000, 8192, 20000, 65536, 1000000})
+    {
+        SCOPED_TRACE(blockSize);
+        const std::vector<std::string> parts = partsOf(MultipartReader(body({wire}, "boundary")), blockSize);
+        ASSERT_EQ(parts.size(), 2U);
+        EXPECT_TRUE(parts[0] == large);
+        EXPECT_TRUE(parts[1] == large);
+    }
+}
+
+TEST(MultipartReader, LargeReadsEndAtADelimiterWhereverItStands)
+{
+    constexpr size_t SIZE = 140000; // two large reads, and some
+    for (size_t size = SIZE; size < SIZE + 60; ++size)
+    {
+        const std::string large = zol_test::distinctBytes(size);
+        const std::string wire = "--boundary\r\n\r\n" + large + "\r\n--boundary\r\n\r\n\r\n--boundary--";
+        for (const size_t cut : {size_t{65536}, size_t{65600}, wire.size() - 30, wire.size() - 20, wire.size() - 1})
+        {
+            const ContentRef split = body({wire.substr(0, cut), wire.substr(cut)}, "boundary");
+            const std::vector<std::string> parts = partsOf(MultipartReader(split), 65536);
+            ASSERT_EQ(parts.size(), 2U);
+            ASSERT_TRUE(parts[0] == large) << size << ", " << cut;
+            ASSERT_EQ(parts[1], "");
+        }
+    }
+}
+
+TEST(MultipartReader, LargeReadsTellACut)
+{
+    MultipartReader reader(body({"--b\r\n\r\n" + zol_test::distinctBytes(200000)}));
+    const auto part = reader.next();
+    ASSERT_TRUE(part);
+    std::ostringstream out;
+    EXPECT_THROW(part->writeTo(out), ExchangeException);
+    EXPECT_TRUE(out.str() == zol_test::distinctBytes(200000));
 }
 
 } // namespace
