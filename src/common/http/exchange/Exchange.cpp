@@ -156,11 +156,14 @@ ExchangeResponse Exchanging::run(const Request& first, const ExchangeLinkRef& ke
     Readings readings(request.getContent(), m_options.mostRedirects > 0);
     for (unsigned followed = 0;; ++followed)
     {
-        ZOL_LOG(m_log, DEBUG2, blocxx::Format("Making the following request: %1", request.getRequestLine()));
         const Url url = urlOf(request);
+        ZOL_LOG(m_log, DEBUG2,
+                blocxx::Format("Making the following request: %1 %2", request.getRequestLine().method, url.toString()));
         const ExchangeLinkRef link = linkFor(request, url, followed == 0 ? kept : ExchangeLinkRef());
+        ZOL_LOG(m_log, DEBUG3, blocxx::Format("Connected to %1", link->socket().getPeerAddress().toString()));
         const Received received = sendAndReceive(request, readings.current(), *link);
         ZOL_LOG(m_log, DEBUG2, blocxx::Format("Received: %1", received.head.statusLine.toString()));
+        ZOL_LOG(m_log, DEBUG3, received.requestIsWhole ? "The request was sent whole" : "The request was sent in part");
         const Redirect redirect = redirectOf(request, url, received.head, readings, followed);
         if (!redirect.next)
         {

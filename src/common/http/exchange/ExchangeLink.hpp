@@ -43,8 +43,8 @@ public:
     std::string_view held() const { return blocxx::Internal::GetArea::of(m_input); }
     void consume(std::size_t count) { blocxx::Internal::GetArea::consume(m_input, count); }
 
-    /// Waits for one read, unless bytes are held. @return whether any are
-    bool fill() { return m_direct.fillGetArea(INPUT_SIZE); }
+    /// Waits for one read of at most `size` bytes, unless bytes are held. @return whether any are
+    bool fill(std::size_t size = INPUT_SIZE) { return m_direct.fillGetArea(size); }
 
     /// What is held, or what one read brings; large reads go past the buffer. @return 0 at the end of the input or when it
     /// failed

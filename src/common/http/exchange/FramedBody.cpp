@@ -11,10 +11,10 @@ namespace ZOLNS2::HTTP
 namespace
 {
 
-// The data of a chunk of at least this size goes past the buffer, if the reader has asked for as much.
+// The data of chunks of at least this size goes past the buffer, if the reader has asked for as much.
 constexpr size_t LARGE_CHUNK_SIZE = 8192;
 
-// What may come along of the framing between two of them.
+// What is read for the framing between two of them: more would take data into the buffer that could go past it.
 constexpr size_t FRAMING_READ_SIZE = 32;
 
 ExchangeResponse::EBodyEnd endOf(ExchangeException::ECause cause)
@@ -119,12 +119,13 @@ size_t FramedBody::readChunked(char* buffer, size_t room)
     {
         if (m_link->held().empty())
         {
-            const bool large = m_decoder.dataLeft() >= LARGE_CHUNK_SIZE && room >= LARGE_CHUNK_SIZE;
-            if (large)
+            // After one large chunk, another is likely.
+            const bool large = m_decoder.chunkSize() >= LARGE_CHUNK_SIZE && room >= LARGE_CHUNK_SIZE;
+            if (large && m_decoder.dataLeft() > 0)
             {
                 return readChunkData(buffer, room);
             }
-            if (!m_link->fill())
+            if (!m_link->fill(large ? FRAMING_READ_SIZE : ExchangeLink::INPUT_SIZE))
             {
                 finishEnded("before its last chunk");
                 return 0;

@@ -2,10 +2,13 @@
 
 #include "exchange/DefaultSslContext.hpp"
 #include "exchange/ExchangeUnit.hpp"
+#include "exchange/Text.hpp"
 
 #include <algorithm>
 #include <array>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace ZOLNS2::HTTP
 {
@@ -103,8 +106,10 @@ Url urlOf(const Request& request)
 {
     const RequestLine& line = request.getRequestLine();
     const bool hasPath = !line.requestURI.empty() && line.requestURI.charAt(0) == '/';
-    return Url(blocxx::Format("%1://%2%3", request.getSSLContext() ? "https" : "http", line.url,
-                              hasPath ? line.requestURI : blocxx::String("/")));
+    std::string text(request.getSSLContext() ? "https://" : "http://");
+    text += viewOf(line.url);
+    text += hasPath ? viewOf(line.requestURI) : std::string_view("/");
+    return Url(blocxx::String(std::move(text)));
 }
 
 Redirect redirectOf(const Request& request, const Url& source, const ReceivedHead& head, const ExchangeOptions& options)

@@ -37,7 +37,8 @@ struct ZOL_API ExchangeOptions
     blocxx::Timeout connectTimeout = blocxx::Timeout::relative(30);
 
     /// Bounds the head of the response from the end of the request on, interim responses included, whatever progress
-    /// it makes.
+    /// it makes. The trailer of a chunked body is bounded by as much, and so is a head that comes before the end of the
+    /// request.
     blocxx::Timeout headTimeout = blocxx::Timeout::relative(120);
 
     /// Bounds each read and each write: how long no byte may move.

@@ -20,6 +20,12 @@ namespace ZOLNS2::HTTP
 ///                                         blocxx::Timeout::relative(10));
 /// @endcode
 ///
+/// getPage() is the right tool where every byte that goes onto the wire has to be the caller's, and where a multipart
+/// response is to be split into contents in memory. It trusts the server: it bounds the connect alone, takes the end of
+/// the connection for the end of a body, and makes an exception of every status outside 200 to 299. For servers that
+/// are not one's own, exchange() (zol/http/Exchange.hpp) is the tool: it bounds time and memory, distinguishes a complete
+/// body from a cut one, returns every status with its head and body, and can be cancelled.
+///
 /// Host and port come from the `url` of the request line: a host, or a host, a colon and a port. Without a port, and
 /// where the port is not a number up to 65535, it is 80, with TLS as well. No redirect is followed and nothing is
 /// retried.

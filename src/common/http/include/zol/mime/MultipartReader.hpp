@@ -63,7 +63,8 @@ private:
 /// @endcode
 ///
 /// A delimiter is a line of its own: "--", the boundary, and blanks or tabs. What stands in front of the first one and behind
-/// the closing one is passed over. The memory that a reader needs does not depend on the body: about 70 KiB, and the
+/// the closing one is passed over; an end that is bad behind the closing one does not make the parts less whole, so that
+/// only ExchangeResponse::bodyEnd() tells it. The memory that a reader needs does not depend on the body: about 70 KiB, and the
 /// header fields of one part.
 ///
 /// Threads: one at a time, its parts included. Copies share the position.
