@@ -9,15 +9,17 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string>
-#include <utility>
+#include <string_view>
 
 namespace
 {
 
 using namespace exchange_integration;
-using testing::HasSubstr;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 using zol_test::textOf;
