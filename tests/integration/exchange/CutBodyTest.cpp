@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <iterator>
 #include <string>
 

@@ -8,13 +8,13 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
 #include <string>
 
 namespace
 {
 
 using namespace exchange_integration;
-using testing::HasSubstr;
 
 /// Responds to a form with a line for each part: its name, its file name, its type, its size and its checksum.
 const char* const EMAIL_SERVER = R"py(

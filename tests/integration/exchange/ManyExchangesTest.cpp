@@ -12,6 +12,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <iterator>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -138,7 +140,8 @@ TEST_F(ManyExchanges, EachKeepItsOwnConnection)
             }
         });
     EXPECT_THAT(problems, ElementsAre());
-    EXPECT_EQ(requestsSeenBy(m_server, THREADS * (ROUNDS + 1)), std::size_t{THREADS * (ROUNDS + 1)});
+    const std::size_t requests = std::size_t{THREADS} * (ROUNDS + 1);
+    EXPECT_EQ(requestsSeenBy(m_server, requests), requests);
 }
 
 TEST_F(ManyExchanges, LeaveNoDescriptorOpen)

@@ -2,13 +2,11 @@
 #include "support/NginxServer.hpp"
 #include "support/ScriptedContent.hpp"
 
-#include "zol/http/MIMEContentIStream.hpp"
 #include "zol/mime/FileContent.hpp"
 #include "zol/mime/TypedContent.hpp"
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
 #include <sstream>
 #include <string>
 
@@ -17,7 +15,6 @@ namespace
 
 using namespace exchange_integration;
 using testing::HasSubstr;
-using testing::Not;
 using testing::StartsWith;
 using zol_test::distinctBytes;
 using zol_test::NginxServer;

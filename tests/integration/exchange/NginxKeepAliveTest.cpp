@@ -7,8 +7,11 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace
 {

@@ -2,9 +2,11 @@
 #include "Trust.hpp"
 #include "support/NginxServer.hpp"
 #include "support/ScriptedContent.hpp"
+#include "support/TemporaryDirectory.hpp"
 
 #include <gmock/gmock.h>
 
+#include <optional>
 #include <string>
 
 namespace
@@ -12,7 +14,6 @@ namespace
 
 using namespace exchange_integration;
 using testing::HasSubstr;
-using testing::StartsWith;
 using zol_integration::trusting;
 using zol_test::Certificate;
 using zol_test::NginxServer;

@@ -7,7 +7,12 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
+#include <iterator>
+#include <limits>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace
 {

@@ -9,7 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <ostream>
+#include <string>
 #include <vector>
 
 namespace exchange_integration

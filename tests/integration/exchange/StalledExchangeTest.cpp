@@ -5,7 +5,9 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <thread>
 
