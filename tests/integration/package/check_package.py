@@ -264,7 +264,7 @@ def dependencies(args):
 
     # The options that the messages name keep their promise.
     options = [tools, tests, benchmarks]
-    needless = [option for option in disabled if not option.endswith("OpenSSL=ON")]
+    needless = [option for option in disabled if not option.endswith(("OpenSSL=ON", "ZLIB=ON"))]
     done = configure(args, args.source, fresh(args.work), *options, *needless, environment=environment)
     if done.returncode != 0:
         problems.append(f"with {options} it still needs:\n{done.stdout}")
