@@ -14,6 +14,7 @@ namespace
 {
 
 using namespace exchange_integration;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 using zol_test::distinctBytes;
@@ -22,7 +23,10 @@ using zol_test::NginxServer;
 NginxServer::Options configuration()
 {
     NginxServer::Options options;
+    options.ipv6 = true;
     options.server = R"(
+        location = /host { return 200 "$http_host $server_addr"; }
+        location = /secret { auth_basic "a realm"; auth_basic_user_file passwords; try_files /secret.txt =500; }
         location = /odd-type { default_type "text/html;"; return 200 "<p>odd</p>"; }
         location = /moved { return 302 /target; }
         location = /none { return 204; }
@@ -88,6 +92,41 @@ TEST_F(NginxExchange, RepeatedFieldsStayApart)
     fields << response.getHeaders();
     EXPECT_THAT(fields.str(), HasSubstr("Set-Cookie: a=1\r\nSET-cookie: b=2\r\n"));
     EXPECT_EQ(bodyOf(response), "ok");
+}
+
+TEST_F(NginxExchange, TakesAnIpv6Address)
+{
+    const std::string server = "[::1]:" + std::to_string(m_server.ipv6Port());
+    EXPECT_EQ(bodyOf(exchange(get("http://" + server + "/host"))), server + " ::1");
+}
+
+// The name has an address of each family, and the servers have different ports.
+TEST_F(NginxExchange, LooksForAddressesOfTheWantedFamilyOnly)
+{
+    const std::string name = "many.names.example";
+    const Request six = get(plainUrl(m_server.ipv6Port(), "/host", name));
+    const Request four = get(plainUrl(m_server.port(), "/host", name));
+    ExchangeOptions only6;
+    only6.family = blocxx::LookUp::E_IPV6_ONLY;
+    ExchangeOptions only4;
+    only4.family = blocxx::LookUp::E_IPV4_ONLY;
+    EXPECT_THAT(bodyOf(exchange(six, only6)), EndsWith(" ::1"));
+    EXPECT_THAT(bodyOf(exchange(four, only4)), EndsWith(" 127.0.0.1"));
+    EXPECT_THAT(bodyOf(exchange(six)), EndsWith(" ::1"));
+    EXPECT_THAT(bodyOf(exchange(four)), EndsWith(" 127.0.0.1"));
+    expectFailure([&] { exchange(six, only4); }, ExchangeException::E_CONNECT, ExchangeException::E_ERROR, "127.0.0.2");
+    expectFailure([&] { exchange(four, only6); }, ExchangeException::E_CONNECT, ExchangeException::E_ERROR, "[::1]");
+}
+
+TEST_F(NginxExchange, BasicAuthenticationIsUnderstood)
+{
+    file("secret.txt", "the secret");
+    m_server.folder().write("passwords", "me:{PLAIN}a password\n");
+    const ExchangeResponse refused = exchange(get(url("/secret")));
+    EXPECT_EQ(refused.getStatus(), 401);
+    EXPECT_EQ(headerOf(refused, "WWW-Authenticate"), "Basic realm=\"a realm\"");
+    EXPECT_EQ(bodyOf(exchange(asking("GET", url("/secret")).basicAuthentication("me", "a password").build())),
+              "the secret");
 }
 
 // The connection stays open: a body that is looked for here would not come.

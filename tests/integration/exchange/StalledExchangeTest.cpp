@@ -175,6 +175,28 @@ TEST_P(StalledExchange, EndsAtOnceWhenASignalHandlerCancelsIt)
     EXPECT_LT(time, 1s);
 }
 
+// The unwinding of a cancelled thread is no failure of the exchange's.
+TEST_P(StalledExchange, EndsWithItsThread)
+{
+    pthread_t thread{};
+    const auto run = [](void* stall) -> void*
+    {
+        const auto& place = *static_cast<const Stall*>(stall);
+        const ExchangeResponse response = exchange(place.request(), place.options());
+        place.setResponded();
+        response.readAll();
+        return nullptr;
+    };
+    ASSERT_EQ(::pthread_create(&thread, nullptr, run, m_stall.get()), 0);
+    waitUntilStalled();
+    ::pthread_cancel(thread);
+    void* result = nullptr;
+    const Clock::time_point start = Clock::now();
+    ASSERT_EQ(::pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_LT(Clock::now() - start, 5s);
+}
+
 INSTANTIATE_TEST_SUITE_P(In, StalledExchange, testing::ValuesIn(PLACES),
                          [](const testing::TestParamInfo<Place>& one) { return one.param.name; });
 
