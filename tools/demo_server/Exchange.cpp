@@ -50,7 +50,7 @@ bool equalsIgnoringCase(std::string_view left, std::string_view right)
 
 } // namespace
 
-Exchange::Exchange(Peer& peer) : m_peer(peer)
+Exchange::Exchange(Peer& peer, std::uint64_t number) : m_peer(peer), m_number(number)
 {
     readHead();
     std::string_view lines = m_request.head;
@@ -98,6 +98,10 @@ void Exchange::parseHeaders(std::string_view lines)
         {
             m_request.contentLength = toNumber(trimmed(value));
         }
+        else if (equalsIgnoringCase(name, "connection"))
+        {
+            m_request.keepAlive = equalsIgnoringCase(trimmed(value), "keep-alive");
+        }
     }
 }
 
@@ -139,7 +143,8 @@ void Exchange::respond(std::string_view status, std::string_view type, std::stri
 bool Exchange::begin(std::string_view status, std::string_view headers)
 {
     std::string head = "HTTP/1.1 ";
-    head.append(status).append("\r\nServer: demo_server\r\nConnection: close\r\n").append(headers).append("\r\n");
+    head.append(status).append("\r\nServer: demo_server\r\nConnection: ");
+    head.append(m_keepsConnection ? "keep-alive" : "close").append("\r\n").append(headers).append("\r\n");
     m_peer.write(head);
     return m_request.method != "HEAD";
 }

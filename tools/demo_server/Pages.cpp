@@ -87,9 +87,28 @@ void chunked(Exchange& exchange)
     exchange.sendChunk("");
 }
 
+void drip(Exchange& exchange)
+{
+    const std::chrono::milliseconds pause(exchange.number("pause", 100, 10000));
+    if (exchange.begin(OK, "Content-Type: " + std::string(TEXT) + "\r\nContent-Length: 1000000\r\n"))
+    {
+        for (int count = 0; count < 1000000; ++count)
+        {
+            exchange.peer().pause(pause);
+            exchange.sendBody(".");
+        }
+    }
+}
+
+void count(Exchange& exchange)
+{
+    exchange.keepConnection();
+    exchange.respond(OK, TEXT, "request " + std::to_string(exchange.number()) + " of this connection\n");
+}
+
 void multipart(Exchange& exchange)
 {
-    static constexpr std::string_view body = "--parts-of-the-demo\r\n"
+    static constexpr std::string_view BODY = "--parts-of-the-demo\r\n"
                                              "Content-Type: text/plain\r\n"
                                              "\r\n"
                                              "the first part\n\r\n"
@@ -102,7 +121,26 @@ void multipart(Exchange& exchange)
                                              "\r\n"
                                              "the third part\n\r\n"
                                              "--parts-of-the-demo--\r\n";
-    exchange.respond(OK, "multipart/mixed; boundary=parts-of-the-demo", body);
+    const std::uint64_t epilogue = exchange.number("epilogue", 0, ANY_SIZE);
+    const std::string type = "Content-Type: multipart/mixed; boundary=parts-of-the-demo\r\n";
+    if (exchange.number("chunked", 0, 1) == 0)
+    {
+        const std::string length = "Content-Length: " + std::to_string(BODY.size() + epilogue) + "\r\n";
+        if (exchange.begin(OK, type + length))
+        {
+            exchange.sendBody(BODY);
+            sendBytes(exchange, epilogue);
+        }
+    }
+    else if (exchange.begin(OK, type + "Transfer-Encoding: chunked\r\n"))
+    {
+        constexpr std::size_t CHUNK_SIZE = 50;
+        for (std::size_t at = 0; at < BODY.size(); at += CHUNK_SIZE)
+        {
+            exchange.sendChunk(BODY.substr(at, CHUNK_SIZE));
+        }
+        exchange.sendChunk("");
+    }
 }
 
 void echo(Exchange& exchange)
@@ -149,6 +187,18 @@ void sendPage(Exchange& exchange)
     else if (path == "/chunked")
     {
         chunked(exchange);
+    }
+    else if (path == "/drip")
+    {
+        drip(exchange);
+    }
+    else if (path == "/count")
+    {
+        count(exchange);
+    }
+    else if (path == "/odd-type")
+    {
+        exchange.respond(OK, "text/plain;", "The type of this page ends with a semicolon.\n");
     }
     else if (path == "/multipart")
     {

@@ -161,8 +161,13 @@ void Server::serve(Descriptor socket, SSL_CTX* context)
     try
     {
         Peer peer(socket, context);
-        Exchange exchange(peer);
-        sendPage(exchange);
+        bool kept = true;
+        for (std::uint64_t number = 1; kept; ++number)
+        {
+            Exchange exchange(peer, number);
+            sendPage(exchange);
+            kept = exchange.keepsConnection();
+        }
         peer.finish();
     }
     catch (const std::exception&)
