@@ -1,74 +1,56 @@
 #pragma once
 
-#include "Options.hpp"
-#include "Output.hpp"
-
+#include "zol/http/ExchangeResponse.hpp"
+#include "zol/http/RequestBuilder.hpp"
 #include "zol/mime/ContentTypeHeader.hpp"
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
-#include <optional>
-#include <string>
+#include <limits>
+#include <string_view>
 
 namespace zolget
 {
 
-/// Where the parts of a response's body go. A body that is not multipart counts as one part.
+/// Where the body of a response goes, part by part. A body that is not multipart, or not to be taken apart, counts as one
+/// part. All throw Failure (LOCAL_FILE).
 class Destination
 {
 public:
-    virtual ~Destination() = default;
+    Destination() = default;
+    virtual ~Destination();
+    Destination(const Destination&) = delete;
+    Destination& operator=(const Destination&) = delete;
 
-    /// The output for the next part, which has this type; valid until endPart. Throws Failure (LOCAL_FILE).
-    virtual Output& beginPart(const ZOLNS2::MIME::ContentTypeHeader& type) = 0;
+    /// Adds the headers that ask for what is missing here.
+    virtual void prepare(ZOLNS2::HTTP::RequestBuilder& /*request*/) const {}
 
-    /// The part is complete; it has `length` bytes. Throws Failure (LOCAL_FILE).
+    /// Looks at the head of a response. Also throws Failure (MALFORMED) if its body is not what was asked for.
+    /// @return whether everything that the response is about is here already, although its status may say otherwise
+    virtual bool hasAllOf(const ZOLNS2::HTTP::ExchangeResponse& /*response*/) { return false; }
+
+    /// How many parts of a multipart body it takes; 0 if the body is not to be taken apart.
+    virtual std::size_t mostParts() const { return std::numeric_limits<std::size_t>::max(); }
+
+    /// The next part, which has this type, begins.
+    virtual void beginPart(const ZOLNS2::MIME::ContentTypeHeader& type) = 0;
+
+    /// Takes bytes of the part.
+    virtual void write(std::string_view bytes) = 0;
+
+    /// The part is complete; it has `length` bytes.
     virtual void endPart(std::uint64_t length) = 0;
 
-    /// The body is complete. Throws Failure (LOCAL_FILE).
+    /// The body is complete.
     virtual void complete() = 0;
 
-    virtual bool isTerminal() const = 0;
+    virtual bool isTerminal() const { return false; }
+
+    /// Whether something of the body has gone where it cannot be taken back, so that it must not be fetched again.
+    virtual bool hasDelivered() const = 0;
+
+    /// What to tell the user of a body that was cut: what is kept. Empty if nothing is.
+    virtual const char* keptText() const { return ""; }
 };
-
-/// All parts one after the other, in a file or on standard output.
-class OneOutput : public Destination
-{
-public:
-    explicit OneOutput(const std::string& path) : m_output(path) {}
-
-    Output& beginPart(const ZOLNS2::MIME::ContentTypeHeader&) override { return m_output; }
-    void endPart(std::uint64_t) override {}
-    void complete() override { m_output.complete(); }
-    bool isTerminal() const override { return m_output.isTerminal(); }
-
-private:
-    Output m_output;
-};
-
-/// Each part in a file of its own: part-001.txt, part-002.bin, ... in a folder, which is created if it does not
-/// exist. A table of the parts goes to standard output, a line for each complete part.
-class PartsFolder : public Destination
-{
-public:
-    /// Throws Failure (LOCAL_FILE).
-    explicit PartsFolder(const std::string& folder);
-
-    Output& beginPart(const ZOLNS2::MIME::ContentTypeHeader& type) override;
-    void endPart(std::uint64_t length) override;
-    void complete() override {}
-    bool isTerminal() const override { return false; }
-
-private:
-    std::string m_folder;
-    std::size_t m_count = 0;
-    std::string m_type;
-    std::optional<Output> m_part;
-    Output m_table{""};
-};
-
-/// The destination that the options ask for. Throws Failure (LOCAL_FILE).
-std::unique_ptr<Destination> makeDestination(const Options& options);
 
 } // namespace zolget

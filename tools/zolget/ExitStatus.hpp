@@ -1,12 +1,11 @@
 #pragma once
 
-#include <stdexcept>
-#include <string>
+#include <vector>
 
 namespace zolget
 {
 
-/// The exit status of the process. The manual page documents the numbers; they do not change.
+/// The exit status of the process. The numbers do not change.
 enum class ExitStatus
 {
     SUCCESS = 0,
@@ -19,20 +18,19 @@ enum class ExitStatus
     INCOMPLETE_RESPONSE = 7, ///< the connection broke, ended or timed out before the response was complete
     LOCAL_FILE = 8,          ///< a file here, standard output included, cannot be read or written
     MALFORMED = 9,           ///< the response is not HTTP, or uses something that is not supported
-    INCOMPLETE_REQUEST = 10  ///< the connection broke or timed out before the request was sent completely
+    INCOMPLETE_REQUEST = 10, ///< the connection broke or timed out before the request was sent completely
+    OUT_OF_TIME = 11         ///< the time that --max-time allows is over
 };
 
-/// Ends the program with a status. The message says what failed, for which host or file, and what to try; when it is
-/// empty, nothing is printed.
-class Failure : public std::runtime_error
+/// What help and manual say about a status.
+struct ExitStatusText
 {
-public:
-    Failure(ExitStatus status, const std::string& message) : std::runtime_error(message), m_status(status) {}
-
-    ExitStatus status() const { return m_status; }
-
-private:
-    ExitStatus m_status;
+    ExitStatus status;
+    const char* help;   ///< a few words
+    const char* manual; ///< sentences
 };
+
+/// All of them, in the order of their numbers.
+const std::vector<ExitStatusText>& exitStatusTexts();
 
 } // namespace zolget

@@ -1,8 +1,11 @@
 #include "Log.hpp"
 
-#include "blocxx/CerrAppender.hpp"
-#include "blocxx/Logger.hpp"
-#include "blocxx/MultiAppender.hpp"
+#include "StringView.hpp"
+#include "TerminalText.hpp"
+
+#include "blocxx/LogAppender.hpp"
+
+#include <iostream>
 
 namespace zolget
 {
@@ -10,42 +13,34 @@ namespace zolget
 namespace
 {
 
+constexpr int LEAST_VERBOSITY = 2;
 constexpr const char* PATTERN = "%p %c: %m";
 
-blocxx::StringArray errorsOnly()
+/// Records may hold what a server sent. They come from one thread only.
+class TerminalAppender : public blocxx::LogAppender
 {
-    blocxx::StringArray categories;
-    categories.push_back(blocxx::Logger::STR_ERROR_CATEGORY);
-    return categories;
-}
+public:
+    explicit TerminalAppender(const blocxx::StringArray& categories) : LogAppender(ALL_COMPONENTS, categories, PATTERN)
+    {
+    }
+
+private:
+    void doProcessLogMessage(const blocxx::String& text, const blocxx::LogMessage& /*message*/) const override
+    {
+        std::cerr << printable(viewOf(text)) + '\n';
+    }
+};
 
 } // namespace
 
-DroppedParts::DroppedParts() : LogAppender(ALL_COMPONENTS, errorsOnly(), "%m") {}
-
-void DroppedParts::doProcessLogMessage(const blocxx::String& text, const blocxx::LogMessage& /*message*/) const
+void startLog(int verbosity)
 {
-    if (text.indexOf("Failed to create content for part") != blocxx::String::npos)
+    if (verbosity >= LEAST_VERBOSITY)
     {
-        m_seen = true;
+        const auto level = verbosity > LEAST_VERBOSITY ? blocxx::E_ALL_LEVEL : blocxx::E_DEBUG2_LEVEL;
+        blocxx::LogAppender::setDefaultLogAppender(
+            blocxx::LogAppenderRef(new TerminalAppender(blocxx::LogAppender::getCategoriesForLevel(level))));
     }
-}
-
-DroppedPartsRef startLog(int verbosity)
-{
-    DroppedPartsRef dropped(new DroppedParts);
-    if (verbosity == 0)
-    {
-        blocxx::LogAppender::setDefaultLogAppender(dropped);
-        return dropped;
-    }
-    const auto level = verbosity > 1 ? blocxx::E_ALL_LEVEL : blocxx::E_DEBUG2_LEVEL;
-    blocxx::Array<blocxx::LogAppenderRef> appenders;
-    appenders.push_back(dropped);
-    appenders.push_back(blocxx::LogAppenderRef(new blocxx::CerrAppender(
-        blocxx::LogAppender::ALL_COMPONENTS, blocxx::LogAppender::getCategoriesForLevel(level), PATTERN)));
-    blocxx::LogAppender::setDefaultLogAppender(blocxx::LogAppenderRef(new blocxx::MultiAppender(appenders)));
-    return dropped;
 }
 
 } // namespace zolget

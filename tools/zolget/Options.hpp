@@ -1,7 +1,10 @@
 #pragma once
 
-#include "Url.hpp"
+#include "OptionValues.hpp"
 
+#include "zol/http/Url.hpp"
+
+#include <limits>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -10,44 +13,47 @@
 namespace zolget
 {
 
-/// A header given by the user.
-struct HeaderOption
-{
-    std::string name;
-    std::string value;
-};
-
-/// A part of a multipart body to send.
-struct PartOption
-{
-    std::string type; ///< media type and subtype
-    std::string value;
-    bool isFile = false; ///< whether the value is the name of a file or the text itself
-};
-
 /// The command line, checked.
 struct Options
 {
-    Url url;
+    std::vector<ZOLNS2::HTTP::Url> urls;
+
     std::string method = "GET";
     std::vector<HeaderOption> headers;
-    std::optional<std::string> data;    ///< the text to send
-    std::vector<std::string> dataFiles; ///< or the files to send, one after the other
-    std::vector<PartOption> parts;      ///< or the parts of a multipart body
-    std::string output;                 ///< the file for the body; empty for standard output
-    std::string partsFolder;            ///< or the folder for its parts
-    bool showHead = false;
+    std::optional<CredentialsOption> credentials;
+    std::optional<std::string> data;     ///< the text to send
+    std::vector<std::string> dataFiles;  ///< or the files to send, one after the other; "-" is standard input
+    std::vector<FormFieldOption> fields; ///< or the fields of a form
+    std::vector<PartOption> parts;       ///< or the parts of a multipart body
+    bool followRedirects = false;
+    bool decompress = false;
     bool useHttp10 = false;
+
+    bool onlyIPv4 = false;
+    bool onlyIPv6 = false;
     std::string trustStore; ///< file or folder of trusted certificates; empty for the system's
     bool verify = true;
     std::string certificateFile;
     std::string keyFile;
-    float connectTimeout = 30; ///< seconds
-    float readTimeout = 300;   ///< seconds that one read or write may wait
-    int verbosity = 0;
-    bool alwaysShowProgress = false;
+    float connectTimeout = 30;                              ///< seconds
+    float readTimeout = 300;                                ///< seconds that one read or write may wait
+    float maxTime = std::numeric_limits<float>::infinity(); ///< seconds for everything
+    unsigned retries = 0;
 
-    bool hasBody() const { return data.has_value() || !dataFiles.empty() || !parts.empty(); }
+    std::string output;             ///< the file for the body; empty for standard output
+    bool isNamedByUrl = false;      ///< or a file with a name from the URL
+    std::string partsFolder;        ///< or the folder for the parts of the body
+    bool continuesDownload = false; ///< goes on where the file ends
+    bool showHead = false;
+    bool showErrorBody = false;
+    bool alwaysShowProgress = false;
+    bool isQuiet = false;
+    int verbosity = 0;
+
+    bool hasBody() const { return data.has_value() || !dataFiles.empty() || !fields.empty() || !parts.empty(); }
+
+    /// Whether the body of the request comes from standard input, so that it can be sent once only.
+    bool readsStandardInput() const;
 };
 
 /// Parses the command line. When it asks for the help text or the version, that is written to `out` and nothing is

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "OpenDescriptor.hpp"
 #include "TemporaryFile.hpp"
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,12 +17,12 @@ class Output
 public:
     /// An empty path is standard output. Throws Failure (LOCAL_FILE).
     explicit Output(const std::string& path);
-    ~Output();
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
 
-    /// Writes everything. Throws Failure (LOCAL_FILE); without a message when a pipe no longer has a reader, since
-    /// closing it is how the reader says that it has seen enough.
+    /// A regular file that takes the place of whatever has its name, a symbolic link included. Throws Failure
+    /// (LOCAL_FILE).
+    explicit Output(FilePlace place);
+
+    /// As writeAll().
     void write(std::string_view bytes);
 
     /// Everything has been written: puts a regular file under its name. Throws Failure (LOCAL_FILE).
@@ -30,11 +30,14 @@ public:
 
     bool isTerminal() const;
 
+    /// Whether bytes that were written stay, even if the output is never completed.
+    bool isDirect() const { return !m_file.has_value(); }
+
 private:
     std::string m_name;
     std::optional<TemporaryFile> m_file;
+    OpenDescriptor m_device;
     int m_descriptor;
-    bool m_isOurs = false;
 };
 
 } // namespace zolget

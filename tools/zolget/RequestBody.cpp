@@ -1,54 +1,33 @@
 #include "RequestBody.hpp"
 
-#include "ExitStatus.hpp"
+#include "Failure.hpp"
+#include "JoinedContent.hpp"
+#include "StandardInputContent.hpp"
+#include "Text.hpp"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "zol/mime/ContentException.hpp"
+#include "zol/mime/FileContent.hpp"
+#include "zol/mime/MultipartContent.hpp"
+#include "zol/mime/TextContent.hpp"
+#include "zol/mime/TypedContent.hpp"
 
-#include <cerrno>
+#include <algorithm>
 #include <cstring>
-#include <iomanip>
-#include <random>
-#include <sstream>
+#include <filesystem>
+#include <iterator>
 
 namespace zolget
 {
 
 namespace mime = ZOLNS2::MIME;
+using MultipartRef = blocxx::IntrusiveReference<mime::MultipartContent>;
 
 namespace
 {
 
-[[noreturn]] void fail(const std::string& file, const std::string& reason)
+[[noreturn]] void failToSend(const std::string& file, const std::string& reason)
 {
     throw Failure(ExitStatus::LOCAL_FILE, "cannot send " + file + ": " + reason);
-}
-
-/// Checks that a file can be sent. @return whether it has any bytes
-bool checkReadable(const std::string& file)
-{
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (descriptor < 0)
-    {
-        fail(file, std::strerror(errno));
-    }
-    struct stat status = {};
-    const bool isRegular = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-    char byte = 0;
-    const ssize_t count = isRegular ? ::read(descriptor, &byte, 1) : 0;
-    const int error = errno;
-    ::close(descriptor);
-    if (count < 0)
-    {
-        fail(file, std::strerror(error));
-    }
-    // The files that the kernel makes up, as in /proc, claim to be empty.
-    if (!isRegular || (status.st_size == 0 && count > 0))
-    {
-        fail(file, "its length is not known in advance; copy it into a regular file first");
-    }
-    return count > 0;
 }
 
 mime::ContentRef makeText(const std::string& text)
@@ -56,87 +35,100 @@ mime::ContentRef makeText(const std::string& text)
     return mime::ContentRef(new mime::TextPlainContent(blocxx::String(text.data(), text.size())));
 }
 
-mime::ContentRef makeFiles(const std::vector<std::string>& files)
-{
-    blocxx::Array<blocxx::String> names;
-    for (const std::string& file : files)
-    {
-        // Every empty file would be an empty read in the middle of the body, and the number of those in a row is
-        // limited.
-        if (checkReadable(file))
-        {
-            names.push_back(file);
-        }
-    }
-    return mime::ContentRef(new mime::FileApplicationOctetStreamContent(names));
-}
-
-std::size_t lengthOf(const mime::ContentRef& content)
+mime::ContentRef openFile(const std::string& path)
 {
     try
     {
-        return content->getContentLength();
+        const mime::ContentRef file(new mime::FileContent(path));
+        if (!file->hasContentLength())
+        {
+            failToSend(path, "its length is not known in advance; send it with --data-file - instead");
+        }
+        return file;
     }
     catch (const mime::ContentException& error)
     {
-        fail("the files", error.getMessage());
+        failToSend(path, error.getErrorCode() > 0 ? std::strerror(error.getErrorCode())
+                                                  : "it is not a regular file; copy it into a regular file first");
     }
 }
 
-mime::ContentRef makePart(const PartOption& part)
+mime::ContentRef openDataFile(const std::string& path)
 {
-    const mime::ContentRef content = part.isFile ? makeFiles({part.value}) : makeText(part.value);
-    const std::size_t slash = part.type.find('/');
-    const mime::ContentTypeHeader type(part.type.substr(0, slash), part.type.substr(slash + 1), {});
-    return mime::ContentRef(new FixedLengthContent(content, type, lengthOf(content)));
+    return path == "-" ? mime::ContentRef(new StandardInputContent) : openFile(path);
 }
 
-/// A boundary that no part contains, for 128 random bits cannot be guessed.
-std::string makeBoundary()
+mime::ContentRef makeFiles(const std::vector<std::string>& paths)
 {
-    std::random_device random;
-    std::ostringstream boundary;
-    boundary << "zolget-" << std::hex << std::setfill('0');
-    for (int word = 0; word < 4; ++word)
+    if (paths.size() == 1)
     {
-        boundary << std::setw(8) << random();
+        return openDataFile(paths.front());
     }
-    return boundary.str();
+    std::vector<mime::ContentRef> files;
+    std::transform(paths.begin(), paths.end(), std::back_inserter(files), openDataFile);
+    return mime::ContentRef(new JoinedContent(std::move(files)));
 }
 
-mime::ContentRef makeMultipart(const std::vector<PartOption>& parts)
+mime::ContentRef makeForm(const std::vector<FormFieldOption>& fields)
 {
-    const blocxx::IntrusiveReference<mime::MultipartMixedContent> content(
-        new mime::MultipartMixedContent(makeBoundary()));
+    const MultipartRef form(new mime::MultipartContent("form-data"));
+    for (const FormFieldOption& field : fields)
+    {
+        if (field.isFile)
+        {
+            form->addFile(field.name, openFile(field.value), std::filesystem::path(field.value).filename().string());
+        }
+        else
+        {
+            form->addField(field.name, blocxx::String(field.value.data(), field.value.size()));
+        }
+    }
+    return form;
+}
+
+mime::ContentRef makeParts(const std::vector<PartOption>& parts)
+{
+    const MultipartRef content(new mime::MultipartContent("mixed"));
     for (const PartOption& part : parts)
     {
-        content->addPart(makePart(part));
+        const mime::ContentRef bytes = part.isFile ? openFile(part.value) : makeText(part.value);
+        content->addPart(mime::ContentRef(new mime::TypedContent(bytes, part.type)));
     }
     return content;
 }
 
-mime::ContentRef makeContent(const Options& options)
+/// Whether the user gave the type of the body; then the type of the text itself says nothing.
+bool hasType(const Options& options)
 {
-    if (options.data.has_value())
-    {
-        return makeText(*options.data);
-    }
-    return options.parts.empty() ? makeFiles(options.dataFiles) : makeMultipart(options.parts);
+    return std::any_of(options.headers.begin(), options.headers.end(),
+                       [](const HeaderOption& header) { return equalsIgnoringCase(header.name, "Content-Type"); });
 }
 
 } // namespace
 
-RequestBodyRef makeRequestBody(const Options& options)
+mime::ContentRef makeRequestBody(const Options& options)
 {
-    if (!options.hasBody())
+    try
     {
-        return RequestBodyRef();
+        if (options.data.has_value())
+        {
+            const mime::ContentRef text = makeText(*options.data);
+            return hasType(options) ? mime::ContentRef(new mime::TypedContent(text, "application/octet-stream")) : text;
+        }
+        if (!options.dataFiles.empty())
+        {
+            return makeFiles(options.dataFiles);
+        }
+        if (!options.fields.empty())
+        {
+            return makeForm(options.fields);
+        }
+        return options.parts.empty() ? mime::ContentRef() : makeParts(options.parts);
     }
-    const mime::ContentRef content = makeContent(options);
-    const std::size_t length = lengthOf(content);
-    // The library's copy of an empty body would mark the connection as failed.
-    return length == 0 ? RequestBodyRef()
-                       : RequestBodyRef(new FixedLengthContent(content, content->getContentType(), length));
+    catch (const mime::ContentException& error)
+    {
+        refuseUsage(error.getMessage());
+    }
 }
 
 } // namespace zolget

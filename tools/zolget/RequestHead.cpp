@@ -2,6 +2,9 @@
 
 #include "Text.hpp"
 
+#include "zol/http/ExchangeException.hpp"
+#include "zol/http/RequestBuilder.hpp"
+
 #include <algorithm>
 
 namespace zolget
@@ -12,56 +15,44 @@ namespace http = ZOLNS2::HTTP;
 namespace
 {
 
-bool isGiven(const Options& options, const char* name)
+void addMissing(http::RequestBuilder& builder, const Options& options, const char* name, const char* value)
 {
-    return std::any_of(options.headers.begin(), options.headers.end(),
-                       [name](const HeaderOption& header) { return equalsIgnoringCase(header.name, name); });
-}
-
-/// RFC 9110, section 8.6: requests with these methods carry Content-Length even without a body.
-bool expectsBody(const std::string& method)
-{
-    return method == "POST" || method == "PUT" || method == "PATCH";
+    const auto isOne = [name](const HeaderOption& header) { return equalsIgnoringCase(header.name, name); };
+    if (std::none_of(options.headers.begin(), options.headers.end(), isOne))
+    {
+        builder.header(name, value);
+    }
 }
 
 } // namespace
 
-http::Headers completeHeaders(const Options& options, const RequestBodyRef& body)
+http::Request makeRequest(const Options& options, const http::Url& url, const RequestParts& parts)
 {
-    http::Headers headers;
-    const auto addMissing = [&options, &headers](const char* name, const blocxx::String& value)
-    {
-        if (!isGiven(options, name))
-        {
-            headers.addHeader(name, value);
-        }
-    };
-    addMissing("Host", options.url.authority());
-    addMissing("User-Agent", "zolget/" ZOLGET_VERSION);
-    addMissing("Accept", "*/*");
-    addMissing("Connection", "close");
-    if (body)
-    {
-        addMissing("Content-Type", toString(body->getContentType()));
-        addMissing("Content-Length", std::to_string(body->getContentLength()));
-    }
-    else if (options.hasBody() || expectsBody(options.method))
-    {
-        addMissing("Content-Length", "0");
-    }
+    http::RequestBuilder builder(options.method, url);
+    addMissing(builder, options, "User-Agent", "zolget/" ZOLGET_VERSION);
+    addMissing(builder, options, "Accept", "*/*");
     for (const HeaderOption& header : options.headers)
     {
-        headers.addHeader(header.name, header.value);
+        builder.header(header.name, header.value);
     }
-    return headers;
-}
-
-http::Request makeRequest(const Options& options, const RequestBodyRef& body,
-                          const blocxx::IntrusiveReference<blocxx::SSLClientCtx>& context)
-{
-    const http::RequestLine line(options.method, options.url.target, options.url.authority(),
-                                 options.useHttp10 ? http::HTTP_1_0 : http::HTTP_1_1);
-    return http::Request(line, completeHeaders(options, body), body, context);
+    if (options.credentials.has_value())
+    {
+        builder.basicAuthentication(options.credentials->user, options.credentials->password);
+    }
+    if (parts.destination != nullptr)
+    {
+        parts.destination->prepare(builder);
+    }
+    builder.content(parts.body).sslContext(parts.tlsContext);
+    builder.version(options.useHttp10 ? http::HTTP_1_0 : http::HTTP_1_1).keepAlive(parts.keepsConnection);
+    try
+    {
+        return builder.build();
+    }
+    catch (const http::ExchangeException& error)
+    {
+        refuseUsage(std::string("the request cannot be sent: ") + error.getMessage());
+    }
 }
 
 } // namespace zolget

@@ -1,16 +1,17 @@
 #pragma once
 
 #include "Destination.hpp"
-#include "Exchange.hpp"
 #include "Progress.hpp"
 
-#include "zol/http.hpp"
+#include "zol/http/ExchangeResponse.hpp"
 
 namespace zolget
 {
 
-/// Copies the body of the response, if it has one: a multipart body part by part, any other as it arrives. Throws
-/// Failure (INCOMPLETE_RESPONSE, INCOMPLETE_REQUEST, TLS, MALFORMED, LOCAL_FILE).
-void copyBody(Exchange& exchange, ZOLNS2::HTTP::Response& response, Destination& destination, Progress& progress);
+/// Copies the body as it arrives: a multipart one part by part, if the destination takes parts.
+/// @return whether it is complete; if not, the response says why
+/// @throws Failure            what the destination throws
+/// @throws ExchangeException  for a multipart body that cannot be taken apart
+bool copyBody(const ZOLNS2::HTTP::ExchangeResponse& response, Destination& destination, Progress& progress);
 
 } // namespace zolget

@@ -1,17 +1,15 @@
 #include "TemporaryFile.hpp"
 
-#include "ExitStatus.hpp"
+#include "RemovalOnSignal.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
-#include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
+#include <cstdio>
+#include <random>
+#include <utility>
 
 namespace zolget
 {
@@ -19,63 +17,12 @@ namespace zolget
 namespace
 {
 
-constexpr int SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
-
-// The file that the signal handler removes; changed only while the signals are blocked.
-char g_guardedPath[PATH_MAX];
-
-/// Blocks the signals until the scope ends.
-class SignalsBlocked
+std::string randomName()
 {
-public:
-    SignalsBlocked()
-    {
-        sigset_t signals;
-        sigemptyset(&signals);
-        for (const int signal : SIGNALS)
-        {
-            sigaddset(&signals, signal);
-        }
-        ::pthread_sigmask(SIG_BLOCK, &signals, &m_previous);
-    }
-    ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &m_previous, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t m_previous;
-};
-
-extern "C" void removeGuardedFile(int signal)
-{
-    if (g_guardedPath[0] != '\0')
-    {
-        ::unlink(g_guardedPath);
-    }
-    // The handler was reset on entry, so this ends the process as soon as the handler returns.
-    ::raise(signal);
-}
-
-void installHandler()
-{
-    for (const int signal : SIGNALS)
-    {
-        struct sigaction current = {};
-        ::sigaction(signal, nullptr, &current);
-        if (current.sa_handler == SIG_DFL)
-        {
-            struct sigaction action = {};
-            action.sa_handler = removeGuardedFile;
-            action.sa_flags = static_cast<int>(SA_RESETHAND);
-            sigfillset(&action.sa_mask);
-            ::sigaction(signal, &action, nullptr);
-        }
-    }
-}
-
-void setGuardedPath(const std::string& path)
-{
-    std::memcpy(g_guardedPath, path.c_str(), path.size() + 1);
+    std::random_device random;
+    char name[32];
+    std::snprintf(name, sizeof(name), ".zolget-%08x%08x", random(), random());
+    return name;
 }
 
 /// The mode that a new file gets from open(2).
@@ -86,63 +33,67 @@ mode_t modeOfNewFiles()
     return 0666 & ~mask;
 }
 
-[[noreturn]] void fail(const std::string& target, int error)
-{
-    throw Failure(ExitStatus::LOCAL_FILE, "cannot write " + target + ": " + std::strerror(error));
-}
-
 } // namespace
 
-TemporaryFile::TemporaryFile(const std::string& target) : m_target(target)
+TemporaryFile::TemporaryFile(FilePlace target) : m_target(std::move(target))
 {
-    const std::filesystem::path folder = std::filesystem::path(target).parent_path();
-    m_path = (folder.empty() ? "." : folder.string()) + "/.zolget-XXXXXX";
-    if (m_path.size() >= sizeof(g_guardedPath))
+    RemovalOnSignal::installHandler();
+    const RemovalOnSignal::SignalsBlocked blocked;
+    do
     {
-        fail(m_target, ENAMETOOLONG);
-    }
-    installHandler();
-    const SignalsBlocked blocked;
-    m_descriptor = ::mkostemp(m_path.data(), O_CLOEXEC);
-    if (m_descriptor < 0)
+        m_name = randomName();
+        m_file = OpenDescriptor(::openat(m_target.folder.get(), m_name.c_str(),
+                                         O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    } while (m_file.get() < 0 && errno == EEXIST);
+    if (m_file.get() < 0)
     {
-        fail(m_target, errno);
+        failToWrite(m_target.path, errno);
     }
-    setGuardedPath(m_path);
-    ::fchmod(m_descriptor, modeOfNewFiles());
+    RemovalOnSignal::remember(m_target.folder.get(), m_name);
+    adoptMode();
+}
+
+/// Owner and group are kept too, as far as the process may give files away.
+void TemporaryFile::adoptMode()
+{
+    struct stat earlier = {};
+    const bool isThere = ::fstatat(m_target.folder.get(), m_target.name.c_str(), &earlier, AT_SYMLINK_NOFOLLOW) == 0 &&
+                         S_ISREG(earlier.st_mode);
+    if (!isThere)
+    {
+        ::fchmod(m_file.get(), modeOfNewFiles());
+        return;
+    }
+    if (::fchown(m_file.get(), earlier.st_uid, earlier.st_gid) != 0)
+    {
+        (void)!::fchown(m_file.get(), static_cast<uid_t>(-1), earlier.st_gid);
+    }
+    ::fchmod(m_file.get(), earlier.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO));
 }
 
 TemporaryFile::~TemporaryFile()
 {
-    close();
-    if (!m_path.empty())
+    if (!m_name.empty())
     {
-        const SignalsBlocked blocked;
-        ::unlink(m_path.c_str());
-        setGuardedPath("");
+        const RemovalOnSignal::SignalsBlocked blocked;
+        ::unlinkat(m_target.folder.get(), m_name.c_str(), 0);
+        RemovalOnSignal::forget();
     }
 }
 
 void TemporaryFile::becomeTarget()
 {
-    if (!close())
+    if (!m_file.close())
     {
-        fail(m_target, errno);
+        failToWrite(m_target.path, errno);
     }
-    const SignalsBlocked blocked;
-    if (::rename(m_path.c_str(), m_target.c_str()) != 0)
+    const RemovalOnSignal::SignalsBlocked blocked;
+    if (::renameat(m_target.folder.get(), m_name.c_str(), m_target.folder.get(), m_target.name.c_str()) != 0)
     {
-        fail(m_target, errno);
+        failToWrite(m_target.path, errno);
     }
-    m_path.clear();
-    setGuardedPath("");
-}
-
-bool TemporaryFile::close()
-{
-    const int descriptor = m_descriptor;
-    m_descriptor = -1;
-    return descriptor < 0 || ::close(descriptor) == 0;
+    m_name.clear();
+    RemovalOnSignal::forget();
 }
 
 } // namespace zolget

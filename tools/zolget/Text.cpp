@@ -2,8 +2,6 @@
 
 #include <strings.h>
 
-#include <algorithm>
-
 namespace zolget
 {
 
@@ -24,14 +22,6 @@ std::string_view trimmed(std::string_view text)
     const std::size_t first = text.find_first_not_of(" \t");
     return first == std::string_view::npos ? std::string_view()
                                            : text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
-std::string printable(std::string_view text)
-{
-    std::string result(text);
-    std::replace_if(
-        result.begin(), result.end(), [](char c) { return isControl(c) && c != '\t'; }, '?');
-    return result;
 }
 
 } // namespace zolget

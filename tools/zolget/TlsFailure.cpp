@@ -1,7 +1,5 @@
 #include "TlsFailure.hpp"
 
-#include "Text.hpp"
-
 namespace zolget
 {
 
@@ -28,7 +26,7 @@ std::string withoutApiNames(std::string_view text)
     {
         text = text.substr(0, advice);
     }
-    return printable(text);
+    return std::string(text);
 }
 
 } // namespace
@@ -70,7 +68,7 @@ std::string describeSessionFailure(std::string_view text)
     // Under TLS 1.3 the server checks the client's certificate after the client has finished (RFC 8446, section
     // 4.4.2.4).
     const bool wantsCertificate = contains(text, "alert certificate required");
-    return printable(text) + (wantsCertificate ? "; --cert and --key send a client certificate" : "");
+    return std::string(text) + (wantsCertificate ? "; --cert and --key send a client certificate" : "");
 }
 
 bool isTlsAlert(std::string_view text)

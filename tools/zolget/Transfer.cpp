@@ -1,22 +1,11 @@
 #include "Transfer.hpp"
 
-#include "Connecting.hpp"
-#include "Destination.hpp"
-#include "Exchange.hpp"
-#include "ExitStatus.hpp"
+#include "Failure.hpp"
+#include "Fetch.hpp"
 #include "Log.hpp"
-#include "Output.hpp"
-#include "Progress.hpp"
-#include "RequestHead.hpp"
-#include "ResponseBody.hpp"
-#include "ResponseHead.hpp"
-
-#include "blocxx/Socket.hpp"
-
-#include <unistd.h>
-
-#include <iostream>
-#include <memory>
+#include "Report.hpp"
+#include "RequestBody.hpp"
+#include "Session.hpp"
 
 namespace zolget
 {
@@ -24,45 +13,42 @@ namespace zolget
 namespace
 {
 
-Progress::Style progressStyle(const Options& options, const Destination& destination)
+/// Whether the other URLs would fail likewise.
+bool concernsAll(const Failure& failure)
 {
-    const bool isTerminal = ::isatty(STDERR_FILENO) == 1;
-    if (!options.alwaysShowProgress && (!isTerminal || destination.isTerminal()))
-    {
-        return Progress::Style::NONE;
-    }
-    return isTerminal ? Progress::Style::TERMINAL : Progress::Style::LINES;
+    const bool nobodyReads = failure.status() == ExitStatus::LOCAL_FILE && *failure.what() == '\0';
+    return nobodyReads || failure.status() == ExitStatus::OUT_OF_TIME;
 }
 
 } // namespace
 
-void transfer(const Options& options)
+ExitStatus transfer(const Options& options)
 {
-    const DroppedPartsRef droppedParts = startLog(options.verbosity);
-    // What can fail on this machine is tried before anything is sent.
-    const RequestBodyRef body = makeRequestBody(options);
-    const auto context = makeTlsContext(options);
-    const std::unique_ptr<Destination> destination = makeDestination(options);
-    blocxx::Socket::setDefaultTimeouts(blocxx::Timeout::relative(options.readTimeout));
-    Exchange exchange(options, connect(options, context));
-    exchange.send(makeRequest(options, body, context), body);
-    ZOLNS2::HTTP::Response response = readResponse(exchange);
-    if (options.showHead)
+    startLog(options.verbosity);
+    const ZOLNS2::MIME::ContentRef body = makeRequestBody(options);
+    Session session(options);
+    ExitStatus first = ExitStatus::SUCCESS;
+    for (const ZOLNS2::HTTP::Url& url : options.urls)
     {
-        Output standardOutput("");
-        showHead(response, standardOutput);
+        const bool isLast = &url == &options.urls.back();
+        try
+        {
+            Fetch(session, url, body, isLast).run();
+        }
+        catch (const Failure& failure)
+        {
+            first = first == ExitStatus::SUCCESS ? failure.status() : first;
+            if (!options.isQuiet)
+            {
+                report(failure.what());
+            }
+            if (concernsAll(failure))
+            {
+                break;
+            }
+        }
     }
-    {
-        Progress progress(std::cerr, progressStyle(options, *destination));
-        copyBody(exchange, response, *destination, progress);
-    }
-    exchange.checkRequest();
-    if (droppedParts->seen())
-    {
-        throw Failure(ExitStatus::MALFORMED, "a part of the response from " + options.url.authority() +
-                                                 " has a type that is not supported and was left out; -v shows more");
-    }
-    destination->complete();
+    return first;
 }
 
 } // namespace zolget

@@ -1,5 +1,6 @@
-#include "ExitStatus.hpp"
+#include "Failure.hpp"
 #include "Options.hpp"
+#include "Report.hpp"
 #include "StandardStreams.hpp"
 #include "Transfer.hpp"
 
@@ -7,40 +8,41 @@
 #include <exception>
 #include <iostream>
 
+using zolget::ExitStatus;
+
 namespace
 {
 
-int report(zolget::ExitStatus status, const char* message)
+ExitStatus run(int argc, char** argv, bool& isQuiet)
 {
-    if (*message != '\0')
-    {
-        std::cerr << "zolget: " << message << std::endl;
-    }
-    return static_cast<int>(status);
+    const std::optional<zolget::Options> options = zolget::parseOptions(argc, argv, std::cout);
+    isQuiet = options.has_value() && options->isQuiet;
+    return options.has_value() ? zolget::transfer(*options) : ExitStatus::SUCCESS;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    using zolget::ExitStatus;
     zolget::occupyStandardStreams();
-    // A reader of the output that goes away shows as an error of write(2), after which the temporary file is removed.
+    // A reader of the output that goes away, and a file that becomes too large, show as errors of write(2), after which
+    // the temporary file is removed.
     ::signal(SIGPIPE, SIG_IGN);
+    ::signal(SIGXFSZ, SIG_IGN);
+    ExitStatus status = ExitStatus::UNEXPECTED;
+    bool isQuiet = false;
     try
     {
-        if (const auto options = zolget::parseOptions(argc, argv, std::cout))
-        {
-            zolget::transfer(*options);
-        }
-        return static_cast<int>(ExitStatus::SUCCESS);
+        return static_cast<int>(run(argc, argv, isQuiet));
     }
     catch (const zolget::Failure& failure)
     {
-        return report(failure.status(), failure.what());
+        status = failure.status();
+        zolget::report(isQuiet ? "" : failure.what());
     }
     catch (const std::exception& error)
     {
-        return report(ExitStatus::UNEXPECTED, error.what());
+        zolget::report(isQuiet ? "" : error.what());
     }
+    return static_cast<int>(status);
 }

@@ -8,7 +8,7 @@
   paths               no installed file names the folders that it was built in
   cmake_consumer      a program builds through find_package(zol_http), and runs
   pkgconfig_consumer  a program builds through the pkg-config module zol_http, and runs
-  zolget              the installed zolget finds its libraries and fetches a page
+  zolget              the installed zolget finds its libraries and fetches a page; manual and completion are there
   subproject          as a part of another project the library leaves that project's settings alone, and brings neither
                       programs nor tests nor anything to install
   static_build        as a part of another project it is built static where that asks for it, a program links it and
@@ -313,7 +313,12 @@ def zolget(args):
     page = OneResponseServer(b"HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 5\r\n\r\nhello")
     environment = {name: value for name, value in os.environ.items() if name != "LD_LIBRARY_PATH"}
     output = run([args.prefix / "bin/zolget", f"http://{page.address()}/page"], env=environment)
-    report([] if output == "hello" else [f"zolget wrote {output!r}"], [page])
+    problems = [] if output == "hello" else [f"zolget wrote {output!r}"]
+    pages = [args.prefix / "share/man/man1/zolget.1", args.prefix / "share/bash-completion/completions/zolget"]
+    for path in pages:
+        if not path.exists() or "max" not in path.read_text():
+            problems.append(f"{path} is not installed or does not name the options")
+    report(problems, [page, *pages])
 
 
 def main():

@@ -264,3 +264,102 @@ TEST(ZolgetProgress, ShowsWhatIsKnownOfAChunkedBody)
     EXPECT_THAT(run.errors, HasSubstr("5 B, "));
     EXPECT_EQ(run.errors.find('%'), std::string::npos);
 }
+
+TEST(ZolgetOutput, LeavesNothingWhenASignalEndsIt)
+{
+    for (const int signal :
+         {SIGQUIT, SIGALRM, SIGUSR1, SIGUSR2, SIGXCPU, SIGVTALRM, SIGABRT, SIGSYS, SIGPWR, SIGIO, 40})
+    {
+        const TemporaryDirectory folder;
+        const ScriptedServer server(hold);
+        ChildProcess process(zolget_test::command({"-o", folder.file("page"), urlOf(server)}));
+        ASSERT_TRUE(server.waitForConnections(1));
+        EXPECT_TRUE(waitFor([&folder] { return bytesIn(folder.path()) > 0; }));
+        ::kill(process.pid(), signal);
+        EXPECT_EQ(process.wait(), 128 + signal);
+        EXPECT_THAT(namesIn(folder.path()), IsEmpty()) << signal;
+    }
+}
+
+TEST(ZolgetOutput, ExitsWith8ForAFileThatMayNotBeThatLarge)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(respondingWith(okResponse(std::string(100000, 'x'))));
+    ChildProcess process(
+        {"sh", "-c", "ulimit -f 8; exec \"$0\" -o \"$1\" \"$2\"", ZOLGET_PROGRAM, folder.file("page"), urlOf(server)});
+    EXPECT_EQ(process.wait(), 8);
+    EXPECT_THAT(process.errorOutput(), HasSubstr("page: File too large (the limit for the size of files is reached)"));
+    EXPECT_THAT(namesIn(folder.path()), IsEmpty());
+}
+
+TEST(ZolgetOutput, FollowsALinkOfItsOwn)
+{
+    const TemporaryDirectory folder;
+    const std::string target = folder.write("target", "old");
+    std::filesystem::create_symlink(target, folder.file("link"));
+    const ScriptedServer server(respondingWith(okResponse("new")));
+    EXPECT_EQ(zolget({"-o", folder.file("link"), urlOf(server)}).status, 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.file("link")));
+    EXPECT_EQ(readFile(target), "new");
+}
+
+TEST(ZolgetOutput, FollowsNoLinkOfAnotherUserInASharedFolder)
+{
+    if (::geteuid() != 0)
+    {
+        GTEST_SKIP() << "needs root, to make links of other users";
+    }
+    const TemporaryDirectory folder;
+    const std::string target = folder.write("home/target", "old");
+    std::filesystem::create_symlink(target, folder.file("link"));
+    ASSERT_EQ(::lchown(folder.file("link").c_str(), 4711, 4711), 0);
+    std::filesystem::permissions(folder.path(), std::filesystem::perms::all | std::filesystem::perms::sticky_bit);
+    const ScriptedServer server(respondingWith(okResponse("new")));
+    for (const std::vector<std::string>& more : {std::vector<std::string>{}, {"-C"}})
+    {
+        std::vector<std::string> arguments = {"-o", folder.file("link"), urlOf(server)};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome run = zolget(arguments);
+        EXPECT_EQ(run.status, 8);
+        EXPECT_THAT(run.errors, HasSubstr("link: it is a symbolic link of another user"));
+    }
+    EXPECT_EQ(readFile(target), "old");
+    EXPECT_EQ(server.connections(), 0U);
+}
+
+TEST(ZolgetOutput, WritesNoPartThroughALink)
+{
+    const TemporaryDirectory folder;
+    const std::string target = folder.write("target", "old");
+    std::filesystem::create_directories(folder.file("parts"));
+    std::filesystem::create_symlink(target, folder.file("parts/part-001.txt"));
+    const ScriptedServer server(respondingWith(okResponse("new")));
+    EXPECT_EQ(zolget({"--parts", folder.file("parts"), urlOf(server)}).status, 0);
+    EXPECT_EQ(readFile(target), "old");
+    EXPECT_FALSE(std::filesystem::is_symlink(folder.file("parts/part-001.txt")));
+    EXPECT_EQ(readFile(folder.file("parts/part-001.txt")), "new");
+}
+
+TEST(ZolgetOutput, KeepsTheModeOfAnEarlierFile)
+{
+    const TemporaryDirectory folder;
+    std::filesystem::permissions(folder.write("page", "old"), std::filesystem::perms::owner_read);
+    const ScriptedServer server(respondingWith(okResponse("new")));
+    EXPECT_EQ(zolget({"-o", folder.file("page"), urlOf(server)}).status, 0);
+    EXPECT_EQ(readFile(folder.file("page")), "new");
+    EXPECT_EQ(std::filesystem::status(folder.file("page")).permissions(), std::filesystem::perms::owner_read);
+}
+
+TEST(ZolgetOutput, GivesNewFilesTheModeOfTheUmask)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(respondingWith(okResponse("new")));
+    for (const char* option : {"-o", "-Co"})
+    {
+        const std::string path = folder.file(option);
+        ChildProcess process(
+            {"sh", "-c", "umask 027; exec \"$0\" \"$1\" \"$2\" \"$3\"", ZOLGET_PROGRAM, option, path, urlOf(server)});
+        EXPECT_EQ(process.wait(), 0) << process.errorOutput();
+        EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(path).permissions()), 0640U);
+    }
+}

@@ -106,7 +106,7 @@ TEST(ZolgetResponse, ReadsNoBodyAfterHead)
         });
     const Outcome run = zolget({"-X", "HEAD", "-i", urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
-    EXPECT_THAT(run.output, HasSubstr("content-length: 1000\n"));
+    EXPECT_THAT(run.output, HasSubstr("\nContent-Length: 1000\n"));
 }
 
 TEST(ZolgetResponse, WaitsForNoPartsAfterHead)
@@ -145,7 +145,7 @@ TEST(ZolgetResponse, ShowsTheHead)
                                                "Content-Length: 4\r\n\r\nbody"));
     const Outcome run = zolget({"-i", urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
-    EXPECT_EQ(run.output, "HTTP/1.1 200 Fine\ncontent-length: 4\nx-a: 1\nx-b: 2\ncontent-type: text/html\n\nbody");
+    EXPECT_EQ(run.output, "HTTP/1.1 200 Fine\nX-B: 2\nContent-Type: text/html\nX-A: 1\nContent-Length: 4\n\nbody");
 }
 
 TEST(ZolgetResponse, KeepsTheHeadOutOfTheFile)
@@ -158,12 +158,12 @@ TEST(ZolgetResponse, KeepsTheHeadOutOfTheFile)
     EXPECT_EQ(zol_test::readFile(folder.file("page")), "body");
 }
 
-TEST(ZolgetResponse, ReplacesControlCharactersFromTheServer)
+TEST(ZolgetResponse, EscapesControlCharactersFromTheServer)
 {
     const ScriptedServer server(respondingWith("HTTP/1.1 200 \x1b[2J\r\nX-A: \x1b[31m\r\nContent-Length: 0\r\n\r\n"));
     const Outcome run = zolget({"-i", urlOf(server)});
     EXPECT_EQ(run.output.find('\x1b'), std::string::npos);
-    EXPECT_THAT(run.output, HasSubstr("x-a: ?[31m"));
+    EXPECT_THAT(run.output, HasSubstr("X-A: \\x1b[31m"));
 }
 
 TEST(ZolgetResponse, ExitsWith6ForAnErrorStatus)
@@ -195,15 +195,16 @@ TEST(ZolgetResponse, GivesAdviceForTheClassOfTheStatus)
         return run.errors;
     };
     EXPECT_THAT(errorsFor("302 Found"), HasSubstr("redirects are not followed"));
-    EXPECT_THAT(errorsFor("401 Unauthorized"), HasSubstr("send them with -H"));
-    EXPECT_THAT(errorsFor("100 Continue"), HasSubstr("a response to such a request cannot have this status"));
-    EXPECT_THAT(errorsFor("000 Zero"), HasSubstr("a response to such a request cannot have this status"));
+    EXPECT_THAT(errorsFor("401 Unauthorized"), HasSubstr("send them with -u or -H"));
+    EXPECT_THAT(errorsFor("101 Switching"), HasSubstr("a response to such a request cannot have this status"));
+    EXPECT_THAT(errorsFor("999 Far"), HasSubstr("a response to such a request cannot have this status"));
 }
 
 TEST(ZolgetResponse, ExitsWith9ForAnythingButHttp)
 {
     for (const char* bytes : {"SSH-2.0-server ready now\r\n\r\n", "HTTP/2 200 OK\r\n\r\n", "HTTP/1.1 2x0 OK\r\n\r\n",
-                              "HTTP/1.1 200 OK\r\nContent-Length: 12x\r\n\r\n", "HTTP/1.1 200 OK\r\nno colon\r\n\r\n"})
+                              "HTTP/1.1 200 OK\r\nContent-Length: 12x\r\n\r\n", "HTTP/1.1 200 OK\r\nno colon\r\n\r\n",
+                              "HTTP/1.1 204 No Content\r\nno colon\r\n\r\n", "HTTP/1.1 000 Zero\r\n\r\n"})
     {
         const ScriptedServer server(
             [bytes](ServerConnection& connection)
@@ -224,7 +225,7 @@ TEST(ZolgetResponse, ExitsWith9ForAnUnsupportedTransferCoding)
     const Outcome run = zolget({urlOf(server)});
     EXPECT_EQ(run.status, 9);
     EXPECT_EQ(run.output, "");
-    EXPECT_THAT(run.errors, HasSubstr("\"gzip, chunked\""));
+    EXPECT_THAT(run.errors, HasSubstr("\"gzip\""));
 }
 
 TEST(ZolgetResponse, ExitsWith7ForAResponseThatEndsTooEarly)
@@ -245,20 +246,6 @@ TEST(ZolgetResponse, ExitsWith7ForAResponseThatEndsTooEarly)
         EXPECT_EQ(run.status, 7) << bytes << run.errors;
         EXPECT_THAT(run.errors, HasSubstr(server.address() + " is incomplete: "));
     }
-}
-
-TEST(ZolgetResponse, ExitsWith7ForAMalformedHeadThatIsReturnedAsRead)
-{
-    const ScriptedServer server(
-        [](ServerConnection& connection)
-        {
-            connection.receiveHead();
-            connection.send("HTTP/1.1 204 No Content\r\nno colon\r\n\r\n");
-            EXPECT_TRUE(connection.waitUntilPeerCloses());
-        });
-    const Outcome run = zolget({urlOf(server)});
-    EXPECT_EQ(run.status, 7);
-    EXPECT_THAT(run.errors, HasSubstr("the head of the response from"));
 }
 
 TEST(ZolgetResponse, ExitsWith7ForAResetInABodyOfUnknownLength)

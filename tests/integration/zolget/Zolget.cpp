@@ -14,11 +14,30 @@ std::vector<std::string> command(std::vector<std::string> arguments)
     return arguments;
 }
 
-Outcome zolget(std::vector<std::string> arguments)
+namespace
 {
-    zol_test::ChildProcess process(command(std::move(arguments)));
+
+Outcome run(std::vector<std::string> arguments, const zol_test::ChildProcess::Options& options)
+{
+    zol_test::ChildProcess process(command(std::move(arguments)), options);
     const int status = process.wait();
     return {status, process.output(), process.errorOutput()};
+}
+
+} // namespace
+
+Outcome zolget(std::vector<std::string> arguments, const std::string& folder)
+{
+    zol_test::ChildProcess::Options options;
+    options.workingDirectory = folder;
+    return run(std::move(arguments), options);
+}
+
+Outcome zolgetWithInput(const std::string& input, std::vector<std::string> arguments)
+{
+    zol_test::ChildProcess::Options options;
+    options.input = input;
+    return run(std::move(arguments), options);
 }
 
 std::string urlOf(const zol_test::ScriptedServer& server, const std::string& path)

@@ -17,8 +17,11 @@ struct Outcome
     std::string errors;
 };
 
-/// Runs zolget to its end.
-Outcome zolget(std::vector<std::string> arguments);
+/// Runs zolget to its end, in a folder if one is given.
+Outcome zolget(std::vector<std::string> arguments, const std::string& folder = std::string());
+
+/// Runs zolget to its end with this on standard input.
+Outcome zolgetWithInput(const std::string& input, std::vector<std::string> arguments);
 
 /// The command that runs zolget with these arguments.
 std::vector<std::string> command(std::vector<std::string> arguments);

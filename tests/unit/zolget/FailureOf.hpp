@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ExitStatus.hpp"
+#include "Failure.hpp"
 
 #include <gtest/gtest.h>
 

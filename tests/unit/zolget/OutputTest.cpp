@@ -193,3 +193,44 @@ TEST(Output, WaitsForAStandardOutputThatIsFull)
     ::close(pipe[0]);
     EXPECT_EQ(received, size);
 }
+
+TEST(Output, KeepsTheModeOfAnEarlierFile)
+{
+    const TemporaryDirectory folder;
+    const std::string path = folder.write("page", "old");
+    for (const mode_t mode : {0600U, 0444U, 0751U})
+    {
+        ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+        Output out(path);
+        out.write("new");
+        out.complete();
+        EXPECT_EQ(modeOf(path), mode);
+    }
+}
+
+TEST(Output, IsNeverMoreReadableThanTheEarlierFile)
+{
+    const TemporaryDirectory folder;
+    const std::string path = folder.write("page", "secret");
+    ASSERT_EQ(::chmod(path.c_str(), 0600), 0);
+    const Output out(path);
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+    {
+        EXPECT_EQ(modeOf(entry.path().string()), 0600U);
+    }
+}
+
+TEST(Output, TakesThePlaceOfALinkWhereNoneIsToBeFollowed)
+{
+    const TemporaryDirectory folder;
+    const std::string target = folder.write("target", "old");
+    std::filesystem::create_symlink(target, folder.file("link"));
+    const int descriptor = ::open(folder.path().c_str(), O_PATH | O_CLOEXEC);
+    Output out(zolget::placeIn(descriptor, folder.path().string(), "link"));
+    ::close(descriptor);
+    out.write("new");
+    out.complete();
+    EXPECT_FALSE(std::filesystem::is_symlink(folder.file("link")));
+    EXPECT_EQ(readFile(folder.file("link")), "new");
+    EXPECT_EQ(readFile(target), "old");
+}

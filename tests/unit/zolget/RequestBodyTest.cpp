@@ -3,6 +3,9 @@
 #include "FailureOf.hpp"
 #include "support/TemporaryDirectory.hpp"
 
+#include "zol/mime/ContentEnd.hpp"
+#include "zol/mime/ContentException.hpp"
+
 #include <gmock/gmock.h>
 
 #include <array>
@@ -16,8 +19,8 @@ using zol_test::TemporaryDirectory;
 using zolget::ExitStatus;
 using zolget::makeRequestBody;
 using zolget::Options;
-using zolget::RequestBodyRef;
 using zolget_test::failureOf;
+using ZOLNS2::MIME::ContentRef;
 using ZOLNS2::MIME::END_OF_DATA;
 
 namespace
@@ -27,29 +30,36 @@ namespace
 struct Reading
 {
     std::string bytes;
-    bool endedBadly;
+    bool endedBadly; ///< or threw
 };
 
 /// Reads to the end of the data, through empty reads.
-Reading read(const RequestBodyRef& body)
+Reading read(const ContentRef& body)
 {
     const auto state = body->createInitialStreamState();
     std::string bytes;
     std::array<char, 4096> block;
     std::size_t count = 0;
-    for (int reads = 0; (count = body->getData(block.data(), block.size(), state)) != END_OF_DATA; ++reads)
+    try
     {
-        EXPECT_LT(reads, 1000) << "the body never ends";
-        if (reads == 1000)
+        for (int reads = 0; (count = body->getData(block.data(), block.size(), state)) != END_OF_DATA; ++reads)
         {
-            break;
+            EXPECT_LT(reads, 1000) << "the body never ends";
+            if (reads == 1000)
+            {
+                break;
+            }
+            bytes.append(block.data(), count);
         }
-        bytes.append(block.data(), count);
     }
-    return {bytes, body->endedBadly(state)};
+    catch (const ZOLNS2::MIME::ContentException&)
+    {
+        return {bytes, true};
+    }
+    return {bytes, ZOLNS2::MIME::endedBadly(body, state)};
 }
 
-std::string contentOf(const RequestBodyRef& body)
+std::string contentOf(const ContentRef& body)
 {
     return read(body).bytes;
 }
@@ -75,16 +85,18 @@ TEST(RequestBody, IsNullWithoutData)
     EXPECT_FALSE(makeRequestBody(Options()));
 }
 
-TEST(RequestBody, IsNullWhenEmpty)
+TEST(RequestBody, MayBeEmpty)
 {
     const TemporaryDirectory folder;
-    EXPECT_FALSE(makeRequestBody(withText("")));
-    EXPECT_FALSE(makeRequestBody(withFiles({folder.write("a", ""), folder.write("b", "")})));
+    EXPECT_EQ(makeRequestBody(withText(""))->getContentLength(), 0U);
+    const ContentRef files = makeRequestBody(withFiles({folder.write("a", ""), folder.write("b", "")}));
+    EXPECT_EQ(files->getContentLength(), 0U);
+    EXPECT_EQ(contentOf(files), "");
 }
 
 TEST(RequestBody, HoldsAText)
 {
-    const RequestBodyRef body = makeRequestBody(withText("some text"));
+    const ContentRef body = makeRequestBody(withText("some text"));
     EXPECT_EQ(contentOf(body), "some text");
     EXPECT_EQ(body->getContentLength(), 9U);
     EXPECT_EQ(std::string(body->getContentType().getType().c_str()), "text");
@@ -93,13 +105,11 @@ TEST(RequestBody, HoldsAText)
 TEST(RequestBody, HoldsFilesOneAfterTheOther)
 {
     const TemporaryDirectory folder;
-    const RequestBodyRef body = makeRequestBody(withFiles(
+    const ContentRef body = makeRequestBody(withFiles(
         {folder.write("a", "first "), folder.write("b", ""), folder.write("c", ""), folder.write("d", "second")}));
-    EXPECT_FALSE(body->wasReadWhole());
     const Reading whole = read(body);
     EXPECT_EQ(whole.bytes, "first second");
     EXPECT_FALSE(whole.endedBadly);
-    EXPECT_TRUE(body->wasReadWhole());
     EXPECT_EQ(body->getContentLength(), 12U);
     EXPECT_EQ(std::string(body->getContentType().getType().c_str()), "application");
 }
@@ -109,14 +119,50 @@ TEST(RequestBody, HoldsPartsOfAnyType)
     const TemporaryDirectory folder;
     Options options;
     options.parts = {{"text/html", "one", false}, {"image/png", folder.write("a", "two"), true}};
-    const RequestBodyRef body = makeRequestBody(options);
+    const ContentRef body = makeRequestBody(options);
     const std::string boundary = body->getContentType().getParameterValue("boundary").c_str();
-    const std::string text = "--" + boundary + "\r\ncontent-type: text/html\r\n\r\none\r\n--" + boundary +
-                             "\r\ncontent-type: image/png\r\n\r\ntwo\r\n--" + boundary + "--";
+    const std::string text = "--" + boundary + "\r\nContent-Type: text/html\r\n\r\none\r\n--" + boundary +
+                             "\r\nContent-Type: image/png\r\n\r\ntwo\r\n--" + boundary + "--\r\n";
     EXPECT_EQ(contentOf(body), text);
     EXPECT_EQ(body->getContentLength(), text.size());
-    EXPECT_EQ(boundary.size(), 39U);
     EXPECT_NE(makeRequestBody(options)->getContentType().getParameterValue("boundary"), blocxx::String(boundary));
+}
+
+TEST(RequestBody, HoldsAForm)
+{
+    const TemporaryDirectory folder;
+    Options options;
+    options.fields = {{"title", "A day", false}, {"photo", folder.write("sea.jpg", "pixels"), true}};
+    const ContentRef body = makeRequestBody(options);
+    EXPECT_EQ(body->getContentType().getSubType(), blocxx::String("form-data"));
+    const std::string bytes = contentOf(body);
+    EXPECT_THAT(bytes, HasSubstr("\r\nContent-Disposition: form-data; name=\"title\"\r\n\r\nA day\r\n--"));
+    EXPECT_THAT(bytes, HasSubstr("Content-Disposition: form-data; name=\"photo\"; filename=\"sea.jpg\"\r\n"));
+    EXPECT_THAT(bytes, HasSubstr("\r\n\r\npixels\r\n--"));
+    EXPECT_EQ(body->getContentLength(), bytes.size());
+}
+
+TEST(RequestBody, RefusesFormFilesThatCannotBeRead)
+{
+    Options options;
+    options.fields = {{"photo", "/none/such", true}};
+    const auto caught = failureOf([&options] { makeRequestBody(options); });
+    EXPECT_EQ(caught.status, ExitStatus::LOCAL_FILE);
+    EXPECT_THAT(caught.message, HasSubstr("cannot send /none/such: No such file or directory"));
+}
+
+TEST(RequestBody, LeavesTheTypeOfATextToTheUser)
+{
+    Options options = withText("{}");
+    options.headers = {{"content-type", "application/json; charset=latin1"}};
+    EXPECT_EQ(makeRequestBody(options)->getContentType().getParameterValue("charset"), blocxx::String());
+}
+
+TEST(RequestBody, HasNoLengthFromStandardInput)
+{
+    const TemporaryDirectory folder;
+    EXPECT_FALSE(makeRequestBody(withFiles({"-"}))->hasContentLength());
+    EXPECT_FALSE(makeRequestBody(withFiles({folder.write("a", "x"), "-"}))->hasContentLength());
 }
 
 TEST(RequestBody, EndsEarlyWhenAPartsFileBecameShorter)
@@ -124,10 +170,9 @@ TEST(RequestBody, EndsEarlyWhenAPartsFileBecameShorter)
     const TemporaryDirectory folder;
     Options options;
     options.parts = {{"text/plain", folder.write("a", "four"), true}, {"text/plain", "end", false}};
-    const RequestBodyRef body = makeRequestBody(options);
+    const ContentRef body = makeRequestBody(options);
     folder.write("a", "4");
     EXPECT_TRUE(read(body).endedBadly);
-    EXPECT_FALSE(body->wasReadWhole());
 }
 
 TEST(RequestBody, IsCompleteWhenAFileEndsWithABlock)
@@ -140,7 +185,7 @@ TEST(RequestBody, IsCompleteWhenAFileEndsWithABlock)
 TEST(RequestBody, CanBeReadAgain)
 {
     const TemporaryDirectory folder;
-    const RequestBodyRef body = makeRequestBody(withFiles({folder.write("a", "text")}));
+    const ContentRef body = makeRequestBody(withFiles({folder.write("a", "text")}));
     EXPECT_EQ(contentOf(body), "text");
     EXPECT_EQ(contentOf(body), "text");
 }
@@ -148,7 +193,7 @@ TEST(RequestBody, CanBeReadAgain)
 TEST(RequestBody, IsNotLongerThanAnnouncedWhenAFileGrows)
 {
     const TemporaryDirectory folder;
-    const RequestBodyRef body = makeRequestBody(withFiles({folder.write("a", "four")}));
+    const ContentRef body = makeRequestBody(withFiles({folder.write("a", "four")}));
     folder.write("a", "four and more");
     const Reading bounded = read(body);
     EXPECT_EQ(bounded.bytes, "four");
@@ -158,34 +203,21 @@ TEST(RequestBody, IsNotLongerThanAnnouncedWhenAFileGrows)
 TEST(RequestBody, EndsEarlyWhenAFileBecameShorter)
 {
     const TemporaryDirectory folder;
-    const RequestBodyRef body = makeRequestBody(withFiles({folder.write("a", "four"), folder.write("b", "five!")}));
+    const ContentRef body = makeRequestBody(withFiles({folder.write("a", "four"), folder.write("b", "five!")}));
     folder.write("b", "5");
     const Reading cut = read(body);
     EXPECT_EQ(cut.bytes, "four5");
     EXPECT_TRUE(cut.endedBadly);
-    EXPECT_FALSE(body->wasReadWhole());
 }
 
-TEST(RequestBody, EndsEarlyWhenAFileIsGone)
+TEST(RequestBody, HoldsAFileThatIsRemovedMeanwhile)
 {
     const TemporaryDirectory folder;
-    const RequestBodyRef body = makeRequestBody(withFiles({folder.write("a", "four")}));
+    const ContentRef body = makeRequestBody(withFiles({folder.write("a", "four")}));
     std::filesystem::remove(folder.file("a"));
-    const Reading cut = read(body);
-    EXPECT_EQ(cut.bytes, "");
-    EXPECT_TRUE(cut.endedBadly);
-    EXPECT_FALSE(body->wasReadWhole());
-}
-
-TEST(RequestBody, EndsEarlyWhenAPartsFileIsGone)
-{
-    const TemporaryDirectory folder;
-    Options options;
-    options.parts = {{"text/plain", folder.write("a", "four"), true}, {"text/plain", "end", false}};
-    const RequestBodyRef body = makeRequestBody(options);
-    std::filesystem::remove(folder.file("a"));
-    EXPECT_TRUE(read(body).endedBadly);
-    EXPECT_FALSE(body->wasReadWhole());
+    const Reading whole = read(body);
+    EXPECT_EQ(whole.bytes, "four");
+    EXPECT_FALSE(whole.endedBadly);
 }
 
 TEST(RequestBody, RefusesAnythingButReadableRegularFiles)
@@ -193,11 +225,13 @@ TEST(RequestBody, RefusesAnythingButReadableRegularFiles)
     const TemporaryDirectory folder;
     const auto folderItself = failureOf([&folder] { makeRequestBody(withFiles({folder.path().string()})); });
     EXPECT_EQ(folderItself.status, ExitStatus::LOCAL_FILE);
-    EXPECT_THAT(folderItself.message, HasSubstr("copy it into a regular file first"));
+    EXPECT_THAT(folderItself.message, HasSubstr("Is a directory"));
     const auto missing = failureOf([&folder] { makeRequestBody(withFiles({folder.file("missing")})); });
     EXPECT_EQ(missing.status, ExitStatus::LOCAL_FILE);
     EXPECT_THAT(missing.message, HasSubstr("missing: No such file or directory"));
-    EXPECT_EQ(failureOf([] { makeRequestBody(withFiles({"/dev/null"})); }).status, ExitStatus::LOCAL_FILE);
+    const auto device = failureOf([] { makeRequestBody(withFiles({"/dev/null"})); });
+    EXPECT_EQ(device.status, ExitStatus::LOCAL_FILE);
+    EXPECT_THAT(device.message, HasSubstr("copy it into a regular file first"));
 }
 
 TEST(RequestBody, RefusesFilesThatClaimToBeEmpty)

@@ -1,14 +1,18 @@
 #include "RequestHead.hpp"
 
+#include "FailureOf.hpp"
+#include "RequestBody.hpp"
+
 #include <gtest/gtest.h>
 
 #include <sstream>
 #include <string>
 
-using zolget::completeHeaders;
+using zolget::makeRequest;
 using zolget::makeRequestBody;
 using zolget::Options;
-using zolget::RequestBodyRef;
+using zolget::RequestParts;
+using ZOLNS2::HTTP::Request;
 
 namespace
 {
@@ -16,20 +20,27 @@ namespace
 Options fetching(const std::string& url)
 {
     Options options;
-    options.url = zolget::parseUrl(url);
+    options.urls.emplace_back(url);
     return options;
+}
+
+Request requestFor(const Options& options)
+{
+    RequestParts parts;
+    parts.body = makeRequestBody(options);
+    return makeRequest(options, options.urls.front(), parts);
 }
 
 std::string headersOf(const Options& options)
 {
     std::ostringstream text;
-    text << completeHeaders(options, makeRequestBody(options));
+    text << requestFor(options).getHeaders();
     return text.str();
 }
 
 std::string valueOf(const Options& options, const char* name)
 {
-    return completeHeaders(options, makeRequestBody(options)).getHeaderValue(name).c_str();
+    return requestFor(options).getHeaders().getHeaderValue(name).c_str();
 }
 
 } // namespace
@@ -72,7 +83,7 @@ TEST(RequestHead, AnnouncesAnEmptyBody)
     Options options = fetching("http://host/");
     options.data = "";
     EXPECT_EQ(valueOf(options, "Content-Length"), "0");
-    EXPECT_EQ(valueOf(options, "Content-Type"), "");
+    EXPECT_EQ(valueOf(options, "Content-Type").find("text/plain"), 0U);
 }
 
 TEST(RequestHead, AnnouncesTheMissingBodyOfMethodsThatExpectOne)
@@ -94,8 +105,33 @@ TEST(RequestHead, AsksInTheWantedVersion)
 {
     Options options = fetching("http://host/page?q");
     std::ostringstream text;
-    text << makeRequest(options, RequestBodyRef(), {}).getRequestLine();
+    text << requestFor(options).getRequestLine();
     options.useHttp10 = true;
-    text << makeRequest(options, RequestBodyRef(), {}).getRequestLine();
+    text << requestFor(options).getRequestLine();
     EXPECT_EQ(text.str(), "GET /page?q HTTP/1.1\r\nGET /page?q HTTP/1.0\r\n");
+}
+
+TEST(RequestHead, LogsIn)
+{
+    Options options = fetching("http://host/");
+    options.credentials = zolget::CredentialsOption{"me", "secret"};
+    EXPECT_EQ(valueOf(options, "Authorization"), "Basic bWU6c2VjcmV0");
+}
+
+TEST(RequestHead, KeepsTheConnectionForWhatFollows)
+{
+    RequestParts parts;
+    parts.keepsConnection = true;
+    const Options options = fetching("http://host/");
+    EXPECT_EQ(makeRequest(options, options.urls.front(), parts).getHeaders().getHeaderValue("Connection"),
+              blocxx::String("keep-alive"));
+}
+
+TEST(RequestHead, RefusesWhatContradictsTheBody)
+{
+    Options options = fetching("http://host/");
+    options.data = "x";
+    options.headers = {{"Content-Length", "2"}};
+    const auto caught = zolget_test::failureOf([&options] { requestFor(options); });
+    EXPECT_EQ(caught.status, zolget::ExitStatus::USAGE);
 }

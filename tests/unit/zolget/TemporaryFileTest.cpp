@@ -18,7 +18,7 @@ TEST(TemporaryFile, TakesTheTargetsPlaceInOneStep)
 {
     const TemporaryDirectory folder;
     const std::string target = folder.write("target", "old");
-    TemporaryFile file(target);
+    TemporaryFile file(zolget::locate(target));
     ASSERT_EQ(::write(file.descriptor(), "new", 3), 3);
     EXPECT_EQ(zol_test::readFile(target), "old");
     file.becomeTarget();
@@ -30,7 +30,7 @@ TEST(TemporaryFile, FailsWhenTheTargetHasBecomeAFolder)
 {
     const TemporaryDirectory folder;
     {
-        TemporaryFile file(folder.file("target"));
+        TemporaryFile file(zolget::locate(folder.file("target")));
         std::filesystem::create_directories(folder.file("target/inner"));
         const auto caught = zolget_test::failureOf([&file] { file.becomeTarget(); });
         EXPECT_EQ(caught.status, zolget::ExitStatus::LOCAL_FILE);
@@ -51,7 +51,7 @@ TEST_P(TemporaryFileSignal, RemovesTheFileAndEndsTheProcess)
     EXPECT_EXIT(
         {
             ::signal(GetParam(), SIG_DFL); // a test run may ignore it
-            const TemporaryFile file(target);
+            const TemporaryFile file(zolget::locate(target));
             ::raise(GetParam());
         },
         testing::KilledBySignal(GetParam()), "");
@@ -66,7 +66,7 @@ TEST_P(TemporaryFileSignal, StaysIgnoredIfItWas)
     EXPECT_EXIT(
         {
             ::signal(GetParam(), SIG_IGN);
-            TemporaryFile file(target);
+            TemporaryFile file(zolget::locate(target));
             ::raise(GetParam());
             std::_Exit(::access(target.c_str(), F_OK) == 0 || std::filesystem::is_empty(folder.path()) ? 1 : 0);
         },
@@ -81,11 +81,13 @@ TEST_P(TemporaryFileSignal, LeavesTheTargetAloneOnceItIsComplete)
     EXPECT_EXIT(
         {
             ::signal(GetParam(), SIG_DFL); // a test run may ignore it
-            TemporaryFile file(target);
+            TemporaryFile file(zolget::locate(target));
             file.becomeTarget();
             ::raise(GetParam());
         },
         testing::KilledBySignal(GetParam()), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, TemporaryFileSignal, testing::Values(SIGINT, SIGTERM, SIGHUP));
+INSTANTIATE_TEST_SUITE_P(Each, TemporaryFileSignal,
+                         testing::Values(SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM, SIGXCPU, SIGXFSZ,
+                                         SIGVTALRM, SIGIO, SIGPWR, SIGSYS, SIGTRAP, SIGSTKFLT, SIGPIPE, 34, 64));

@@ -24,9 +24,3 @@ TEST(Text, TrimsBlanksAndTabs)
     EXPECT_EQ(zolget::trimmed(" \t "), "");
     EXPECT_EQ(zolget::trimmed(""), "");
 }
-
-TEST(Text, PrintsControlCharactersAsQuestionMarks)
-{
-    EXPECT_EQ(zolget::printable("a\x1b[31mb\r\n\x7f"), "a?[31mb???");
-    EXPECT_EQ(zolget::printable("tab\tstays, \xc3\xa4 too"), "tab\tstays, \xc3\xa4 too");
-}
