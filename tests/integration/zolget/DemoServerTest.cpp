@@ -65,7 +65,7 @@ TEST_F(DemoServer, ServesItsPages)
     EXPECT_EQ(zolget({m_http + "/multipart?epilogue=1000000"}).status, 0);
     EXPECT_EQ(zolget({m_http + "/odd-type"}).output, "The type of this page ends with a semicolon.\n");
     EXPECT_EQ(zolget({m_http + "/count"}).output, "request 1 of this connection\n");
-    EXPECT_EQ(zolget({"--max-time", "0.3", m_http + "/drip"}).status, 7);
+    EXPECT_EQ(zolget({"--max-time", "0.3", m_http + "/drip"}).status, 11);
     EXPECT_EQ(zolget({"-d", "text", m_http + "/echo"}).output, "text");
     EXPECT_THAT(zolget({"-H", "X-A: 1", m_http + "/request"}).output, HasSubstr("\r\nX-A: 1\r\n"));
     EXPECT_EQ(zolget({m_http + "/nothing"}).output, "");
