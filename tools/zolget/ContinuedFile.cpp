@@ -84,7 +84,7 @@ void ContinuedFile::prepare(http::RequestBuilder& request) const
     }
 }
 
-bool ContinuedFile::hasAllOf(const http::ExchangeResponse& response)
+bool ContinuedFile::accept(const http::ExchangeResponse& response)
 {
     if (response.getStatus() == RANGE_NOT_SATISFIABLE)
     {
@@ -104,8 +104,10 @@ void ContinuedFile::checkRange(const http::ExchangeResponse& response)
     const auto range = rangeOf(response);
     const bool isRest = asksForRest() && range && range->bytes && range->bytes->first == m_size &&
                         (!range->total || range->bytes->last == *range->total - 1);
-    const std::string tag = toStdString(response.getHeaders().getHeaderValue("ETag"));
-    const bool isSameVersion = tag.empty() || m_validator.front() != '"' || tag == m_validator;
+    // A server need not repeat the validator (RFC 9110, section 15.3.7).
+    const bool isTag = asksForRest() && m_validator.front() == '"';
+    const std::string validator = toStdString(response.getHeaders().getHeaderValue(isTag ? "ETag" : "Last-Modified"));
+    const bool isSameVersion = validator.empty() || validator == m_validator;
     if (!isRest || !isSameVersion)
     {
         throw Failure(ExitStatus::MALFORMED,

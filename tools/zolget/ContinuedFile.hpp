@@ -24,7 +24,7 @@ public:
     ~ContinuedFile() override;
 
     void prepare(ZOLNS2::HTTP::RequestBuilder& request) const override;
-    bool hasAllOf(const ZOLNS2::HTTP::ExchangeResponse& response) override;
+    bool accept(const ZOLNS2::HTTP::ExchangeResponse& response) override;
     std::size_t mostParts() const override { return 0; }
     void beginPart(const ZOLNS2::MIME::ContentTypeHeader& type) override;
     void write(std::string_view bytes) override;

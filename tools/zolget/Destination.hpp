@@ -27,7 +27,7 @@ public:
 
     /// Looks at the head of a response. Also throws Failure (MALFORMED) if its body is not what was asked for.
     /// @return whether everything that the response is about is here already, although its status may say otherwise
-    virtual bool hasAllOf(const ZOLNS2::HTTP::ExchangeResponse& /*response*/) { return false; }
+    virtual bool accept(const ZOLNS2::HTTP::ExchangeResponse& /*response*/) { return false; }
 
     /// How many parts of a multipart body it takes; 0 if the body is not to be taken apart.
     virtual std::size_t mostParts() const { return std::numeric_limits<std::size_t>::max(); }

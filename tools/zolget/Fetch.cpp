@@ -28,6 +28,8 @@ namespace http = ZOLNS2::HTTP;
 namespace
 {
 
+constexpr std::uint64_t MOST_DISCARDED_BYTES = std::uint64_t{64} * 1024;
+
 Progress::Style progressStyle(const Options& options, const Destination& destination)
 {
     const bool isTerminal = ::isatty(STDERR_FILENO) == 1;
@@ -109,13 +111,11 @@ void Fetch::exchange(Destination& destination, bool mayRepeat)
 
 void Fetch::receive(const http::ExchangeResponse& response, Destination& destination, bool mayRepeat)
 {
-    const bool isHereAlready = destination.hasAllOf(response);
+    const bool isHereAlready = destination.accept(response);
     if (!response.isSuccess() && !isHereAlready)
     {
-        if (!mayRepeat || !isTransient(response.getStatus()))
-        {
-            showError(response);
-        }
+        const bool isRepeated = mayRepeat && isTransient(response.getStatus());
+        takeErrorBody(response, !isRepeated);
         failForStatus(m_options, m_url, response);
     }
     if (m_options.showHead)
@@ -134,18 +134,25 @@ void Fetch::receive(const http::ExchangeResponse& response, Destination& destina
     m_session.keepConnectionOf(response);
 }
 
-void Fetch::showError(const http::ExchangeResponse& response) const
+/// Shows what the user wants to see of an error. A short body that is not shown is dropped, so that the connection serves
+/// the next request.
+void Fetch::takeErrorBody(const http::ExchangeResponse& response, bool isToBeShown)
 {
-    if (m_options.showHead)
+    if (isToBeShown && m_options.showHead)
     {
         writeToStandardOutput(headText(response));
     }
-    if (m_options.showHead || m_options.showErrorBody)
+    if (isToBeShown && (m_options.showHead || m_options.showErrorBody))
     {
-        OneOutput standardOutput("");
+        OneOutput standardOutput("", false);
         Progress progress(std::cerr, Progress::Style::NONE);
         copyBody(response, standardOutput, progress);
     }
+    else if (!m_isLast)
+    {
+        discardBody(response, MOST_DISCARDED_BYTES);
+    }
+    m_session.keepConnectionOf(response);
 }
 
 void Fetch::copy(const http::ExchangeResponse& response, Destination& destination) const

@@ -25,7 +25,7 @@ private:
     void runOnce(bool mayRepeat);
     void exchange(Destination& destination, bool mayRepeat);
     void receive(const ZOLNS2::HTTP::ExchangeResponse& response, Destination& destination, bool mayRepeat);
-    void showError(const ZOLNS2::HTTP::ExchangeResponse& response) const;
+    void takeErrorBody(const ZOLNS2::HTTP::ExchangeResponse& response, bool isToBeShown);
     void copy(const ZOLNS2::HTTP::ExchangeResponse& response, Destination& destination) const;
     bool hasBody(const ZOLNS2::HTTP::ExchangeResponse& response) const;
     std::unique_ptr<Destination> makeDestination() const;

@@ -12,10 +12,12 @@ namespace zolget
 class OneOutput : public Destination
 {
 public:
-    /// An empty path is standard output.
-    explicit OneOutput(const std::string& path);
+    /// @param path       empty for standard output
+    /// @param takesParts whether a multipart body is to be taken apart
+    explicit OneOutput(const std::string& path, bool takesParts = true);
     ~OneOutput() override;
 
+    std::size_t mostParts() const override;
     void beginPart(const ZOLNS2::MIME::ContentTypeHeader& /*type*/) override {}
     void write(std::string_view bytes) override;
     void endPart(std::uint64_t /*length*/) override {}
@@ -25,6 +27,7 @@ public:
 
 private:
     Output m_output;
+    bool m_takesParts;
     bool m_hasWritten = false;
 };
 

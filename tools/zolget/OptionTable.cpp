@@ -148,7 +148,8 @@ OptionGroup outputGroup()
              "This is the default when standard error is a terminal and the body is written elsewhere.",
              Completion::NOTHING},
             {"-q,--quiet", "", "write nothing to standard error: neither messages nor progress",
-             "Write nothing to standard error, neither messages nor progress. The exit status tells what failed.",
+             "Write nothing to standard error, neither messages nor progress. The exit status tells what failed. "
+             "A command line that is wrong is reported all the same.",
              Completion::NOTHING},
             {"-v,--verbose", "", "show the exchange on standard error; -vv and -vvv show the library's log too",
              "Show the exchange on standard error: the address, the version and cipher of TLS and the server's "

@@ -39,7 +39,7 @@ mime::ContentRef openFile(const std::string& path)
 {
     try
     {
-        const mime::ContentRef file(new mime::FileContent(path));
+        mime::ContentRef file(new mime::FileContent(path));
         if (!file->hasContentLength())
         {
             failToSend(path, "its length is not known in advance; send it with --data-file - instead");

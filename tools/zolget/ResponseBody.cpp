@@ -1,5 +1,6 @@
 #include "ResponseBody.hpp"
 
+#include "zol/http/ExchangeException.hpp"
 #include "zol/mime/ContentEnd.hpp"
 #include "zol/mime/MultipartReader.hpp"
 
@@ -59,10 +60,22 @@ bool copyParts(const http::ExchangeResponse& response, std::size_t mostParts, Bo
     mime::MultipartReader::Limits limits;
     limits.parts = mostParts;
     mime::MultipartReader reader(response.getContent(), limits);
-    while (const std::optional<mime::MultipartPart> part = reader.next())
+    try
     {
-        // The reader says why a part has ended badly when it is asked for the next one.
-        copy.copy(part->getContent());
+        while (const std::optional<mime::MultipartPart> part = reader.next())
+        {
+            // The reader says why a part has ended badly when it is asked for the next one.
+            copy.copy(part->getContent());
+        }
+    }
+    catch (const http::ExchangeException&)
+    {
+        // What ended the body says more than that its last delimiter is missing.
+        if (response.bodyEnd() == http::ExchangeResponse::E_OPEN ||
+            response.bodyEnd() == http::ExchangeResponse::E_COMPLETE)
+        {
+            throw;
+        }
     }
     return response.bodyEnd() == http::ExchangeResponse::E_COMPLETE;
 }
@@ -82,6 +95,23 @@ bool copyBody(const http::ExchangeResponse& response, Destination& destination, 
         progress.setTotal(content->getContentLength());
     }
     return copy.copy(content);
+}
+
+bool discardBody(const http::ExchangeResponse& response, std::uint64_t mostBytes)
+{
+    const mime::ContentRef content = response.getContent();
+    const mime::ContentStreamStateRef state = content->createInitialStreamState();
+    const std::unique_ptr<char[]> block(new char[BLOCK_SIZE]);
+    for (std::uint64_t bytes = 0; bytes <= mostBytes;)
+    {
+        const std::size_t count = content->getData(block.get(), BLOCK_SIZE, state);
+        if (count == mime::END_OF_DATA)
+        {
+            return response.bodyEnd() == http::ExchangeResponse::E_COMPLETE;
+        }
+        bytes += count;
+    }
+    return false;
 }
 
 } // namespace zolget

@@ -49,7 +49,7 @@ std::string fileNameOf(const ZOLNS2::HTTP::Url& url)
 {
     const std::string_view target = viewOf(url.target());
     const std::string_view path = target.substr(0, target.find('?'));
-    const std::string name = decoded(path.substr(path.rfind('/') + 1));
+    std::string name = decoded(path.substr(path.rfind('/') + 1));
     if (name.empty())
     {
         refuseUsage("the path of " + toStdString(url.toString()) + " has no last name for a file; use -o");

@@ -119,7 +119,7 @@ TEST(ZolgetConnection, LogsWhenAsked)
     EXPECT_THAT(run.errors, HasSubstr("DEBUG2 zol.common.http"));
     EXPECT_EQ(run.errors.find("DEBUG3"), std::string::npos);
     EXPECT_EQ(zolget({"-v", zolget_test::urlOf(server)}).errors.find("DEBUG"), std::string::npos);
-    EXPECT_THAT(zolget({"-vvv", zolget_test::urlOf(server)}).errors, HasSubstr("DEBUG2 zol.common.http"));
+    EXPECT_THAT(zolget({"-vvv", zolget_test::urlOf(server)}).errors, HasSubstr("DEBUG3 zol.common.http"));
 }
 
 TEST_F(ZolgetTls, FetchesWithTheAuthorityThatItIsGiven)

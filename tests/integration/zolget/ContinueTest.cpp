@@ -2,6 +2,7 @@
 
 #include "Zolget.hpp"
 #include "support/ChildProcess.hpp"
+#include "support/NginxServer.hpp"
 #include "support/ScriptedServer.hpp"
 #include "support/TemporaryDirectory.hpp"
 
@@ -15,6 +16,7 @@
 #include <filesystem>
 #include <string>
 #include <thread>
+#include <vector>
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -251,6 +253,53 @@ TEST_F(ZolgetContinue, KeepsWhatArrivedBeforeASignal)
     EXPECT_EQ(process.wait(), 128 + SIGINT);
     EXPECT_EQ(readFile(m_path), "first");
     EXPECT_EQ(validatorOf(m_path), "\"v1\"");
+}
+
+TEST_F(ZolgetContinue, TakesAStrongDateForAValidator)
+{
+    const std::string dates = "Last-Modified: Sun, 06 Nov 1994 08:49:36 GMT\r\nDate: Sun, 06 Nov 1994 08:50:36 GMT\r\n";
+    {
+        const ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\n" + dates + "Content-Length: 11\r\n\r\nfirst"));
+        EXPECT_EQ(run(server).status, 7);
+    }
+    EXPECT_EQ(validatorOf(m_path), "Sun, 06 Nov 1994 08:49:36 GMT");
+    {
+        const ScriptedServer server(
+            respondingWith("HTTP/1.1 206 Partial Content\r\nLast-Modified: Sun, 06 Nov 1994 08:49:37 "
+                           "GMT\r\nContent-Range: bytes 5-10/11\r\n\r\nsecond"));
+        EXPECT_EQ(run(server).status, 9);
+    }
+    const ScriptedServer server(
+        respondingWith("HTTP/1.1 206 Partial Content\r\n" + dates + "Content-Range: bytes 5-10/11\r\n\r\nsecond"));
+    EXPECT_EQ(run(server).status, 0);
+    EXPECT_THAT(server.requests().front(), HasSubstr("\r\nIf-Range: Sun, 06 Nov 1994 08:49:36 GMT\r\n"));
+    EXPECT_EQ(readFile(m_path), "firstsecond");
+}
+
+TEST_F(ZolgetContinue, WorksWithARealServer)
+{
+    const zol_test::NginxServer server;
+    const std::string body = std::string(150000, 'a') + std::string(150000, 'b');
+    server.folder().write("html/file", body);
+    const std::string url = "http://127.0.0.1:" + std::to_string(server.port()) + "/file";
+    const std::vector<std::string> arguments = {"-C", "-o", m_path, url};
+    EXPECT_EQ(zolget(arguments).status, 0);
+    EXPECT_EQ(readFile(m_path), body);
+    EXPECT_THAT(validatorOf(m_path), testing::StartsWith("\""));
+
+    std::filesystem::resize_file(m_path, 140000);
+    EXPECT_EQ(zolget(arguments).status, 0);
+    EXPECT_TRUE(readFile(m_path) == body);
+    EXPECT_THAT(server.accessLog(), HasSubstr(" 206 "));
+
+    const Outcome again = zolget(arguments);
+    EXPECT_EQ(again.status, 0) << again.errors;
+    EXPECT_TRUE(readFile(m_path) == body);
+    EXPECT_THAT(server.accessLog(), HasSubstr(" 416 "));
+
+    server.folder().write("html/file", "another version");
+    EXPECT_EQ(zolget(arguments).status, 0);
+    EXPECT_EQ(readFile(m_path), "another version");
 }
 
 TEST_F(ZolgetContinue, KeepsTheModeOfTheFile)

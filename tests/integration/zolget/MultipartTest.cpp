@@ -1,6 +1,7 @@
 // Bodies of several parts, in both directions.
 
 #include "Zolget.hpp"
+#include "support/ChildProcess.hpp"
 #include "support/ScriptedServer.hpp"
 #include "support/TemporaryDirectory.hpp"
 
@@ -157,6 +158,56 @@ TEST(ZolgetMultipart, TakesChunkedParts)
     const Outcome run = zolget({urlOf(server)});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "first second");
+}
+
+TEST(ZolgetMultipart, ExitsWith7WhenItsChunksAreDamaged)
+{
+    const ScriptedServer server(respondingWith(
+        "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\nContent-Type: multipart/mixed; boundary=edge\r\n"
+        "\r\n9\r\n--edge\r\n\r\n?\r\n"));
+    const Outcome run = zolget({urlOf(server)});
+    EXPECT_EQ(run.status, 7) << run.errors;
+    EXPECT_THAT(run.errors, HasSubstr("chunked coding"));
+}
+
+TEST(ZolgetMultipart, WritesPartsAsTheyArrive)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            connection.receiveHead();
+            connection.send(HEAD + PARTS + "\r\n--edge\r\n\r\n");
+            // The client ends only when the rest has come.
+            EXPECT_TRUE(connection.waitUntilPeerCloses());
+        });
+    zol_test::ChildProcess process(zolget_test::command({"--parts", folder.path().string(), urlOf(server)}));
+    EXPECT_TRUE(process.waitForOutput("   2             6  application/octet-stream\n"));
+    EXPECT_EQ(readFile(folder.file("part-002.bin")), "second");
+    process.stop();
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("part-001.txt", "part-002.bin"));
+}
+
+TEST(ZolgetMultipart, TakesATypeThatIsNoMediaTypeAsOnePart)
+{
+    const ScriptedServer server(respondingWith("HTTP/1.1 200 OK\r\nContent-Type: multipart\r\n\r\nbody"));
+    EXPECT_EQ(zolget({urlOf(server)}).output, "body");
+}
+
+TEST(ZolgetMultipart, ExitsWith9ForMorePartsThanAFolderTakes)
+{
+    const TemporaryDirectory folder;
+    std::string body;
+    for (int part = 0; part < 1001; ++part)
+    {
+        body += "--edge\r\n\r\n.\r\n";
+    }
+    const ScriptedServer server(respondingWith(HEAD + body + "--edge--"));
+    EXPECT_EQ(zolget({"--parts", folder.file("parts"), urlOf(server)}).status, 9);
+    EXPECT_EQ(namesIn(folder.file("parts")).size(), 1000U);
+    const Outcome run = zolget({urlOf(server)});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, std::string(1001, '.'));
 }
 
 TEST(ZolgetMultipart, ExitsWith9ForATypeWithoutBoundary)

@@ -67,6 +67,40 @@ TEST(ZolgetUrls, AreFetchedInTheirOrderOverOneConnection)
     EXPECT_THAT(requests, EndsWith("\r\nConnection: close\r\n\r\n"));
 }
 
+TEST(ZolgetUrls, KeepTheConnectionBehindAnError)
+{
+    for (const char* option : {"--progress", "--error-body"})
+    {
+        const ScriptedServer server(
+            [](ServerConnection& connection)
+            {
+                connection.receiveHead();
+                connection.send("HTTP/1.1 404 Not Found\r\nContent-Length: 4\r\n\r\ngone");
+                connection.send(okResponse(targetIn(connection.receiveHead())));
+            });
+        const Outcome run = zolget({option, urlOf(server, "/1"), urlOf(server, "/2")});
+        EXPECT_EQ(run.status, 6);
+        EXPECT_THAT(run.output, EndsWith("/2"));
+        EXPECT_EQ(server.connections(), 1U);
+    }
+}
+
+TEST(ZolgetUrls, GetANewConnectionBehindALongError)
+{
+    const ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            const std::string target = targetIn(connection.receiveHead());
+            connection.send(target == "/1" ? "HTTP/1.1 404 Not Found\r\nContent-Length: 100000000\r\n\r\n" +
+                                                 std::string(200000, 'x')
+                                           : okResponse(target));
+        });
+    const Outcome run = zolget({urlOf(server, "/1"), urlOf(server, "/2")});
+    EXPECT_EQ(run.status, 6);
+    EXPECT_EQ(run.output, "/2");
+    EXPECT_EQ(server.connections(), 2U);
+}
+
 TEST(ZolgetUrls, GetANewConnectionWhereTheServerEndsIt)
 {
     // Without saying so, after each response.
