@@ -1,5 +1,6 @@
 #include "Getting.hpp"
 #include "Stall.hpp"
+#include "Trust.hpp"
 #include "support/NginxServer.hpp"
 
 #include <sys/wait.h>
@@ -119,20 +120,31 @@ TEST(ForkedExchange, LooksNamesUp)
     EXPECT_TRUE(succeeds(request, ExchangeOptions()));
 }
 
+// A close-notify of the child's would end the parent's connection.
 TEST(ForkedExchange, ClosesNoConnectionOfTheParent)
 {
-    const NginxServer server;
-    const Request request = getAndKeep(plainUrl(server.port()));
-    std::optional<ExchangeResponse> response = exchange(request);
-    const std::string page = bodyOf(*response);
-    EXPECT_TRUE(holdsInAChild(
-        [&]
-        {
-            response.reset();
-            return true;
-        }));
-    ASSERT_TRUE(response->reusable());
-    EXPECT_EQ(bodyOf(exchange(response->getConnection(), request)), page);
+    const zol_test::Certificate authority = zol_test::makeAuthority();
+    const zol_test::Certificate own = zol_test::issue(authority, loopbackFields());
+    NginxServer::Options options;
+    options.certificate = own.certificatePem();
+    options.privateKey = own.keyPem();
+    const NginxServer server(options);
+    const Request plain = getAndKeep(plainUrl(server.port()));
+    const Request secure = getAndKeep(secureUrl(server.tlsPort()), zol_integration::trusting(authority));
+    for (const Request& request : {plain, secure})
+    {
+        SCOPED_TRACE(request.getRequestLine().url);
+        std::optional<ExchangeResponse> response = exchange(request);
+        const std::string page = bodyOf(*response);
+        EXPECT_TRUE(holdsInAChild(
+            [&]
+            {
+                response.reset();
+                return true;
+            }));
+        ASSERT_TRUE(response->reusable());
+        EXPECT_EQ(bodyOf(exchange(response->getConnection(), request)), page);
+    }
 }
 
 } // namespace

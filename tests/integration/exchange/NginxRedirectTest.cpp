@@ -122,6 +122,8 @@ TEST_F(NginxRedirect, CredentialsAreDroppedForAnotherOriginAndStayDropped)
 {
     EXPECT_EQ(seenBehind(url("/to?to=" + url("/seen", "localhost"))),
               "||x|localhost:" + std::to_string(m_server.port()));
+    const std::string on = url("/to?to=" + url("/seen", "localhost"), "localhost");
+    EXPECT_EQ(seenBehind(url("/to?to=" + on)), "||x|localhost:" + std::to_string(m_server.port()));
     const std::string back = url("/to?to=" + url("/seen"), "localhost");
     EXPECT_EQ(seenBehind(url("/to?to=" + back)), "||x|127.0.0.1:" + std::to_string(m_server.port()));
 }

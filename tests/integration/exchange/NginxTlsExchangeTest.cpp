@@ -143,6 +143,7 @@ TEST_F(NginxTlsExchange, AClientCertificateIsDroppedForAnotherOriginAndStaysDrop
     const auto whoBehind = [&](const std::string& url) { return bodyOf(exchange(get(url, tls), following(5))); };
     EXPECT_EQ(whoBehind(here("/to?to=" + here("/who"))), "SUCCESS CN=a client");
     EXPECT_EQ(whoBehind(here("/to?to=" + there("/who"))), "NONE ");
+    EXPECT_EQ(whoBehind(here("/to?to=" + there("/to?to=" + there("/who")))), "NONE ");
     EXPECT_EQ(whoBehind(here("/to?to=" + there("/to?to=" + here("/who")))), "NONE ");
     EXPECT_EQ(whoBehind(there("/who")), "SUCCESS CN=a client") << "the context itself is as it was";
 }

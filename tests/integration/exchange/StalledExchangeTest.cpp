@@ -54,14 +54,46 @@ const Place PLACES[] = {
     {"CompressedBodyDrip", &Stall::inACompressedBodyThatDrips, ExchangeException::E_BODY},
 };
 
+/// Where a limit of the options other than the deadline ends the exchange: no byte moves, or the phase has a time.
+const Place TIMED_PLACES[] = {
+    {"LookUp", &Stall::inTheLookUp, ExchangeException::E_LOOK_UP},
+    {"Connect", &Stall::inAConnectToAFullBacklog, ExchangeException::E_CONNECT},
+    {"SilentHandshake", &Stall::inASilentHandshake, ExchangeException::E_TLS},
+    {"HandshakeDrip", &Stall::inAHandshakeThatDrips, ExchangeException::E_TLS},
+    {"SilentSend", &Stall::inASendThatNobodyReads, ExchangeException::E_SEND},
+    {"SilentTlsSend", &Stall::inASendOverTlsThatNobodyReads, ExchangeException::E_SEND},
+    {"SilentHead", &Stall::inASilentHead, ExchangeException::E_HEAD},
+    {"HeadDrip", &Stall::inAHeadThatDrips, ExchangeException::E_HEAD},
+    {"TlsHeadDrip", &Stall::inAHeadThatDripsOverTls, ExchangeException::E_HEAD},
+    {"InterimHeadDrip", &Stall::inAnInterimResponseThatDrips, ExchangeException::E_HEAD},
+    {"SilentBody", &Stall::inASilentBody, ExchangeException::E_BODY},
+    {"TrailerDrip", &Stall::inATrailerThatDrips, ExchangeException::E_BODY},
+};
+
 const char* nameOf(ExchangeException::ECause cause)
 {
-    return cause == ExchangeException::E_DEADLINE ? "deadline" : "cancelled";
+    switch (cause)
+    {
+    case ExchangeException::E_DEADLINE:
+        return "deadline";
+    case ExchangeException::E_CANCELLED:
+        return "cancelled";
+    default:
+        return "";
+    }
 }
 
 ExchangeResponse::EBodyEnd endOf(ExchangeException::ECause cause)
 {
-    return cause == ExchangeException::E_DEADLINE ? ExchangeResponse::E_DEADLINE : ExchangeResponse::E_CANCELLED;
+    switch (cause)
+    {
+    case ExchangeException::E_DEADLINE:
+        return ExchangeResponse::E_DEADLINE;
+    case ExchangeException::E_CANCELLED:
+        return ExchangeResponse::E_CANCELLED;
+    default:
+        return ExchangeResponse::E_TIMED_OUT;
+    }
 }
 
 class StalledExchange : public testing::TestWithParam<Place>
@@ -126,6 +158,7 @@ TEST_P(StalledExchange, EndsAtOnceWhenAnotherThreadCancelsIt)
     const blocxx::Cancellation cancellation;
     ExchangeOptions options = m_stall->options();
     options.cancellation = cancellation;
+    options.deadline = blocxx::Timeout::relative(20); // for a test that fails
     Clock::time_point cancelled;
     std::thread other(
         [&]
@@ -160,6 +193,7 @@ TEST_P(StalledExchange, EndsAtOnceWhenASignalHandlerCancelsIt)
     ::sigaction(SIGUSR1, &action, &before);
     ExchangeOptions options = m_stall->options();
     options.cancellation = cancellation;
+    options.deadline = blocxx::Timeout::relative(20); // for a test that fails
     const pthread_t self = ::pthread_self();
     std::thread other(
         [&]
@@ -197,7 +231,23 @@ TEST_P(StalledExchange, EndsWithItsThread)
     EXPECT_LT(Clock::now() - start, 5s);
 }
 
+class TimedExchange : public StalledExchange
+{
+};
+
+TEST_P(TimedExchange, EndsAtTheLimitOfWhatItDoes)
+{
+    ExchangeOptions options = m_stall->options();
+    options.connectTimeout = blocxx::Timeout::relative(1);
+    options.headTimeout = blocxx::Timeout::relative(1);
+    options.progressTimeout = blocxx::Timeout::relative(1);
+    const Clock::time_point start = Clock::now();
+    EXPECT_LT(fail(options, ExchangeException::E_TIMED_OUT) - start, 5s);
+}
+
 INSTANTIATE_TEST_SUITE_P(In, StalledExchange, testing::ValuesIn(PLACES),
+                         [](const testing::TestParamInfo<Place>& one) { return one.param.name; });
+INSTANTIATE_TEST_SUITE_P(In, TimedExchange, testing::ValuesIn(TIMED_PLACES),
                          [](const testing::TestParamInfo<Place>& one) { return one.param.name; });
 
 } // namespace
