@@ -1,7 +1,6 @@
 #include "exchange/DecodedBody.hpp"
 
 #include "ExchangeWith.hpp"
-
 #include "support/ScriptedContent.hpp"
 
 #include "zol/mime/ContentException.hpp"
@@ -155,9 +154,10 @@ TEST(ExchangeDecoding, CutDataIsACut)
 TEST(ExchangeDecoding, ACutConnectionIsACut)
 {
     const std::string body = compressed(TEXT, GZIP);
-    const ExchangeResponse response = responseTo("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: " +
-                                                     std::to_string(body.size()) + "\r\n\r\n" + body.substr(0, 1000),
-                                                 decompressing());
+    const ExchangeResponse response =
+        responseTo("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: " + std::to_string(body.size()) +
+                       "\r\n\r\n" + body.substr(0, 1000),
+                   decompressing());
     const std::string got = bodyOf(response);
     EXPECT_FALSE(got.empty());
     EXPECT_EQ(TEXT.compare(0, got.size(), got), 0);
@@ -189,9 +189,8 @@ TEST(ExchangeDecoding, DamagedDataIsMalformed)
 
 TEST(ExchangeDecoding, AnEmptyBodyIsComplete)
 {
-    const ExchangeResponse response =
-        responseTo("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
-                   decompressing());
+    const ExchangeResponse response = responseTo(
+        "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", decompressing());
     EXPECT_EQ(bodyOf(response), "");
     EXPECT_EQ(response.bodyEnd(), ExchangeResponse::E_COMPLETE);
 }

@@ -1,7 +1,6 @@
 #include "exchange/Redirect.hpp"
 
 #include "ExchangeWith.hpp"
-
 #include "support/ScriptedContent.hpp"
 
 #include <gmock/gmock.h>
@@ -16,8 +15,8 @@ using namespace exchange_test;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-using zol_test::ScriptedServer;
 using zol_test::scripted;
+using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 
 ExchangeOptions following(unsigned most = 5)
@@ -100,8 +99,10 @@ TEST(ExchangeRedirect, ChangesTheMethodAsTheStatusSays)
         SCOPED_TRACE(std::to_string(one.status) + one.method);
         const bool hasContent = std::string(one.method) != "HEAD";
         ScriptedServer server(inTurn({redirectTo("/x", one.status), FINAL}));
-        const Headers headers = hasContent ? fieldsOf({{"Content-Length", "4"}, {"Content-Type", "text/x"}}) : Headers();
-        exchange(requestOf(one.method, server.address(), headers, hasContent ? ContentRef(scripted({"data"})) : ContentRef()),
+        const Headers headers =
+            hasContent ? fieldsOf({{"Content-Length", "4"}, {"Content-Type", "text/x"}}) : Headers();
+        exchange(requestOf(one.method, server.address(), headers,
+                           hasContent ? ContentRef(scripted({"data"})) : ContentRef()),
                  following());
         ASSERT_TRUE(server.waitUntilIdle());
         const std::string second = server.requests().at(1);
@@ -142,10 +143,8 @@ TEST(ExchangeRedirect, LeavesCredentialsOutForAnotherOriginAndBehindIt)
                                  {"Cookie", "c"},
                                  {"X", "kept"}})),
              following());
-    EXPECT_EQ(other.requests().at(0),
-              "GET /x HTTP/1.1\r\nHost: " + other.address() + "\r\nX: kept\r\n\r\n");
-    EXPECT_EQ(server.requests().at(1),
-              "GET /y HTTP/1.1\r\nHost: " + server.address() + "\r\nX: kept\r\n\r\n");
+    EXPECT_EQ(other.requests().at(0), "GET /x HTTP/1.1\r\nHost: " + other.address() + "\r\nX: kept\r\n\r\n");
+    EXPECT_EQ(server.requests().at(1), "GET /y HTTP/1.1\r\nHost: " + server.address() + "\r\nX: kept\r\n\r\n");
 }
 
 TEST(ExchangeRedirect, WithContentThatCanBeReadOnceIsReturned)
@@ -174,9 +173,9 @@ TEST(ExchangeRedirect, ThatCannotBeFollowedIsReturnedAndSaysWhy)
         const char* location;
         const char* words;
     };
-    for (const Case& one : {Case{"", "names no location"}, Case{"ftp://example.com/", "ftp"},
-                            Case{"http://user@127.0.0.1/", "user"}, Case{"http://[::1/", "["},
-                            Case{"javascript:alert(1)", "javascript"}})
+    for (const Case& one :
+         {Case{"", "names no location"}, Case{"ftp://example.com/", "ftp"}, Case{"http://user@127.0.0.1/", "user"},
+          Case{"http://[::1/", "["}, Case{"javascript:alert(1)", "javascript"}})
     {
         SCOPED_TRACE(one.location);
         ScriptedServer server(inTurn({redirectTo(one.location)}));
