@@ -14,6 +14,8 @@
 #include "exchange/RequestSender.hpp"
 #include "exchange/Text.hpp"
 
+#include "zol/http/ExchangeObserver.hpp"
+
 #include <memory>
 #include <string>
 
@@ -160,6 +162,10 @@ ExchangeResponse Exchanging::run(const Request& first, const ExchangeLinkRef& ke
         ZOL_LOG(m_log, DEBUG2,
                 blocxx::Format("Making the following request: %1 %2", request.getRequestLine().method, url.toString()));
         const ExchangeLinkRef link = linkFor(request, url, followed == 0 ? kept : ExchangeLinkRef());
+        if (m_options.observer != nullptr)
+        {
+            m_options.observer->connected(ExchangeConnection(link));
+        }
         ZOL_LOG(m_log, DEBUG3, blocxx::Format("Connected to %1", link->socket().getPeerAddress().toString()));
         const Received received = sendAndReceive(request, readings.current(), *link);
         ZOL_LOG(m_log, DEBUG2, blocxx::Format("Received: %1", received.head.statusLine.toString()));

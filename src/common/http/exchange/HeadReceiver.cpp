@@ -4,6 +4,8 @@
 #include "exchange/HeadFields.hpp"
 #include "exchange/LinkFailure.hpp"
 
+#include "zol/http/ExchangeObserver.hpp"
+
 #include <string_view>
 
 namespace ZOLNS2::HTTP
@@ -89,6 +91,10 @@ ReceivedHead HeadReceiver::next()
         throwMalformed(fields.problem());
     }
     head.fields = fields.fields();
+    if (m_options.observer != nullptr)
+    {
+        m_options.observer->received(head.statusLine, head.fields);
+    }
     if (head.isInterim() && ++m_interim > MOST_INTERIM)
     {
         throw ExchangeException(

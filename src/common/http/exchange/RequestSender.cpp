@@ -6,6 +6,8 @@
 #include "exchange/Text.hpp"
 #include "message/WireText.hpp"
 
+#include "zol/http/ExchangeObserver.hpp"
+
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -58,6 +60,10 @@ void RequestSender::send(const Request& request, std::string_view extraFields, R
     appendWireText(head, request.getHeaders());
     head += extraFields;
     head += "\r\n";
+    if (m_options.observer != nullptr)
+    {
+        m_options.observer->sending(toString(head));
+    }
     if (content == nullptr)
     {
         m_sentWhole = writeHead(head);

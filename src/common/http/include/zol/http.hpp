@@ -7,6 +7,7 @@
 #include "zol/http/Exchange.hpp"
 #include "zol/http/ExchangeConnection.hpp"
 #include "zol/http/ExchangeException.hpp"
+#include "zol/http/ExchangeObserver.hpp"
 #include "zol/http/ExchangeOptions.hpp"
 #include "zol/http/ExchangeResponse.hpp"
 #include "zol/http/HTTPClient.hpp"

@@ -15,6 +15,8 @@
 namespace ZOLNS2::HTTP
 {
 
+class ExchangeObserver;
+
 /// How one exchange is to be done. The values at first are safe: nothing hangs, nothing fills the memory, and nothing
 /// is followed. They hold for this exchange alone, on a connection that is kept as well.
 ///
@@ -73,6 +75,9 @@ struct ZOL_API ExchangeOptions
 
     /// Gives the exchange up from outside; its body too, as long as its end has not been reported.
     std::optional<blocxx::Cancellation> cancellation;
+
+    /// Is told what is sent and received; must live until exchange() returns. Null for none.
+    ExchangeObserver* observer = nullptr;
 };
 
 } // namespace ZOLNS2::HTTP
