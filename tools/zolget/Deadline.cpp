@@ -1,5 +1,8 @@
 #include "Deadline.hpp"
 
+#include <algorithm>
+#include <limits>
+
 namespace zolget
 {
 
@@ -27,6 +30,16 @@ blocxx::Timeout Deadline::remaining() const
         return blocxx::Timeout::infinite;
     }
     return blocxx::Timeout::relative(std::chrono::duration<float>(*m_end - Clock::now()).count());
+}
+
+int Deadline::remainingMilliseconds() const
+{
+    if (!m_end.has_value())
+    {
+        return -1;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*m_end - Clock::now()).count();
+    return static_cast<int>(std::clamp<decltype(left)>(left, 0, std::numeric_limits<int>::max()));
 }
 
 bool Deadline::allows(std::chrono::seconds pause) const

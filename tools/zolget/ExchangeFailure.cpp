@@ -6,6 +6,7 @@
 
 #include "zol/mime/ContentException.hpp"
 
+#include <cerrno>
 #include <sstream>
 
 namespace zolget
@@ -126,6 +127,8 @@ void ExchangeFailure::raiseForSending(const ExchangeException& error) const
 {
     if (dynamic_cast<const ZOLNS2::MIME::ContentException*>(error.getSubException()) != nullptr)
     {
+        const bool isLateInput = error.getSubException()->getErrorCode() == ETIMEDOUT;
+        checkDeadline(isLateInput ? ExchangeException::E_DEADLINE : error.cause(), error.getMessage());
         throw Failure(ExitStatus::LOCAL_FILE, "a file became shorter or unreadable while it was sent to " +
                                                   authority() + ": " + error.getSubException()->getMessage());
     }

@@ -53,19 +53,16 @@ mime::ContentRef openFile(const std::string& path)
     }
 }
 
-mime::ContentRef openDataFile(const std::string& path)
+mime::ContentRef makeFiles(const std::vector<std::string>& paths, const Deadline& deadline)
 {
-    return path == "-" ? mime::ContentRef(new StandardInputContent) : openFile(path);
-}
-
-mime::ContentRef makeFiles(const std::vector<std::string>& paths)
-{
-    if (paths.size() == 1)
-    {
-        return openDataFile(paths.front());
-    }
     std::vector<mime::ContentRef> files;
-    std::transform(paths.begin(), paths.end(), std::back_inserter(files), openDataFile);
+    std::transform(paths.begin(), paths.end(), std::back_inserter(files),
+                   [&deadline](const std::string& path)
+                   { return path == "-" ? mime::ContentRef(new StandardInputContent(deadline)) : openFile(path); });
+    if (files.size() == 1)
+    {
+        return files.front();
+    }
     return mime::ContentRef(new JoinedContent(std::move(files)));
 }
 
@@ -106,7 +103,7 @@ bool hasType(const Options& options)
 
 } // namespace
 
-mime::ContentRef makeRequestBody(const Options& options)
+mime::ContentRef makeRequestBody(const Options& options, const Deadline& deadline)
 {
     try
     {
@@ -117,7 +114,7 @@ mime::ContentRef makeRequestBody(const Options& options)
         }
         if (!options.dataFiles.empty())
         {
-            return makeFiles(options.dataFiles);
+            return makeFiles(options.dataFiles, deadline);
         }
         if (!options.fields.empty())
         {

@@ -15,10 +15,15 @@ namespace http = ZOLNS2::HTTP;
 namespace
 {
 
+bool isGiven(const Options& options, const char* name)
+{
+    return std::any_of(options.headers.begin(), options.headers.end(),
+                       [name](const HeaderOption& header) { return equalsIgnoringCase(header.name, name); });
+}
+
 void addMissing(http::RequestBuilder& builder, const Options& options, const char* name, const char* value)
 {
-    const auto isOne = [name](const HeaderOption& header) { return equalsIgnoringCase(header.name, name); };
-    if (std::none_of(options.headers.begin(), options.headers.end(), isOne))
+    if (!isGiven(options, name))
     {
         builder.header(name, value);
     }
@@ -31,6 +36,11 @@ http::Request makeRequest(const Options& options, const http::Url& url, const Re
     http::RequestBuilder builder(options.method, url);
     addMissing(builder, options, "User-Agent", "zolget/" ZOLGET_VERSION);
     addMissing(builder, options, "Accept", "*/*");
+    // The library would add it too, but then the request would not show it. A range cannot be decompressed by itself.
+    if (options.decompress && !isGiven(options, "Range"))
+    {
+        addMissing(builder, options, "Accept-Encoding", "gzip, deflate");
+    }
     for (const HeaderOption& header : options.headers)
     {
         builder.header(header.name, header.value);

@@ -19,8 +19,8 @@ constexpr float SHORTEST_HEAD_TIMEOUT = 120; // seconds
 
 } // namespace
 
-Session::Session(const Options& options)
-    : m_options(options), m_deadline(options.maxTime), m_tlsContext(makeTlsContext(options)),
+Session::Session(const Options& options, const Deadline& deadline)
+    : m_options(options), m_deadline(deadline), m_tlsContext(makeTlsContext(options)),
       m_trace(std::cerr, options.verbosity > 0)
 {
 }

@@ -18,7 +18,7 @@ class Session
 {
 public:
     /// Throws Failure (TLS, LOCAL_FILE).
-    explicit Session(const Options& options);
+    Session(const Options& options, const Deadline& deadline);
 
     const Options& options() const { return m_options; }
     const Deadline& deadline() const { return m_deadline; }

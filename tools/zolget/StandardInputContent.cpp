@@ -45,6 +45,7 @@ std::size_t StandardInputContent::getData(char* buffer, std::size_t size, const 
     // A terminal tells the end only once.
     while (!m_hasEnded)
     {
+        waitForInput();
         const ssize_t count = ::read(STDIN_FILENO, buffer, size);
         if (count > 0)
         {
@@ -55,17 +56,29 @@ std::size_t StandardInputContent::getData(char* buffer, std::size_t size, const 
             m_hasEnded = size > 0;
             return m_hasEnded ? mime::END_OF_DATA : 0;
         }
-        if (errno == EAGAIN)
-        {
-            pollfd waiting{STDIN_FILENO, POLLIN, 0};
-            ::poll(&waiting, 1, -1);
-        }
-        else if (errno != EINTR)
+        if (errno != EINTR && errno != EAGAIN)
         {
             fail(std::string("cannot read standard input: ") + std::strerror(errno), errno);
         }
     }
     return mime::END_OF_DATA;
+}
+
+void StandardInputContent::waitForInput() const
+{
+    pollfd waiting{STDIN_FILENO, POLLIN, 0};
+    for (;;)
+    {
+        const int wait = m_deadline.remainingMilliseconds();
+        if (::poll(&waiting, 1, wait) > 0)
+        {
+            return;
+        }
+        if (wait == 0)
+        {
+            fail("standard input had no end by then", ETIMEDOUT);
+        }
+    }
 }
 
 mime::ContentStreamStateRef StandardInputContent::createInitialStreamState() const

@@ -1,5 +1,6 @@
 #include "Transfer.hpp"
 
+#include "Deadline.hpp"
 #include "Failure.hpp"
 #include "Fetch.hpp"
 #include "Log.hpp"
@@ -25,8 +26,9 @@ bool concernsAll(const Failure& failure)
 ExitStatus transfer(const Options& options)
 {
     startLog(options.verbosity);
-    const ZOLNS2::MIME::ContentRef body = makeRequestBody(options);
-    Session session(options);
+    const Deadline deadline(options.maxTime);
+    const ZOLNS2::MIME::ContentRef body = makeRequestBody(options, deadline);
+    Session session(options, deadline);
     ExitStatus first = ExitStatus::SUCCESS;
     for (const ZOLNS2::HTTP::Url& url : options.urls)
     {

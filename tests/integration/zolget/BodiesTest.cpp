@@ -115,6 +115,18 @@ TEST(ZolgetStandardInput, ExitsWith8WhenItCannotBeRead)
     EXPECT_THAT(process.errorOutput(), HasSubstr("cannot read standard input: Bad file descriptor"));
 }
 
+TEST(ZolgetStandardInput, IsNotWaitedForLongerThanEverythingMayTake)
+{
+    const TemporaryDirectory folder;
+    ScriptedServer server(receiveAll);
+    server.ignoreErrors();
+    // Opened in both directions, a FIFO has a writer that never writes.
+    ChildProcess process({"sh", "-c", "mkfifo \"$2\" && exec \"$0\" --max-time 0.5 --data-file - \"$1\" <>\"$2\"",
+                          ZOLGET_PROGRAM, urlOf(server), folder.file("fifo")});
+    EXPECT_EQ(process.wait(), 11);
+    EXPECT_THAT(process.errorOutput(), HasSubstr("was not done within the 0.5 s of --max-time: "));
+}
+
 TEST(ZolgetForm, IsReadBackByAnotherParser)
 {
     const TemporaryDirectory folder;
@@ -162,6 +174,7 @@ TEST(ZolgetCompressed, IsAskedForAndUndone)
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, text);
     EXPECT_THAT(server.requests().front(), HasSubstr("\r\nAccept-Encoding: gzip, deflate\r\n"));
+    EXPECT_THAT(zolget({"--compressed", "-v", urlOf(server)}).errors, HasSubstr("> Accept-Encoding: gzip, deflate\n"));
     EXPECT_EQ(zolget({urlOf(server)}).output, packed);
     EXPECT_THAT(server.requests().back(), Not(HasSubstr("Accept-Encoding")));
 }

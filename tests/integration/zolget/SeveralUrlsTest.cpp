@@ -111,10 +111,35 @@ TEST(ZolgetUrls, GetANewConnectionWhereTheServerEndsIt)
     EXPECT_EQ(server.connections(), 2U);
 }
 
+TEST(ZolgetUrls, AreAskedForAgainWhereTheServerEndsAKeptConnectionInstead)
+{
+    const ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            const std::string target = targetIn(connection.receiveHead());
+            connection.send(okResponse(target));
+            if (connection.index() == 0)
+            {
+                connection.receiveHead();
+            }
+        });
+    const Outcome run = zolget({"-d", "", urlOf(server, "/1"), urlOf(server, "/2")});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, "/1/2");
+    EXPECT_EQ(run.errors, "");
+    EXPECT_EQ(server.connections(), 2U);
+}
+
 TEST(ZolgetUrls, GetANewConnectionForAnotherServer)
 {
-    const ScriptedServer first(serving(1));
-    const ScriptedServer second(serving(1));
+    // Which would keep theirs open.
+    const auto serveOnce = [](ServerConnection& connection)
+    {
+        connection.send(okResponse(targetIn(connection.receiveHead())));
+        EXPECT_TRUE(connection.waitUntilPeerCloses());
+    };
+    const ScriptedServer first(serveOnce);
+    const ScriptedServer second(serveOnce);
     const Outcome run = zolget({urlOf(first, "/1"), urlOf(second, "/2"), urlOf(first, "/3")});
     EXPECT_EQ(run.status, 0) << run.errors;
     EXPECT_EQ(run.output, "/1/2/3");
