@@ -270,7 +270,8 @@ Url Url::resolve(const blocxx::String& reference) const
 {
     refuseControls(viewOf(reference));
     const Reference given = split(viewOf(reference));
-    const Reference base = split(viewOf(m_target));
+    // Not split(): a target may begin with two slashes, behind which no authority stands.
+    const std::string_view basePath = viewOf(m_target).substr(0, viewOf(m_target).find('?'));
     if (given.scheme && !given.authority)
     {
         return Url(reference);
@@ -281,12 +282,12 @@ Url Url::resolve(const blocxx::String& reference) const
     url.append("://").append(given.authority.value_or(viewOf(ownAuthority)));
     if (!given.authority && given.path.empty())
     {
-        url += base.path;
-        appendQuery(url, given.query ? given.query : base.query);
+        url += given.query ? basePath : viewOf(m_target);
+        appendQuery(url, given.query);
         return Url(url);
     }
     const bool isWhole = given.authority || given.path.front() == '/';
-    const std::string_view folder = isWhole ? std::string_view() : base.path.substr(0, base.path.rfind('/') + 1);
+    const std::string_view folder = isWhole ? std::string_view() : basePath.substr(0, basePath.rfind('/') + 1);
     url += withoutDotSegments(std::string(folder).append(given.path));
     appendQuery(url, given.query);
     return Url(url);

@@ -251,6 +251,16 @@ TEST(UrlResolve, TakesPathAndHostAndQueryFromTheReference)
     EXPECT_EQ(Url("http://[::1]:81").resolve("x").toString(), "http://[::1]:81/x");
 }
 
+TEST(UrlResolve, APathThatBeginsWithTwoSlashesIsAPath)
+{
+    const Url base("http://host//a/b?c");
+    EXPECT_STREQ(base.resolve("d").toString().c_str(), "http://host//a/d");
+    EXPECT_STREQ(base.resolve("../d").toString().c_str(), "http://host//d");
+    EXPECT_STREQ(base.resolve("?d").toString().c_str(), "http://host//a/b?d");
+    EXPECT_STREQ(base.resolve("").toString().c_str(), "http://host//a/b?c");
+    EXPECT_STREQ(Url("http://host//a").resolve(":/../5").toString().c_str(), "http://host//5");
+}
+
 TEST(UrlResolve, EncodesWhatTheReferenceMayNotContain)
 {
     const Url base("http://h/a%2");
