@@ -71,10 +71,10 @@ std::optional<struct stat> FilePlace::status() const
     return std::nullopt;
 }
 
-FilePlace locate(const std::string& path)
+FilePlace locate(const std::string& path, const std::string& shown)
 {
     FilePlace place;
-    place.path = path;
+    place.path = shown.empty() ? path : shown;
     std::string rest = path;
     for (int links = 0; links <= MOST_LINKS; ++links)
     {
@@ -82,23 +82,47 @@ FilePlace locate(const std::string& path)
         OpenDescriptor folder(::openat(from, folderOf(rest).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
         if (folder.get() < 0)
         {
-            failToWrite(path, errno);
+            failToWrite(place.path, errno);
         }
         place.folder = std::move(folder);
         place.name = nameOf(rest);
         if (place.name.empty() || place.name == "." || place.name == "..")
         {
-            failToWrite(path, EISDIR);
+            failToWrite(place.path, EISDIR);
         }
         const std::optional<struct stat> found = place.status();
         if (!found.has_value() || !S_ISLNK(found->st_mode))
         {
             return place;
         }
-        requireFollowable(place.folder.get(), *found, path);
+        requireFollowable(place.folder.get(), *found, place.path);
         rest = targetOf(place);
     }
-    failToWrite(path, ELOOP);
+    failToWrite(place.path, ELOOP);
+}
+
+OpenDescriptor openFolder(const std::string& path)
+{
+    const std::string shown = "into the folder " + path;
+    const std::string trimmed = path.substr(0, path.find_last_not_of('/') + 1);
+    const std::string name = nameOf(trimmed);
+    OpenDescriptor folder;
+    if (name.empty() || name == "." || name == "..")
+    {
+        folder = OpenDescriptor(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    }
+    else
+    {
+        const FilePlace place = locate(trimmed, shown);
+        (void)::mkdirat(place.folder.get(), place.name.c_str(), 0777);
+        folder = OpenDescriptor(
+            ::openat(place.folder.get(), place.name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    }
+    if (folder.get() < 0 || ::faccessat(folder.get(), ".", W_OK | X_OK, AT_EACCESS) != 0)
+    {
+        failToWrite(shown, errno);
+    }
+    return folder;
 }
 
 FilePlace placeIn(int folder, const std::string& folderPath, const std::string& name)

@@ -24,7 +24,12 @@ struct FilePlace
 /// The place that a path leads to. Symbolic links at its end are followed by the rule of fs.protected_symlinks (proc(5)),
 /// whether or not the system has it switched on: one in a sticky folder that everybody may write to must belong to this
 /// process's user or to the folder's owner. What is at the place need not exist. Throws Failure (LOCAL_FILE).
-FilePlace locate(const std::string& path);
+/// @param shown what to call it in messages; empty for the path
+FilePlace locate(const std::string& path, const std::string& shown = std::string());
+
+/// Opens the folder that a path leads to, to work in; creates it if there is none. Links are followed as by locate().
+/// Throws Failure (LOCAL_FILE).
+OpenDescriptor openFolder(const std::string& path);
 
 /// The place of a name in a folder, where no link is followed. Throws Failure (LOCAL_FILE).
 FilePlace placeIn(int folder, const std::string& folderPath, const std::string& name);

@@ -59,19 +59,13 @@ void parseAll(const std::vector<std::string>& texts, std::vector<Value>& values,
     std::transform(texts.begin(), texts.end(), std::back_inserter(values), parse);
 }
 
-bool isGiven(const Options& options, const char* header)
-{
-    return std::any_of(options.headers.begin(), options.headers.end(),
-                       [header](const HeaderOption& given) { return equalsIgnoringCase(given.name, header); });
-}
-
 void checkRequest(const Options& options)
 {
     if (!isToken(options.method))
     {
         refuseUsage("\"" + options.method + "\" is not a method");
     }
-    if (options.credentials.has_value() && isGiven(options, "Authorization"))
+    if (options.credentials.has_value() && options.hasHeader("Authorization"))
     {
         refuseUsage("-u and the header Authorization exclude each other");
     }
@@ -101,7 +95,7 @@ void checkContinued(const Options& options)
     }
     for (const char* const header : {"Range", "If-Range", "Accept-Encoding"})
     {
-        if (isGiven(options, header))
+        if (options.hasHeader(header))
         {
             refuseUsage(std::string("-C and the header ") + header + " exclude each other");
         }
@@ -163,6 +157,12 @@ Options checked(const CommandLine& given)
 }
 
 } // namespace
+
+bool Options::hasHeader(std::string_view name) const
+{
+    return std::any_of(headers.begin(), headers.end(),
+                       [name](const HeaderOption& header) { return equalsIgnoringCase(header.name, name); });
+}
 
 bool Options::readsStandardInput() const
 {

@@ -8,6 +8,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zolget
@@ -51,6 +52,9 @@ struct Options
     int verbosity = 0;
 
     bool hasBody() const { return data.has_value() || !dataFiles.empty() || !fields.empty() || !parts.empty(); }
+
+    /// Whether the user gave a header of that name.
+    bool hasHeader(std::string_view name) const;
 
     /// Whether the body of the request comes from standard input, so that it can be sent once only.
     bool readsStandardInput() const;

@@ -1,16 +1,9 @@
 #include "PartsFolder.hpp"
 
 #include "DescriptorOutput.hpp"
-#include "Failure.hpp"
 #include "StringView.hpp"
 #include "TerminalText.hpp"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 #include <iomanip>
 #include <sstream>
 
@@ -36,15 +29,7 @@ const char* extensionFor(const ZOLNS2::MIME::ContentTypeHeader& type)
 
 } // namespace
 
-PartsFolder::PartsFolder(const std::string& path) : m_path(path)
-{
-    const bool isThere = ::mkdir(path.c_str(), 0777) == 0 || errno == EEXIST;
-    m_folder = OpenDescriptor(isThere ? ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC) : -1);
-    if (m_folder.get() < 0 || ::faccessat(m_folder.get(), ".", W_OK | X_OK, AT_EACCESS) != 0)
-    {
-        throw Failure(ExitStatus::LOCAL_FILE, "cannot write into the folder " + path + ": " + std::strerror(errno));
-    }
-}
+PartsFolder::PartsFolder(const std::string& path) : m_path(path), m_folder(openFolder(path)) {}
 
 PartsFolder::~PartsFolder() = default;
 

@@ -3,7 +3,6 @@
 #include "Failure.hpp"
 #include "JoinedContent.hpp"
 #include "StandardInputContent.hpp"
-#include "Text.hpp"
 
 #include "zol/mime/ContentException.hpp"
 #include "zol/mime/FileContent.hpp"
@@ -94,13 +93,6 @@ mime::ContentRef makeParts(const std::vector<PartOption>& parts)
     return content;
 }
 
-/// Whether the user gave the type of the body; then the type of the text itself says nothing.
-bool hasType(const Options& options)
-{
-    return std::any_of(options.headers.begin(), options.headers.end(),
-                       [](const HeaderOption& header) { return equalsIgnoringCase(header.name, "Content-Type"); });
-}
-
 } // namespace
 
 mime::ContentRef makeRequestBody(const Options& options, const Deadline& deadline)
@@ -110,7 +102,10 @@ mime::ContentRef makeRequestBody(const Options& options, const Deadline& deadlin
         if (options.data.has_value())
         {
             const mime::ContentRef text = makeText(*options.data);
-            return hasType(options) ? mime::ContentRef(new mime::TypedContent(text, "application/octet-stream")) : text;
+            // Where the user gave a type, that of the text itself says nothing.
+            return options.hasHeader("Content-Type")
+                       ? mime::ContentRef(new mime::TypedContent(text, "application/octet-stream"))
+                       : text;
         }
         if (!options.dataFiles.empty())
         {

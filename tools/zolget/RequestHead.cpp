@@ -1,11 +1,7 @@
 #include "RequestHead.hpp"
 
-#include "Text.hpp"
-
 #include "zol/http/ExchangeException.hpp"
 #include "zol/http/RequestBuilder.hpp"
-
-#include <algorithm>
 
 namespace zolget
 {
@@ -15,15 +11,9 @@ namespace http = ZOLNS2::HTTP;
 namespace
 {
 
-bool isGiven(const Options& options, const char* name)
-{
-    return std::any_of(options.headers.begin(), options.headers.end(),
-                       [name](const HeaderOption& header) { return equalsIgnoringCase(header.name, name); });
-}
-
 void addMissing(http::RequestBuilder& builder, const Options& options, const char* name, const char* value)
 {
-    if (!isGiven(options, name))
+    if (!options.hasHeader(name))
     {
         builder.header(name, value);
     }
@@ -37,7 +27,7 @@ http::Request makeRequest(const Options& options, const http::Url& url, const Re
     addMissing(builder, options, "User-Agent", "zolget/" ZOLGET_VERSION);
     addMissing(builder, options, "Accept", "*/*");
     // The library would add it too, but then the request would not show it. A range cannot be decompressed by itself.
-    if (options.decompress && !isGiven(options, "Range"))
+    if (options.decompress && !options.hasHeader("Range"))
     {
         addMissing(builder, options, "Accept-Encoding", "gzip, deflate");
     }

@@ -327,6 +327,40 @@ TEST(ZolgetOutput, FollowsNoLinkOfAnotherUserInASharedFolder)
     EXPECT_EQ(server.connections(), 0U);
 }
 
+TEST(ZolgetOutput, WritesNoPartsIntoAFolderThatAnotherUsersLinkLeadsTo)
+{
+    if (::geteuid() != 0)
+    {
+        GTEST_SKIP() << "needs root, to make links of other users";
+    }
+    const TemporaryDirectory folder;
+    std::filesystem::create_directories(folder.file("home"));
+    std::filesystem::create_symlink(folder.file("home"), folder.file("link"));
+    const ScriptedServer server(respondingWith(okResponse("new")));
+    EXPECT_EQ(zolget({"--parts", folder.file("link"), urlOf(server)}).status, 0);
+    EXPECT_THAT(namesIn(folder.file("home")), ElementsAre("part-001.txt"));
+    ASSERT_EQ(::lchown(folder.file("link").c_str(), 4711, 4711), 0);
+    std::filesystem::permissions(folder.path(), std::filesystem::perms::all | std::filesystem::perms::sticky_bit);
+    for (const char* name : {"link", "link/"})
+    {
+        const Outcome run = zolget({"--parts", folder.file(name), urlOf(server)});
+        EXPECT_EQ(run.status, 8);
+        EXPECT_THAT(run.errors, HasSubstr("it is a symbolic link of another user"));
+    }
+    EXPECT_EQ(server.connections(), 1U);
+}
+
+TEST(ZolgetOutput, TakesAnyNameOfAFolderForParts)
+{
+    const TemporaryDirectory folder;
+    const ScriptedServer server(respondingWith(okResponse("new")));
+    for (const char* name : {".", "parts", "parts/", "./parts//", "parts/.."})
+    {
+        EXPECT_EQ(zolget({"--parts", name, urlOf(server)}, folder.path().string()).status, 0) << name;
+    }
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("part-001.txt", "parts"));
+}
+
 TEST(ZolgetOutput, WritesNoPartThroughALink)
 {
     const TemporaryDirectory folder;
