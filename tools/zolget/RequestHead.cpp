@@ -26,11 +26,6 @@ http::Request makeRequest(const Options& options, const http::Url& url, const Re
     http::RequestBuilder builder(options.method, url);
     addMissing(builder, options, "User-Agent", "zolget/" ZOLGET_VERSION);
     addMissing(builder, options, "Accept", "*/*");
-    // The library would add it too, but then the request would not show it. A range cannot be decompressed by itself.
-    if (options.decompress && !options.hasHeader("Range"))
-    {
-        addMissing(builder, options, "Accept-Encoding", "gzip, deflate");
-    }
     for (const HeaderOption& header : options.headers)
     {
         builder.header(header.name, header.value);

@@ -20,12 +20,11 @@ constexpr float SHORTEST_HEAD_TIMEOUT = 120; // seconds
 } // namespace
 
 Session::Session(const Options& options, const Deadline& deadline)
-    : m_options(options), m_deadline(deadline), m_tlsContext(makeTlsContext(options)),
-      m_trace(std::cerr, options.verbosity > 0)
+    : m_options(options), m_deadline(deadline), m_tlsContext(makeTlsContext(options)), m_trace(std::cerr)
 {
 }
 
-http::ExchangeOptions Session::exchangeOptions() const
+http::ExchangeOptions Session::exchangeOptions()
 {
     http::ExchangeOptions result;
     result.connectTimeout = blocxx::Timeout::relative(m_options.connectTimeout);
@@ -36,6 +35,7 @@ http::ExchangeOptions Session::exchangeOptions() const
     result.mostRedirects = m_options.followRedirects ? MOST_REDIRECTS : 0;
     result.redirectSslContext = m_tlsContext;
     result.decompress = m_options.decompress;
+    result.observer = m_options.verbosity > 0 ? &m_trace : nullptr;
     if (m_options.onlyIPv4 || m_options.onlyIPv6)
     {
         result.family = m_options.onlyIPv4 ? blocxx::LookUp::E_IPV4_ONLY : blocxx::LookUp::E_IPV6_ONLY;
@@ -44,14 +44,6 @@ http::ExchangeOptions Session::exchangeOptions() const
 }
 
 http::ExchangeResponse Session::exchange(const http::Url& url, const http::Request& request)
-{
-    m_trace.showRequest(url, request);
-    const http::ExchangeResponse response = send(url, request);
-    m_trace.showResponse(url, response);
-    return response;
-}
-
-http::ExchangeResponse Session::send(const http::Url& url, const http::Request& request)
 {
     const std::optional<Kept> kept = std::exchange(m_kept, std::nullopt);
     if (kept.has_value() && kept->url.sameOrigin(url) && kept->connection.reusable())

@@ -37,8 +37,7 @@ private:
         ZOLNS2::HTTP::ExchangeConnection connection;
     };
 
-    ZOLNS2::HTTP::ExchangeOptions exchangeOptions() const;
-    ZOLNS2::HTTP::ExchangeResponse send(const ZOLNS2::HTTP::Url& url, const ZOLNS2::HTTP::Request& request);
+    ZOLNS2::HTTP::ExchangeOptions exchangeOptions();
 
     const Options& m_options;
     Deadline m_deadline;

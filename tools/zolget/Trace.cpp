@@ -22,64 +22,18 @@ constexpr const char* SENT = "> ";
 constexpr const char* RECEIVED = "< ";
 constexpr const char* FACT = "- ";
 
-bool isSecret(const blocxx::String& name)
+bool isSecret(std::string_view name)
 {
     static constexpr std::initializer_list<const char*> SECRETS = {"Authorization", "Proxy-Authorization", "Cookie",
                                                                    "Set-Cookie", "Authentication-Info"};
+    const blocxx::String text(name.data(), name.size());
     return std::any_of(SECRETS.begin(), SECRETS.end(),
-                       [&name](const char* secret) { return name.equalsIgnoreCase(secret); });
-}
-
-std::string requestLineOf(const http::Request& request)
-{
-    const http::RequestLine& line = request.getRequestLine();
-    return toStdString(line.method) + ' ' + toStdString(line.requestURI) +
-           (line.version == http::HTTP_1_0 ? " HTTP/1.0" : " HTTP/1.1");
+                       [&text](const char* secret) { return text.equalsIgnoreCase(secret); });
 }
 
 } // namespace
 
-void Trace::showRequest(const http::Url& url, const http::Request& request)
-{
-    if (m_isOn)
-    {
-        showLine(FACT, "request to " + toStdString(url.origin()));
-        showLine(SENT, requestLineOf(request));
-        showHeaders(SENT, request.getHeaders());
-        m_out << std::flush;
-    }
-}
-
-void Trace::showResponse(const http::Url& url, const http::ExchangeResponse& response)
-{
-    if (m_isOn)
-    {
-        if (response.getUrl() != url.toString())
-        {
-            showLine(FACT, "redirected to " + toStdString(response.getUrl()));
-        }
-        showConnection(response.getConnection());
-        showLine(RECEIVED, viewOf(response.getStatusLine().toString()));
-        showHeaders(RECEIVED, response.getHeaders());
-        m_out << std::flush;
-    }
-}
-
-void Trace::showLine(const char* mark, std::string_view text)
-{
-    m_out << mark << printable(text) << '\n';
-}
-
-void Trace::showHeaders(const char* mark, const http::Headers& headers)
-{
-    for (const http::Header& header : headers)
-    {
-        const std::string value = isSecret(header.name) ? "***" : toStdString(header.value);
-        showLine(mark, toStdString(header.name) + ": " + value);
-    }
-}
-
-void Trace::showConnection(const http::ExchangeConnection& connection)
+void Trace::connected(const http::ExchangeConnection& connection)
 {
     const blocxx::SocketAddress peer = connection.getPeerAddress();
     showLine(FACT, "connected to " + toStdString(peer.toString()));
@@ -89,6 +43,50 @@ void Trace::showConnection(const http::ExchangeConnection& connection)
         showLine(FACT, "certificate of " + toStdString(tls->subject) + ", issued by " + toStdString(tls->issuer) +
                            ", valid until " + toStdString(tls->notAfter));
     }
+    m_out << std::flush;
+}
+
+void Trace::sending(const blocxx::String& head)
+{
+    constexpr std::string_view LINE_END = "\r\n";
+    std::string_view rest = viewOf(head);
+    bool isFirst = true;
+    while (!rest.empty() && rest != LINE_END)
+    {
+        const std::string_view line = rest.substr(0, rest.find(LINE_END));
+        rest.remove_prefix(std::min(line.size() + LINE_END.size(), rest.size()));
+        const std::size_t colon = line.find(": ");
+        if (isFirst || colon == std::string_view::npos)
+        {
+            showLine(SENT, line);
+        }
+        else
+        {
+            showField(SENT, line.substr(0, colon), line.substr(colon + 2));
+        }
+        isFirst = false;
+    }
+    m_out << std::flush;
+}
+
+void Trace::received(const http::StatusLine& statusLine, const http::Headers& headers)
+{
+    showLine(RECEIVED, viewOf(statusLine.toString()));
+    for (const http::Header& header : headers)
+    {
+        showField(RECEIVED, viewOf(header.name), viewOf(header.value));
+    }
+    m_out << std::flush;
+}
+
+void Trace::showLine(const char* mark, std::string_view text)
+{
+    m_out << mark << printable(text) << '\n';
+}
+
+void Trace::showField(const char* mark, std::string_view name, std::string_view value)
+{
+    showLine(mark, std::string(name).append(": ").append(isSecret(name) ? "***" : value));
 }
 
 } // namespace zolget

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "zol/http/ExchangeResponse.hpp"
-#include "zol/http/Request.hpp"
-#include "zol/http/Url.hpp"
+#include "zol/http/ExchangeObserver.hpp"
 
 #include <ostream>
 #include <string_view>
@@ -10,24 +8,21 @@
 namespace zolget
 {
 
-/// Shows exchanges to the user: heads, address and TLS, safe for a terminal. Credentials and cookies are hidden.
-class Trace
+/// Shows exchanges to the user: address, TLS, and every head, safe for a terminal. Credentials and cookies are hidden.
+class Trace : public ZOLNS2::HTTP::ExchangeObserver
 {
 public:
-    Trace(std::ostream& out, bool isOn) : m_out(out), m_isOn(isOn) {}
+    explicit Trace(std::ostream& out) : m_out(out) {}
 
-    void showRequest(const ZOLNS2::HTTP::Url& url, const ZOLNS2::HTTP::Request& request);
-
-    /// @param url that was asked for, before redirects
-    void showResponse(const ZOLNS2::HTTP::Url& url, const ZOLNS2::HTTP::ExchangeResponse& response);
+    void connected(const ZOLNS2::HTTP::ExchangeConnection& connection) override;
+    void sending(const blocxx::String& head) override;
+    void received(const ZOLNS2::HTTP::StatusLine& statusLine, const ZOLNS2::HTTP::Headers& headers) override;
 
 private:
     void showLine(const char* mark, std::string_view text);
-    void showHeaders(const char* mark, const ZOLNS2::HTTP::Headers& headers);
-    void showConnection(const ZOLNS2::HTTP::ExchangeConnection& connection);
+    void showField(const char* mark, std::string_view name, std::string_view value);
 
     std::ostream& m_out;
-    bool m_isOn;
 };
 
 } // namespace zolget

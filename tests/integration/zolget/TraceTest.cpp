@@ -66,7 +66,7 @@ TEST(ZolgetTrace, ShowsTls)
     EXPECT_THAT(run.errors, ContainsRegex("\n- certificate of CN=.*, issued by CN=.*, valid until [0-9]{4}-"));
 }
 
-TEST(ZolgetTrace, NamesTheTargetOfARedirect)
+TEST(ZolgetTrace, ShowsTheHeadsOfRedirectsAndInterimResponses)
 {
     const ScriptedServer server(
         [](zol_test::ServerConnection& connection)
@@ -74,7 +74,11 @@ TEST(ZolgetTrace, NamesTheTargetOfARedirect)
             const bool isEnd = connection.receiveHead().find(" /end ") != std::string::npos;
             connection.send(isEnd ? okResponse("") : "HTTP/1.1 301 Moved\r\nLocation: /end\r\n\r\n");
         });
-    EXPECT_THAT(zolget({"-v", "-L", urlOf(server)}).errors, HasSubstr("- redirected to " + urlOf(server, "/end")));
+    EXPECT_THAT(zolget({"-v", "-L", urlOf(server)}).errors,
+                ContainsRegex("< HTTP/1.1 301 Moved\n< Location: /end\n- connected to .*\n> GET /end HTTP/1.1\n"));
+    const ScriptedServer early(respondingWith("HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + okResponse("")));
+    EXPECT_THAT(zolget({"-v", urlOf(early)}).errors,
+                HasSubstr("< HTTP/1.1 103 Early Hints\n< Link: x\n< HTTP/1.1 200"));
 }
 
 namespace

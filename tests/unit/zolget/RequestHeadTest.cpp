@@ -118,16 +118,6 @@ TEST(RequestHead, LogsIn)
     EXPECT_EQ(valueOf(options, "Authorization"), "Basic bWU6c2VjcmV0");
 }
 
-TEST(RequestHead, AsksForACompressedBodyButNotForARangeOfOne)
-{
-    Options options = fetching("http://host/");
-    EXPECT_EQ(valueOf(options, "Accept-Encoding"), "");
-    options.decompress = true;
-    EXPECT_EQ(valueOf(options, "Accept-Encoding"), "gzip, deflate");
-    options.headers = {{"range", "bytes=0-9"}};
-    EXPECT_EQ(valueOf(options, "Accept-Encoding"), "");
-}
-
 TEST(RequestHead, KeepsTheConnectionForWhatFollows)
 {
     RequestParts parts;
