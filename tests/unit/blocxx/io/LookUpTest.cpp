@@ -313,13 +313,16 @@ TEST(LookUp, DoesNotTouchTheStackOfAThreadThatIsNoMore)
 TEST(LookUp, WaitsForAThreadWhileAllAreBusy)
 {
     const int begun = Names::begun();
+    const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < 40; ++i)
     {
         EXPECT_EQ(failureOf("in3000.names.example", within(0.001F)).code, ETIMEDOUT);
     }
+    // A thread is free again after three seconds, which a slow machine may take for the forty.
+    const auto rounds = (std::chrono::steady_clock::now() - start) / std::chrono::seconds(3) + 1;
     EXPECT_EQ(SocketAddress::getByName("in0.names.example", 80, within(20)).getAddress(), "127.0.0.1");
     // Those that had to wait for one of the twenty threads, and were given up before they had it, were never begun.
-    EXPECT_LE(Names::begun() - begun, 20 + 1);
+    EXPECT_LE(Names::begun() - begun, 20 * rounds + 1);
     EXPECT_EQ(Names::damaged(), 0);
 }
 
