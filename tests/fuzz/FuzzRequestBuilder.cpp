@@ -16,7 +16,7 @@ namespace
 blocxx::String take(std::string& rest)
 {
     const std::size_t end = std::min(rest.find('\xff'), rest.size());
-    const blocxx::String front(rest.data(), end);
+    blocxx::String front(rest.data(), end);
     rest.erase(0, end + 1);
     return front;
 }

@@ -41,7 +41,7 @@ protected:
 
     std::string link(mode_t mode, uid_t folderOwner, uid_t linkOwner)
     {
-        const std::string path = m_folder.file("link");
+        std::string path = m_folder.file("link");
         EXPECT_EQ(::symlink("target", path.c_str()), 0);
         EXPECT_EQ(::lchown(path.c_str(), linkOwner, linkOwner), 0);
         EXPECT_EQ(::chown(m_folder.path().c_str(), folderOwner, folderOwner), 0);

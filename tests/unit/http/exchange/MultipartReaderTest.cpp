@@ -23,12 +23,10 @@ namespace
 using testing::ElementsAre;
 using testing::HasSubstr;
 using zol_test::scripted;
-using zol_test::ScriptedContent;
 using ZOLNS2::HTTP::ExchangeException;
 using ZOLNS2::HTTP::Parameter;
 using ZOLNS2::MIME::ContentRef;
 using ZOLNS2::MIME::ContentTypeHeader;
-using ZOLNS2::MIME::MultipartPart;
 using ZOLNS2::MIME::MultipartReader;
 
 ContentTypeHeader multipart(const char* boundary, const char* subtype = "form-data")
@@ -395,7 +393,7 @@ TEST(MultipartReader, LargePartsArriveWholeBetweenNearDelimiters)
         large += zol_test::distinctBytes(997) + "\r\n--boundar\r\n--boundary7";
     }
     const std::string wire = "--boundary\r\n\r\n" + large + "\r\n--boundary\r\n\r\n" + large + "\r\n--boundary--\r\n";
-    for (const size_t blockSize : {1000, 8192, 20000, 65536, 1000000})
+    for (const size_t blockSize : {size_t{1000}, size_t{8192}, size_t{20000}, size_t{65536}, size_t{1000000}})
     {
         SCOPED_TRACE(blockSize);
         const std::vector<std::string> parts = partsOf(MultipartReader(body({wire}, "boundary")), blockSize);
