@@ -1,14 +1,13 @@
 #pragma once
 
+#include "exchange/MultipartSource.hpp"
+
 #include "blocxx/String.hpp"
-#include "zol/http/ExchangeException.hpp"
-#include "zol/mime/Content.hpp"
 #include "zol/mime/MultipartReader.hpp"
 #include "zol/search/boyer_moore_search.hpp"
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <streambuf>
 #include <string>
@@ -16,19 +15,6 @@
 
 namespace ZOLNS2::MIME
 {
-
-/// Where the bytes of a multipart body come from.
-class MultipartSource
-{
-public:
-    virtual ~MultipartSource() = default;
-
-    /// At most `room` bytes; 0 at the end.
-    virtual std::size_t read(char* to, std::size_t room) = 0;
-
-    /// Once it has ended: why that was a bad end. E_CUT with an empty text for an orderly one.
-    virtual HTTP::ExchangeException::ECause cause(blocxx::String& text) const = 0;
-};
 
 /// A multipart body seen as a sequence of sections: the preamble, and one for each part, its header fields included. As a
 /// stream buffer it yields the bytes of the section that it stands in, in place, and ends where that does.
