@@ -9,7 +9,7 @@
 namespace zolget
 {
 
-/// A file that is written to directly, so that what a cut download brought stays, and that goes on where an earlier run
+/// A file that is written to directly, so that what a cut download brought stays, and that continues where an earlier run
 /// ended. The validator of what it holds is kept in an extended attribute of it.
 ///
 /// Nothing in it changes before the head of a response has come that brings more of it, or all of it anew.

@@ -120,7 +120,8 @@ OptionGroup outputGroup()
              "lead out of the folder.",
              Completion::NOTHING},
             {"-C,--continue", "", "go on where the file of -o or -O ends, and keep what a cut download brings",
-             "Go on where the file given with -o or -O ends. The file is written to directly, and what a cut download "
+             "Continue where the file given with -o or -O ends. The file is written to directly, and what a cut "
+             "download "
              "brought is kept. With it the validator of the response, its entity tag or modification date, is kept in "
              "the extended attribute user.zolget.validator, where the file system has such attributes; the next run "
              "asks for the rest on condition that it still holds, and checks that it gets that rest. Without a "

@@ -44,7 +44,7 @@ struct Options
     std::string output;             ///< the file for the body; empty for standard output
     bool isNamedByUrl = false;      ///< or a file with a name from the URL
     std::string partsFolder;        ///< or the folder for the parts of the body
-    bool continuesDownload = false; ///< goes on where the file ends
+    bool continuesDownload = false; ///< continues where the file ends
     bool showHead = false;
     bool showErrorBody = false;
     bool alwaysShowProgress = false;

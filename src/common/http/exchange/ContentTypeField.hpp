@@ -6,7 +6,7 @@
 namespace ZOLNS2::HTTP
 {
 
-/// Reads the first Content-Type field; `absent` where there is none, or one without type and subtype.
+/// Reads the first Content-Type field. @return `absent` without such a field, or if it has no type and subtype
 ///
 ///     media-type = type "/" subtype parameters                        RFC 9110 section 8.3.1
 ///     parameters = *( OWS ";" OWS [ parameter ] )                     section 5.6.6

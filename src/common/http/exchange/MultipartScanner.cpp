@@ -21,7 +21,7 @@ constexpr std::size_t LONGEST_LINE_END = 2;
 // A shorter read goes through the window, so that many short ones share a read of the source.
 constexpr std::size_t LARGE_READ_SIZE = 8192;
 
-// Of a delimiter's line, in bytes; a line with more is none.
+// The most white space in the line of a delimiter, in bytes; with more the line belongs to the part.
 constexpr std::size_t MAX_PADDING = 1000;
 
 bool isBlank(char c)

@@ -63,7 +63,8 @@ void expectEveryCutTold(const std::string& head, const std::string& body, size_t
         EXPECT_EQ(response.bodyEnd(),
                   length - head.size() < complete ? ExchangeResponse::E_CUT : ExchangeResponse::E_COMPLETE)
             << textOf(response.bodyEndText());
-        EXPECT_FALSE(response.reusable());
+        // Behind a complete body the server may not have closed the connection yet.
+        EXPECT_TRUE(response.bodyEnd() == ExchangeResponse::E_COMPLETE || !response.reusable());
     }
 }
 

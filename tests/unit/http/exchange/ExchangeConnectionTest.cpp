@@ -14,7 +14,7 @@ using zol_test::ServerConnection;
 
 const std::string KEPT = "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nbody";
 
-/// Answers each request on one connection with the next of these, and ends it in order then.
+/// Responds to each request on one connection with the next of these, and then ends the connection in order.
 ScriptedServer::Script respondingInTurn(std::vector<std::string> responses)
 {
     return [responses](ServerConnection& connection)

@@ -84,7 +84,11 @@ TEST(ExchangePassedOn, ACutBodyIsNotSentAsAWholeOne)
         EXPECT_EQ(failure->phase(), ExchangeException::E_SEND) << failure->getMessage();
         EXPECT_EQ(received.bodyEnd(), ExchangeResponse::E_CUT);
         EXPECT_TRUE(server.waitUntilIdle());
-        EXPECT_THAT(server.requests().at(0), Not(EndsWith("0\r\n\r\n")));
+        // Nothing at all may have been sent.
+        for (const std::string& request : server.requests())
+        {
+            EXPECT_THAT(request, Not(EndsWith("0\r\n\r\n")));
+        }
     }
 }
 

@@ -93,7 +93,7 @@ public:
     /// The URL that was asked last, which is the last redirect's target.
     const blocxx::String& getUrl() const { return m_head.url; }
 
-    /// Why this is a redirect that was not followed; empty if none was asked for or this is none.
+    /// Why this redirect was not followed; empty if following was not asked for, or the response is not a redirect.
     const blocxx::String& redirectNote() const { return m_head.redirectNote; }
 
     /// The body, to be read once. It is framed exactly: its reader cannot run into a later response. Never null.
