@@ -3,7 +3,6 @@
 #include "exchange/ExchangeUnit.hpp"
 #include "exchange/HeadFields.hpp"
 
-#include <charconv>
 #include <string_view>
 
 namespace ZOLNS2::HTTP
@@ -30,11 +29,7 @@ bool isChunked(const ReceivedHead& head)
 {
     unsigned codings = 0;
     blocxx::String other;
-    bool named = false;
-    for (const Header& field : head.fields)
-    {
-        named = named || field.name.equalsIgnoreCase("Transfer-Encoding");
-    }
+    const bool named = holdsField(head.fields, "Transfer-Encoding");
     forEachElement(head.fields, "Transfer-Encoding",
                    [&](std::string_view coding)
                    {
@@ -57,12 +52,7 @@ bool isChunked(const ReceivedHead& head)
 /// Whether a length is announced; the same one several times is one.
 bool readLength(const ReceivedHead& head, std::uint64_t& length)
 {
-    bool named = false;
     bool read = false;
-    for (const Header& field : head.fields)
-    {
-        named = named || field.name.equalsIgnoreCase("Content-Length");
-    }
     forEachElement(head.fields, "Content-Length",
                    [&](std::string_view text)
                    {
@@ -78,7 +68,7 @@ bool readLength(const ReceivedHead& head, std::uint64_t& length)
                        length = value;
                        read = true;
                    });
-    if (named && !read)
+    if (!read && holdsField(head.fields, "Content-Length"))
     {
         throwMalformed(head, "Content-Length is empty");
     }
@@ -93,12 +83,6 @@ bool wantsToKeep(Version version, const Headers& fields)
 }
 
 } // namespace
-
-bool parseLength(std::string_view text, std::uint64_t& length)
-{
-    const std::from_chars_result result = std::from_chars(text.data(), text.data() + text.size(), length);
-    return !text.empty() && result.ec == std::errc() && result.ptr == text.data() + text.size();
-}
 
 BodyFraming framingOf(const Request& request, const ReceivedHead& head)
 {

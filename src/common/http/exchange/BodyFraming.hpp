@@ -31,7 +31,4 @@ struct BodyFraming
 /// @throws ExchangeException if they contradict each other, or cannot be read
 BodyFraming framingOf(const Request& request, const ReceivedHead& head);
 
-/// Reads a decimal number without sign and blanks. @return false if `text` is anything else, or too large a number
-bool parseLength(std::string_view text, std::uint64_t& length);
-
 } // namespace ZOLNS2::HTTP

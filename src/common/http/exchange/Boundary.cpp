@@ -127,8 +127,8 @@ void checkBoundary(const blocxx::String& boundary)
     if (text.empty() || text.size() > MOST_CHARACTERS || text.back() == ' ' ||
         text.find_first_not_of(BOUNDARY_CHARACTERS) != std::string_view::npos)
     {
-        refuseContent("\"" + HTTP::printable(boundary) +
-                      "\" is not a boundary: that is 1 to 70 letters, digits, blanks and characters of "
+        refuseContent(HTTP::quoted(boundary) +
+                      " is not a boundary: that is 1 to 70 letters, digits, blanks and characters of "
                       "'()+_,-./:=? without a blank at the end");
     }
 }

@@ -43,20 +43,11 @@ void takeParameter(std::string_view& rest, blocxx::Array<Parameter>& parameters)
         return;
     }
     rest = withoutOuterBlanks(rest);
-    blocxx::String value;
-    if (!rest.empty() && rest.front() == '"')
-    {
-        const std::string unquoted = takeQuoted(rest);
-        value = toString(unquoted);
-        const std::size_t next = rest.find(';');
-        rest.remove_prefix(next == std::string_view::npos ? rest.size() : next + 1);
-    }
-    else
-    {
-        const std::size_t next = rest.find(';');
-        value = toString(withoutOuterBlanks(rest.substr(0, next)));
-        rest.remove_prefix(next == std::string_view::npos ? rest.size() : next + 1);
-    }
+    const bool isQuoted = !rest.empty() && rest.front() == '"';
+    const std::string unquoted = isQuoted ? takeQuoted(rest) : std::string();
+    const std::size_t next = rest.find(';');
+    const blocxx::String value = toString(isQuoted ? unquoted : withoutOuterBlanks(rest.substr(0, next)));
+    rest.remove_prefix(next == std::string_view::npos ? rest.size() : next + 1);
     if (!name.empty())
     {
         parameters.push_back(Parameter(toString(name).toLowerCase(), value));

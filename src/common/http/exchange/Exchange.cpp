@@ -194,8 +194,7 @@ Exchanging::Received Exchanging::sendAndReceive(const Request& request, RequestC
     RequestSender sender(link, m_guard, m_options, receiver);
     const blocxx::String extra = extraFields(request, content != nullptr);
     sender.send(request, viewOf(extra), content);
-    const TimeLimit headLimit(m_options.headTimeout);
-    link.setDeadline(earlier(headLimit, m_guard.deadline()));
+    link.setDeadline(m_guard.within(m_options.headTimeout));
     const ReceivedHead head = sender.earlyResponse() ? *sender.earlyResponse() : receiver.nextFinal();
     sender.requireSentWhole(head);
     link.setDeadline(m_guard.deadline());

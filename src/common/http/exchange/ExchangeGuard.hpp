@@ -20,6 +20,13 @@ public:
     const std::optional<blocxx::Cancellation>& cancellation() const { return m_cancellation; }
     const TimeLimit& deadline() const { return m_deadline; }
 
+    /// What bounds a phase that begins now: its own time, or the deadline if that is earlier.
+    TimeLimit within(const blocxx::Timeout& phaseTimeout) const
+    {
+        const TimeLimit limit(phaseTimeout);
+        return earlier(limit, m_deadline);
+    }
+
     /// Whether the exchange is over, whatever could still be read.
     bool hasEnded() const { return isCancelled() || m_deadline.expired(); }
 

@@ -164,8 +164,7 @@ size_t FramedBody::readChunkData(char* buffer, size_t room)
 
 void FramedBody::readTrailer()
 {
-    const TimeLimit limit(m_trailerTimeout);
-    m_link->setDeadline(earlier(limit, m_guard.deadline()));
+    m_link->setDeadline(m_guard.within(m_trailerTimeout));
     HeadLines lines(m_link->input(), m_trailerLimit);
     HeadFields fields;
     switch (fields.read(lines))
@@ -186,7 +185,7 @@ void FramedBody::readTrailer()
     }
     const LinkFailure failure = inputFailureOf(*m_link, m_guard, m_trailerTimeout);
     // All data has arrived, and the connection is of no further use.
-    if (failure.cause == ExchangeException::E_CUT || failure.cause == ExchangeException::E_RESET)
+    if (failure.endedConnection())
     {
         finish(ExchangeResponse::E_COMPLETE);
         return;

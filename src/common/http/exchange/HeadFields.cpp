@@ -2,6 +2,8 @@
 
 #include "blocxx/Format.hpp"
 
+#include <algorithm>
+
 namespace ZOLNS2::HTTP
 {
 
@@ -14,6 +16,12 @@ bool isBlank(char c)
 }
 
 } // namespace
+
+bool holdsField(const Headers& fields, const char* name)
+{
+    return std::any_of(fields.begin(), fields.end(),
+                       [name](const Header& field) { return field.name.equalsIgnoreCase(name); });
+}
 
 bool holdsToken(const Headers& fields, const char* name, std::string_view token)
 {

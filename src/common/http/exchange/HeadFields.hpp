@@ -77,6 +77,9 @@ void forEachElement(const Headers& fields, const char* name, const Use& use)
     }
 }
 
+/// Whether there is a field of that name, an empty one too.
+bool holdsField(const Headers& fields, const char* name);
+
 /// Whether one of the elements of the fields of a name is this token.
 bool holdsToken(const Headers& fields, const char* name, std::string_view token);
 

@@ -108,9 +108,4 @@ HeadLines::EResult HeadLines::fail(EResult result, const blocxx::String& problem
     return result;
 }
 
-blocxx::String quoted(std::string_view text)
-{
-    return blocxx::Format("\"%1\"", printable(text));
-}
-
 } // namespace ZOLNS2::HTTP

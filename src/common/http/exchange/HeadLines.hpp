@@ -60,7 +60,4 @@ private:
     blocxx::String m_problem;
 };
 
-/// Text from a peer, for a message: printable, cut, and in double quotes.
-blocxx::String quoted(std::string_view text);
-
 } // namespace ZOLNS2::HTTP

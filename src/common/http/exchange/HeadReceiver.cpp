@@ -140,9 +140,7 @@ void HeadReceiver::throwEnded()
     ExchangeException exception(ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_HEAD, failure.cause,
                                 blocxx::Format("The response ended %1: %2", where, failure.text).c_str(),
                                 failure.systemError, m_status);
-    const bool connectionEnded =
-        failure.cause == ExchangeException::E_CUT || failure.cause == ExchangeException::E_RESET;
-    if (m_link.servedBefore() && !m_lines.anyRead() && connectionEnded)
+    if (m_link.servedBefore() && !m_lines.anyRead() && failure.endedConnection())
     {
         exception.setSafeToRepeat();
     }

@@ -15,6 +15,9 @@ struct LinkFailure
     ExchangeException::ECause cause = ExchangeException::E_ERROR;
     int systemError = 0;
     blocxx::String text;
+
+    /// Whether the peer ended the connection, in order or by a reset.
+    bool endedConnection() const { return cause == ExchangeException::E_CUT || cause == ExchangeException::E_RESET; }
 };
 
 /// Why there is no more input: an orderly end is a cut here.

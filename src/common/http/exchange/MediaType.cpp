@@ -21,7 +21,7 @@ using HTTP::viewOf;
 
 [[noreturn]] void refuse(const blocxx::String& text)
 {
-    refuseContent("\"" + HTTP::printable(text) + "\" is not a media type such as text/html");
+    refuseContent(HTTP::quoted(text) + " is not a media type such as text/html");
 }
 
 void removeBlanks(std::string_view& text)

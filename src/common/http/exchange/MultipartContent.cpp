@@ -105,7 +105,7 @@ void MultipartContent::setParameter(const String& name, const String& value)
     if (std::any_of(all.begin(), all.end(),
                     [&name](const HTTP::Parameter& parameter) { return parameter.name.equalsIgnoreCase(name); }))
     {
-        refuseContent("The content type has a parameter \"" + HTTP::printable(name) + "\" already");
+        refuseContent("The content type has a parameter " + HTTP::quoted(name) + " already");
     }
     const HTTP::Parameter parameter(name, value);
     mediaTypeText(ContentTypeHeader("multipart", m_subtype, blocxx::Array<HTTP::Parameter>(1, parameter)));

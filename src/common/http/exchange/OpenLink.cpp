@@ -53,8 +53,7 @@ blocxx::SocketAddress lookUp(const Url& url, const TimeLimit& limit, const Excha
 ExchangeLinkRef openLink(const Request& request, const Url& url, const ExchangeGuard& guard,
                          const ExchangeOptions& options, bool withOwnCertificate)
 {
-    const TimeLimit connectLimit(options.connectTimeout);
-    const TimeLimit& limit = earlier(connectLimit, guard.deadline());
+    const TimeLimit limit = guard.within(options.connectTimeout);
     const blocxx::SocketAddress address = lookUp(url, limit, guard, options);
     ExchangeLinkRef link(new ExchangeLink(url.hostAndPort(), request.getSSLContext()));
     link->begin(guard, options);

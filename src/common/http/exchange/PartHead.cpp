@@ -40,8 +40,7 @@ void appendEscaped(std::string& text, const blocxx::String& name)
         default:
             if (HTTP::isControl(c))
             {
-                refuseContent("\"" + HTTP::printable(name) +
-                              "\" cannot name a field or a file: it holds control characters");
+                refuseContent(HTTP::quoted(name) + " cannot name a field or a file: it holds control characters");
             }
             text += c;
         }
@@ -58,7 +57,7 @@ blocxx::String partHead(const HTTP::Headers& headers, const blocxx::String& type
     {
         if (!HTTP::isToken(viewOf(header.name)))
         {
-            refuseContent("\"" + HTTP::printable(header.name) + "\" is not the name of a header");
+            refuseContent(HTTP::quoted(header.name) + " is not the name of a header");
         }
         if (!HTTP::isFieldValue(viewOf(header.value)))
         {

@@ -9,8 +9,8 @@
 #include "zol/mime/ContentException.hpp"
 
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string_view>
 
@@ -24,7 +24,7 @@ void checkMethod(const RequestLine& line)
 {
     if (!isToken(viewOf(line.method)))
     {
-        refuseRequest("The method \"" + printable(line.method) + "\" is not a token");
+        refuseRequest("The method " + quoted(line.method) + " is not a token");
     }
     if (line.method.equalsIgnoreCase("CONNECT"))
     {
@@ -44,14 +44,14 @@ void checkTarget(const RequestLine& line)
     const auto isForbidden = [](char c) { return c <= ' ' || c > '~' || c == '#'; };
     if (std::any_of(target.begin(), target.end(), isForbidden))
     {
-        refuseRequest("The target \"" + printable(target) +
-                      "\" holds blanks, control characters, bytes beyond ASCII or \"#\"");
+        refuseRequest("The target " + quoted(target) +
+                      " holds blanks, control characters, bytes beyond ASCII or \"#\"");
     }
     const bool isForm = target.substr(0, 1) == "/" || beginsWith(target, "http://") || beginsWith(target, "https://") ||
                         (target == "*" && line.method == "OPTIONS");
     if (!isForm)
     {
-        refuseRequest("The target \"" + printable(target) + "\" does not begin with \"/\"");
+        refuseRequest("The target " + quoted(target) + " does not begin with \"/\"");
     }
 }
 
@@ -59,7 +59,7 @@ void checkHeader(const Header& header)
 {
     if (!isToken(viewOf(header.name)))
     {
-        refuseRequest("\"" + printable(header.name) + "\" is not the name of a header");
+        refuseRequest(quoted(header.name) + " is not the name of a header");
     }
     if (!isFieldValue(viewOf(header.value)))
     {
@@ -87,13 +87,12 @@ std::optional<std::string_view> single(const Headers& headers, const char* name)
 }
 
 // Content-Length = 1*DIGIT   (RFC 9110, section 8.6)
-std::size_t parseLength(std::string_view text)
+std::uint64_t requireLength(std::string_view text)
 {
-    std::size_t length = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
-    if (error != std::errc() || end != text.data() + text.size())
+    std::uint64_t length = 0;
+    if (!parseLength(text, length))
     {
-        refuseRequest("The Content-Length \"" + printable(text) + "\" is not a number of bytes");
+        refuseRequest("The Content-Length " + quoted(text) + " is not a number of bytes");
     }
     return length;
 }
@@ -105,7 +104,7 @@ void checkFraming(const Request& request, std::optional<std::string_view> length
     const MIME::ContentRef& content = request.getContent();
     if (coding && !equalsIgnoringCase(*coding, "chunked"))
     {
-        refuseRequest("The Transfer-Encoding \"" + printable(*coding) + "\" is not chunked");
+        refuseRequest("The Transfer-Encoding " + quoted(*coding) + " is not chunked");
     }
     if (coding && (lengthText || request.getRequestLine().version == HTTP_1_0 || !content))
     {
@@ -117,7 +116,8 @@ void checkFraming(const Request& request, std::optional<std::string_view> length
     {
         refuseRequest("The content writes chunked coding, but there is no Transfer-Encoding");
     }
-    const std::optional<std::size_t> length = lengthText ? parseLength(*lengthText) : std::optional<std::size_t>();
+    const std::optional<std::uint64_t> length =
+        lengthText ? requireLength(*lengthText) : std::optional<std::uint64_t>();
     const std::optional<std::size_t> actual = !content ? 0
                                               : content->hasContentLength()
                                                   ? std::optional<std::size_t>(content->getContentLength())

@@ -27,7 +27,7 @@ std::uint64_t announcedLength(const Request& request)
 {
     const blocxx::String text = request.getHeaders().getHeaderValue("Content-Length");
     std::uint64_t length = 0;
-    return parseLength(viewOf(text), length) ? length : ExchangeOptions::NO_LIMIT;
+    return parseLength(withoutOuterBlanks(viewOf(text)), length) ? length : ExchangeOptions::NO_LIMIT;
 }
 
 [[noreturn]] void throwNotAnnounced(const char* difference, std::uint64_t announced)
@@ -182,8 +182,7 @@ bool RequestSender::receive()
 /// The head's time runs while the request is not being sent.
 ReceivedHead RequestSender::receiveHead()
 {
-    const TimeLimit limit(m_options.headTimeout);
-    m_link.setDeadline(earlier(limit, m_guard.deadline()));
+    m_link.setDeadline(m_guard.within(m_options.headTimeout));
     try
     {
         ReceivedHead head = m_receiver.next();
@@ -204,10 +203,9 @@ ReceivedHead RequestSender::receiveHead()
 void RequestSender::receiveAfterFailure(int error)
 {
     const LinkFailure failure = outputFailureOf(m_link, m_guard, error);
-    if (failure.cause == ExchangeException::E_RESET || failure.cause == ExchangeException::E_CUT)
+    if (failure.endedConnection())
     {
-        const TimeLimit limit(m_options.headTimeout);
-        m_link.setDeadline(earlier(limit, m_guard.deadline()));
+        m_link.setDeadline(m_guard.within(m_options.headTimeout));
         try
         {
             m_early = m_receiver.nextFinal();
@@ -221,9 +219,7 @@ void RequestSender::receiveAfterFailure(int error)
     ExchangeException exception(ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_SEND, failure.cause,
                                 blocxx::Format("The request could not be sent: %1", failure.text).c_str(),
                                 failure.systemError);
-    const bool connectionEnded =
-        failure.cause == ExchangeException::E_RESET || failure.cause == ExchangeException::E_CUT;
-    if (connectionEnded && m_link.servedBefore() && !m_receiver.anyRead())
+    if (failure.endedConnection() && m_link.servedBefore() && !m_receiver.anyRead())
     {
         exception.setSafeToRepeat();
     }

@@ -1,8 +1,10 @@
 #include "exchange/Text.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace ZOLNS2::HTTP
@@ -93,6 +95,18 @@ blocxx::String printable(std::string_view text)
         text.remove_prefix(length == 0 ? 1 : length);
     }
     return {std::move(shown)};
+}
+
+blocxx::String quoted(std::string_view text)
+{
+    return "\"" + printable(text) + "\"";
+}
+
+bool parseLength(std::string_view text, std::uint64_t& length)
+{
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, length);
+    return error == std::errc() && stop == end;
 }
 
 } // namespace ZOLNS2::HTTP

@@ -2,6 +2,7 @@
 
 #include "blocxx/String.hpp"
 
+#include <cstdint>
 #include <string_view>
 
 /// @file
@@ -41,5 +42,16 @@ inline blocxx::String printable(const blocxx::String& text)
 {
     return printable(viewOf(text));
 }
+
+/// The same in double quotes.
+blocxx::String quoted(std::string_view text);
+
+inline blocxx::String quoted(const blocxx::String& text)
+{
+    return quoted(viewOf(text));
+}
+
+/// Reads a decimal number without sign and blanks. @return false if `text` is anything else, or too large a number
+bool parseLength(std::string_view text, std::uint64_t& length);
 
 } // namespace ZOLNS2::HTTP

@@ -109,6 +109,17 @@ TEST(ExchangeSending, MoreOrFewerBytesThanAnnouncedAreAFailure)
                   ExchangeException::E_MALFORMED, "fewer bytes than the 4 announced");
 }
 
+TEST(ExchangeSending, BlanksAroundTheAnnouncedLengthDoNotHideIt)
+{
+    ScriptedServer server([](ServerConnection& connection) { connection.receiveUntilEnd(); });
+    const auto larger = scripted({"12345"});
+    larger->announcedLength = 4;
+    Headers headers;
+    headers.addHeader("Content-Length", " 4\t");
+    expectFailure([&] { exchange(requestOf("POST", server.address(), headers, larger)); }, ExchangeException::E_SEND,
+                  ExchangeException::E_MALFORMED, "more bytes than the 4 announced");
+}
+
 TEST(ExchangeSending, ContentThatNeverEndsIsAFailure)
 {
     ScriptedServer server([](ServerConnection& connection) { connection.receiveUntilEnd(); });
