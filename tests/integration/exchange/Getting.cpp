@@ -62,32 +62,6 @@ std::string headerOf(const ExchangeResponse& response, const char* name)
     return textOf(response.getHeaders().getHeaderValue(name));
 }
 
-std::optional<ExchangeException> failureOf(const std::function<void()>& action)
-{
-    try
-    {
-        action();
-    }
-    catch (const ExchangeException& failure)
-    {
-        return failure;
-    }
-    ADD_FAILURE() << "no ExchangeException";
-    return std::nullopt;
-}
-
-void expectFailure(const std::function<void()>& action, ExchangeException::EPhase phase,
-                   ExchangeException::ECause cause, const std::string& words)
-{
-    const std::optional<ExchangeException> failure = failureOf(action);
-    if (failure)
-    {
-        EXPECT_EQ(failure->phase(), phase) << failure->getMessage();
-        EXPECT_EQ(failure->cause(), cause) << failure->getMessage();
-        EXPECT_NE(std::string(failure->getMessage()).find(words), std::string::npos) << failure->getMessage();
-    }
-}
-
 zol_test::CertificateFields loopbackFields()
 {
     zol_test::CertificateFields fields;

@@ -1,23 +1,22 @@
 #pragma once
 
 #include "support/Certificates.hpp"
+#include "support/ExchangeFailures.hpp"
 #include "support/NginxServer.hpp"
 
 #include "zol/http/Exchange.hpp"
 #include "zol/http/RequestBuilder.hpp"
 #include "zol/mime/Content.hpp"
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
-#include <functional>
-#include <optional>
 #include <string>
 
 /// What the tests of exchange() against real servers share.
 namespace exchange_integration
 {
 
+using zol_test::expectFailure;
+using zol_test::failureOf;
 using ZOLNS2::HTTP::exchange;
 using ZOLNS2::HTTP::ExchangeException;
 using ZOLNS2::HTTP::ExchangeOptions;
@@ -51,13 +50,6 @@ ExchangeOptions decompressing();
 std::string bodyOf(const ExchangeResponse& response);
 
 std::string headerOf(const ExchangeResponse& response, const char* name);
-
-/// What `action` fails with; the test fails if it does not.
-std::optional<ExchangeException> failureOf(const std::function<void()>& action);
-
-/// Fails the test unless `action` fails in this way, with a message that holds `words`.
-void expectFailure(const std::function<void()>& action, ExchangeException::EPhase phase,
-                   ExchangeException::ECause cause, const std::string& words);
 
 /// A certificate's fields for a server at 127.0.0.1 and localhost.
 zol_test::CertificateFields loopbackFields();

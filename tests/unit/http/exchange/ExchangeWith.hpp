@@ -1,22 +1,21 @@
 #pragma once
 
 #include "support/ContentText.hpp"
+#include "support/ExchangeFailures.hpp"
 #include "support/ScriptedServer.hpp"
 
 #include "zol/http/Exchange.hpp"
 #include "zol/http/ExchangeException.hpp"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <functional>
-#include <optional>
 #include <string>
 
 /// What the tests of exchange() share.
 namespace exchange_test
 {
 
+using zol_test::expectFailure;
+using zol_test::failureOf;
 using ZOLNS2::HTTP::exchange;
 using ZOLNS2::HTTP::ExchangeException;
 using ZOLNS2::HTTP::ExchangeOptions;
@@ -74,45 +73,10 @@ inline ExchangeResponse responseTo(const std::string& bytes, const ExchangeOptio
     return exchange(get(server), options);
 }
 
-/// What `call` fails with; the test fails if it does not.
-inline std::optional<ExchangeException> failureOf(const std::function<void()>& call)
-{
-    try
-    {
-        call();
-    }
-    catch (const ExchangeException& failure)
-    {
-        return failure;
-    }
-    ADD_FAILURE() << "no ExchangeException";
-    return std::nullopt;
-}
-
-inline void expectFailure(const std::function<void()>& call, ExchangeException::EPhase phase,
-                          ExchangeException::ECause cause, const std::string& words)
-{
-    const std::optional<ExchangeException> failure = failureOf(call);
-    if (failure)
-    {
-        EXPECT_EQ(failure->phase(), phase) << failure->getMessage();
-        EXPECT_EQ(failure->cause(), cause) << failure->getMessage();
-        EXPECT_NE(std::string(failure->getMessage()).find(words), std::string::npos) << failure->getMessage();
-    }
-}
-
 /// The bytes of a body, however it ends.
 inline std::string bodyOf(const ExchangeResponse& response)
 {
-    const ContentRef content = response.getContent();
-    const ZOLNS2::MIME::ContentStreamStateRef state = content->createInitialStreamState();
-    std::string bytes;
-    char block[4096];
-    for (size_t count = 0; (count = content->getData(block, sizeof block, state)) != ZOLNS2::MIME::END_OF_DATA;)
-    {
-        bytes.append(block, count);
-    }
-    return bytes;
+    return zol_test::textOf(response.getContent());
 }
 
 inline std::string textOf(const blocxx::String& text)
