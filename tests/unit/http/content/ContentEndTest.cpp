@@ -12,9 +12,12 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 using namespace ZOLNS2::MIME;
+using zol_test::connectTo;
+using zol_test::resetAfterOneByte;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 using zol_test::TemporaryDirectory;
@@ -48,14 +51,13 @@ ContentRef files(const std::vector<std::string>& names)
     return ContentRef(new FileApplicationOctetStreamContent(blocxx::Array<blocxx::String>(names.begin(), names.end())));
 }
 
-ContentRef unbuffered(ScriptedServer& server, bool chunked, unsigned long length = END_OF_DATA)
+ContentRef unbuffered(ZOLNS2::HTTP::HTTPConnection connection, bool chunked, unsigned long length = END_OF_DATA)
 {
     ZOLNS2::HTTP::Headers headers;
     if (chunked)
     {
         headers.addHeader("Transfer-Encoding", "chunked");
     }
-    ZOLNS2::HTTP::HTTPConnection connection = zol_test::connectTo(server);
     return ContentRef(
         new UnbufferedContent(ZOLNS2::HTTP::getTransferDecoder(connection, headers), ContentTypeHeader(), length));
 }
@@ -63,7 +65,7 @@ ContentRef unbuffered(ScriptedServer& server, bool chunked, unsigned long length
 bool receivedEndsBadly(bool chunked, const std::string& body, unsigned long length = END_OF_DATA)
 {
     ScriptedServer server([&body](ServerConnection& peer) { peer.send(body); });
-    return endsBadly(unbuffered(server, chunked, length));
+    return endsBadly(unbuffered(connectTo(server), chunked, length));
 }
 
 } // namespace
@@ -125,8 +127,10 @@ TEST(ContentEnd, OfAReceivedBodyIsBadAfterACut)
     EXPECT_TRUE(receivedEndsBadly(true, "zz\r\n"));
     EXPECT_FALSE(receivedEndsBadly(false, "abc"));
 
-    ScriptedServer resetting([](ServerConnection& peer) { peer.reset(); });
-    EXPECT_TRUE(endsBadly(unbuffered(resetting, false)));
+    ScriptedServer resetting(resetAfterOneByte);
+    ZOLNS2::HTTP::HTTPConnection connection = connectTo(resetting);
+    connection.ostream() << 'x' << std::flush;
+    EXPECT_TRUE(endsBadly(unbuffered(connection, false)));
 }
 
 TEST(ContentEnd, OfAReceivedBodyIsOrderlyShortOfTheAnnouncedLength)
@@ -137,7 +141,7 @@ TEST(ContentEnd, OfAReceivedBodyIsOrderlyShortOfTheAnnouncedLength)
 TEST(ContentEnd, OfAReceivedBodyIsNotBadBeforeItIsReached)
 {
     ScriptedServer server([](ServerConnection& peer) { peer.send("3\r\nabc\r\n"); });
-    const ContentRef content = unbuffered(server, true);
+    const ContentRef content = unbuffered(connectTo(server), true);
     const ContentStreamStateRef state = content->createInitialStreamState();
     EXPECT_FALSE(endedBadly(content, state));
     char buffer[3];
