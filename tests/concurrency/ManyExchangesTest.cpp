@@ -1,4 +1,5 @@
 #include "Getting.hpp"
+#include "InAllThreads.hpp"
 #include "Stall.hpp"
 #include "Trust.hpp"
 #include "support/NginxServer.hpp"
@@ -14,14 +15,13 @@
 #include <chrono>
 #include <iterator>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace
 {
 
+using concurrency_test::inAllThreads;
 using namespace exchange_integration;
 using namespace std::chrono_literals;
 using testing::ElementsAre;
@@ -30,37 +30,6 @@ using zol_test::NginxServer;
 
 constexpr int THREADS = 16;
 constexpr int ROUNDS = 10;
-
-/// Runs `action(thread)` in all threads at once; what went wrong.
-template <class Action>
-std::vector<std::string> inAllThreads(Action action)
-{
-    std::mutex mutex;
-    std::vector<std::string> problems;
-    std::vector<std::thread> threads;
-    threads.reserve(THREADS);
-    for (int thread = 0; thread < THREADS; ++thread)
-    {
-        threads.emplace_back(
-            [&, thread]
-            {
-                try
-                {
-                    action(thread);
-                }
-                catch (const blocxx::Exception& error)
-                {
-                    const std::lock_guard<std::mutex> lock(mutex);
-                    problems.emplace_back(error.getMessage());
-                }
-            });
-    }
-    for (std::thread& thread : threads)
-    {
-        thread.join();
-    }
-    return problems;
-}
 
 class ManyExchanges : public testing::Test
 {
@@ -107,38 +76,39 @@ TEST_F(ManyExchanges, OfEveryKindRunAtOnceAndShareWhatTheyMay)
         new ZOLNS2::MIME::MultipartContent("form-data"));
     form->addField("name", "value");
     const Request post = asking("POST", url("/back")).content(form).build();
-    const auto problems = inAllThreads(
-        [&](int)
-        {
-            for (int round = 0; round < ROUNDS; ++round)
-            {
-                EXPECT_TRUE(bodyOf(exchange(plain, options)) == m_content);
-                EXPECT_TRUE(bodyOf(exchange(secure, options)) == m_content);
-                EXPECT_TRUE(bodyOf(exchange(squeezed, options)) == m_content);
-                EXPECT_EQ(exchange(named, options).getStatus(), 200);
-                const ExchangeResponse response = exchange(post, options);
-                ZOLNS2::MIME::MultipartReader reader(response.getContent(), form->getBoundary(), {});
-                EXPECT_TRUE(reader.next());
-                EXPECT_FALSE(reader.next());
-            }
-        });
+    const auto problems =
+        inAllThreads(THREADS,
+                     [&](int)
+                     {
+                         for (int round = 0; round < ROUNDS; ++round)
+                         {
+                             EXPECT_TRUE(bodyOf(exchange(plain, options)) == m_content);
+                             EXPECT_TRUE(bodyOf(exchange(secure, options)) == m_content);
+                             EXPECT_TRUE(bodyOf(exchange(squeezed, options)) == m_content);
+                             EXPECT_EQ(exchange(named, options).getStatus(), 200);
+                             const ExchangeResponse response = exchange(post, options);
+                             ZOLNS2::MIME::MultipartReader reader(response.getContent(), form->getBoundary(), {});
+                             EXPECT_TRUE(reader.next());
+                             EXPECT_FALSE(reader.next());
+                         }
+                     });
     EXPECT_THAT(problems, ElementsAre());
 }
 
 TEST_F(ManyExchanges, EachKeepItsOwnConnection)
 {
     const Request request = getAndKeep(url("/connection"));
-    const auto problems = inAllThreads(
-        [&](int)
-        {
-            ExchangeResponse response = exchange(request);
-            const std::string connection = bodyOf(response);
-            for (int round = 0; round < ROUNDS; ++round)
-            {
-                response = exchange(response.getConnection(), request);
-                EXPECT_EQ(bodyOf(response), connection);
-            }
-        });
+    const auto problems = inAllThreads(THREADS,
+                                       [&](int)
+                                       {
+                                           ExchangeResponse response = exchange(request);
+                                           const std::string connection = bodyOf(response);
+                                           for (int round = 0; round < ROUNDS; ++round)
+                                           {
+                                               response = exchange(response.getConnection(), request);
+                                               EXPECT_EQ(bodyOf(response), connection);
+                                           }
+                                       });
     EXPECT_THAT(problems, ElementsAre());
     const std::size_t requests = std::size_t{THREADS} * (ROUNDS + 1);
     EXPECT_EQ(requestsSeenBy(m_server, requests), requests);
@@ -181,15 +151,16 @@ TEST(ManyStalledExchanges, AreAllCancelledByOneHandle)
             std::this_thread::sleep_for(200ms);
             cancellation.cancel();
         });
-    const auto problems = inAllThreads(
-        [&](int thread)
-        {
-            const Stall& stall = *stalls[static_cast<std::size_t>(thread) % std::size(stalls)];
-            ExchangeOptions options = stall.options();
-            options.cancellation = cancellation;
-            const auto failure = failureOf([&] { exchange(stall.request(), options); });
-            cancelled += failure && failure->cause() == ExchangeException::E_CANCELLED ? 1 : 0;
-        });
+    const auto problems =
+        inAllThreads(THREADS,
+                     [&](int thread)
+                     {
+                         const Stall& stall = *stalls[static_cast<std::size_t>(thread) % std::size(stalls)];
+                         ExchangeOptions options = stall.options();
+                         options.cancellation = cancellation;
+                         const auto failure = failureOf([&] { exchange(stall.request(), options); });
+                         cancelled += failure && failure->cause() == ExchangeException::E_CANCELLED ? 1 : 0;
+                     });
     other.join();
     EXPECT_THAT(problems, ElementsAre());
     EXPECT_EQ(cancelled, THREADS);

@@ -1,14 +1,12 @@
 #include "Fetch.hpp"
+#include "InAllThreads.hpp"
 #include "Trust.hpp"
 #include "support/Certificates.hpp"
 #include "support/NginxServer.hpp"
 
-#include "blocxx/Exception.hpp"
-
 #include <gtest/gtest.h>
 
-#include <mutex>
-#include <thread>
+#include <string>
 #include <vector>
 
 namespace
@@ -21,38 +19,18 @@ using zol_test::NginxServer;
 constexpr int THREADS = 64;
 constexpr int FETCHES = 5;
 
-// Runs `action(thread, round)` in all threads at once; returns what went wrong.
+/// Runs `action(thread, round)` in all threads at once; returns what went wrong.
 template <class Action>
-std::vector<std::string> inAllThreads(Action action)
+std::vector<std::string> inAllRounds(Action action)
 {
-    std::mutex mutex;
-    std::vector<std::string> problems;
-    std::vector<std::thread> threads;
-    threads.reserve(THREADS);
-    for (int thread = 0; thread < THREADS; ++thread)
-    {
-        threads.emplace_back(
-            [&, thread]
-            {
-                try
-                {
-                    for (int round = 0; round < FETCHES; ++round)
-                    {
-                        action(thread, round);
-                    }
-                }
-                catch (const blocxx::Exception& error)
-                {
-                    const std::lock_guard<std::mutex> lock(mutex);
-                    problems.emplace_back(error.getMessage());
-                }
-            });
-    }
-    for (std::thread& thread : threads)
-    {
-        thread.join();
-    }
-    return problems;
+    return concurrency_test::inAllThreads(THREADS,
+                                          [&](int thread)
+                                          {
+                                              for (int round = 0; round < FETCHES; ++round)
+                                              {
+                                                  action(thread, round);
+                                              }
+                                          });
 }
 
 TEST(ManyThreads, FetchAtOnce)
@@ -68,7 +46,7 @@ TEST(ManyThreads, FetchAtOnce)
         chunks += "abcdefghij";
     }
     chunks += std::string(100, 'x');
-    const auto problems = inAllThreads(
+    const auto problems = inAllRounds(
         [&](int thread, int round)
         {
             const bool file = (thread + round) % 2 == 0;
@@ -96,7 +74,7 @@ TEST(ManyThreads, ShareOneTlsContextAndOneContent)
     ask.method = "PUT";
     ask.content = MIME::ContentRef(new MIME::ApplicationOctetStreamContent(content.data(), content.size()));
     ask = ask.with("Content-Length", std::to_string(content.size()));
-    const auto problems = inAllThreads(
+    const auto problems = inAllRounds(
         [&](int thread, int round)
         {
             Ask mine = ask;
