@@ -19,7 +19,7 @@ namespace
 
 using namespace exchange_integration;
 
-constexpr int ROUNDS = 300;
+constexpr int ROUNDS = 200;
 
 /// What an exchange that is cancelled after so many microseconds comes to: it is done, or cancelled, and nothing else.
 void cancelAfter(std::chrono::microseconds pause, const Request& request, const std::string& body, int& done)
@@ -56,6 +56,7 @@ void cancelAfter(std::chrono::microseconds pause, const Request& request, const 
 void cancelAtEveryMoment(const Request& request, const std::string& body)
 {
     std::minstd_rand random(5);
+    EXPECT_EQ(bodyOf(exchange(request)), body); // the first one takes longer
     // As long as an exchange takes here, and then some: both outcomes occur.
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(bodyOf(exchange(request)), body);
@@ -63,7 +64,7 @@ void cancelAtEveryMoment(const Request& request, const std::string& body)
     int done = 0;
     for (int round = 0; round < ROUNDS; ++round)
     {
-        cancelAfter(length * static_cast<int>(random() % 300) / 100, request, body, done);
+        cancelAfter(length * static_cast<int>(random() % 150) / 100, request, body, done);
     }
     testing::Test::RecordProperty("done", done);
 }
