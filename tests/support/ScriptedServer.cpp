@@ -13,7 +13,9 @@
 #include <sys/socket.h>
 #include <sys/types.h>
 
+#include <algorithm>
 #include <csignal>
+#include <functional>
 #include <utility>
 
 namespace zol_test
@@ -142,6 +144,7 @@ void ScriptedServer::accept()
         {
             continue;
         }
+        joinFinished();
         const std::lock_guard<std::mutex> lock(m_mutex);
         const std::size_t index = m_requests.size();
         m_requests.emplace_back();
@@ -151,6 +154,21 @@ void ScriptedServer::accept()
                                    { serve(std::move(accepted), index); });
         m_changed.notify_all();
     }
+}
+
+// A thread keeps its stack until it is joined, and a test may connect tens of thousands of times.
+void ScriptedServer::joinFinished()
+{
+    std::vector<std::thread::id> finished;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        finished.swap(m_finished);
+    }
+    const auto isFinished = [&](const std::thread& thread)
+    { return std::find(finished.begin(), finished.end(), thread.get_id()) != finished.end(); };
+    const auto rest = std::partition(m_connections.begin(), m_connections.end(), std::not_fn(isFinished));
+    std::for_each(rest, m_connections.end(), [](std::thread& thread) { thread.join(); });
+    m_connections.erase(rest, m_connections.end());
 }
 
 void ScriptedServer::serve(Descriptor socket, std::size_t index)
@@ -187,6 +205,7 @@ void ScriptedServer::serve(Descriptor socket, std::size_t index)
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
     --m_running;
+    m_finished.push_back(std::this_thread::get_id());
     m_changed.notify_all();
 }
 

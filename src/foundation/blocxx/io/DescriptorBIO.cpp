@@ -3,9 +3,11 @@
 #include "io/SocketCalls.hpp"
 
 #include <openssl/bio.h>
+#include <openssl/err.h>
 
 #include <cerrno>
 #include <cstdint>
+#include <new>
 
 namespace blocxx
 {
@@ -51,12 +53,14 @@ BIO_METHOD* makeMethod()
 {
     BIO_METHOD* const method =
         BIO_meth_new(BIO_get_new_index() | BIO_TYPE_SOURCE_SINK | BIO_TYPE_DESCRIPTOR, "socket without SIGPIPE");
-    if (method != nullptr)
+    if (method == nullptr)
     {
-        BIO_meth_set_write(method, sendBytes);
-        BIO_meth_set_read(method, receiveBytes);
-        BIO_meth_set_ctrl(method, control);
+        ERR_clear_error();
+        throw std::bad_alloc();
     }
+    BIO_meth_set_write(method, sendBytes);
+    BIO_meth_set_read(method, receiveBytes);
+    BIO_meth_set_ctrl(method, control);
     return method;
 }
 
@@ -64,9 +68,9 @@ BIO_METHOD* makeMethod()
 
 BIO* newDescriptorBIO(int descriptor)
 {
-    // Never freed: connections may outlive static destruction.
+    // Never freed: connections may outlive static destruction. What throws is tried again by the next connection.
     static const BIO_METHOD* const method = makeMethod();
-    BIO* const bio = method != nullptr ? BIO_new(method) : nullptr;
+    BIO* const bio = BIO_new(method);
     if (bio != nullptr)
     {
         // NOLINTNEXTLINE(performance-no-int-to-ptr): the number travels in the BIO's data pointer

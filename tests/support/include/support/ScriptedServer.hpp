@@ -157,6 +157,7 @@ private:
 
     void makeContext();
     void accept();
+    void joinFinished();
     void serve(Descriptor socket, std::size_t index);
     void recordRequest(std::size_t index, std::string_view data);
     void recordError(std::size_t index, const std::string& text);
@@ -173,6 +174,7 @@ private:
     bool m_errorsAskedFor = false;
     std::size_t m_running = 0;
     std::vector<std::thread> m_connections;
+    std::vector<std::thread::id> m_finished; // of them, and not joined yet
     std::thread m_acceptor;
 };
 
