@@ -118,12 +118,12 @@ void ScriptedServer::makeContext()
 {
     m_context.reset(SSL_CTX_new(TLS_server_method()));
     require(m_context != nullptr, "TLS context");
-    useChain(m_context.get(), m_options.certificate);
-    useKey(m_context.get(), m_options.privateKey);
     if (m_options.adjust)
     {
         m_options.adjust(m_context.get());
     }
+    useChain(m_context.get(), m_options.certificate);
+    useKey(m_context.get(), m_options.privateKey);
 }
 
 void ScriptedServer::accept()

@@ -4,6 +4,7 @@
 #include "io/DescriptorBIO.hpp"
 #include "io/OpenSSLCall.hpp"
 #include "io/OpenSSLText.hpp"
+#include "io/SSLFailure.hpp"
 #include "io/Wait.hpp"
 
 #include "blocxx/Format.hpp"
@@ -22,11 +23,6 @@ namespace blocxx
 namespace
 {
 
-[[noreturn]] void throwSSL(const String& message)
-{
-    BLOCXX_THROW(SSLException, message.c_str());
-}
-
 const char* adviceFor(long verdict)
 {
     switch (verdict)
@@ -43,6 +39,11 @@ const char* adviceFor(long verdict)
     case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
     case X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE:
         return "to trust its issuer, name it in SSLOpts::trustStore or SSLOpts::inMemoryTrustStore";
+    case X509_V_ERR_UNABLE_TO_GET_CRL:
+        return "every issuer in its chain needs a revocation list in SSLOpts::crls";
+    case X509_V_ERR_CRL_NOT_YET_VALID:
+    case X509_V_ERR_CRL_HAS_EXPIRED:
+        return "check this machine's clock, or get a newer revocation list";
     default:
         return "only SSLOpts::MODE_DISABLED accepts a certificate that cannot be verified";
     }

@@ -108,7 +108,7 @@ public:
         bool ipv6 = false;                    ///< ::1 instead of 127.0.0.1
         std::string certificate;              ///< PEM, the server's first, then its chain; not empty means TLS
         std::string privateKey;               ///< PEM
-        std::function<void(SSL_CTX*)> adjust; ///< called once on the TLS context, before the first connection
+        std::function<void(SSL_CTX*)> adjust; ///< called once on the TLS context, before its certificate is set
         std::chrono::milliseconds limit = std::chrono::seconds(10); ///< of each operation of a script
         int sendBufferSize = 0;    ///< SO_SNDBUF of each connection; 0 leaves the system's
         int receiveBufferSize = 0; ///< SO_RCVBUF of each connection; 0 leaves the system's

@@ -69,6 +69,12 @@ TEST(SSLOpts, StartEmptyAndVerifying)
     EXPECT_EQ(opts.trustStore, "");
     EXPECT_TRUE(opts.inMemoryTrustStore.empty());
     EXPECT_EQ(opts.pkey, nullptr);
+    EXPECT_EQ(opts.crls, "");
+    EXPECT_EQ(opts.minimumVersion, TLS1_2_VERSION);
+    EXPECT_EQ(opts.ciphers, "");
+    EXPECT_EQ(opts.cipherSuites, "");
+    ASSERT_EQ(opts.applicationProtocols.size(), 1U);
+    EXPECT_EQ(opts.applicationProtocols[0], "http/1.1");
 }
 
 TEST(SSLOpts, CopiesShareTheKey)
@@ -96,6 +102,28 @@ TEST(SSLOpts, CopiesShareTheKey)
         EXPECT_EQ(opts->inMemoryTrustStore.size(), 1U);
         ASSERT_EQ(opts->pkey, serverCertificate().key.get());
         EXPECT_EQ(EVP_PKEY_get_bits(opts->pkey), 256);
+    }
+}
+
+TEST(SSLOpts, CopiesHaveTheSameOffer)
+{
+    SSLOpts original;
+    original.crls = "lists";
+    original.minimumVersion = TLS1_3_VERSION;
+    original.ciphers = "ciphers";
+    original.cipherSuites = "suites";
+    original.applicationProtocols.push_back("other");
+    const SSLOpts copy(original);
+    SSLOpts assigned;
+    assigned = original;
+    for (const SSLOpts* opts : {&copy, static_cast<const SSLOpts*>(&assigned)})
+    {
+        EXPECT_EQ(opts->crls, "lists");
+        EXPECT_EQ(opts->minimumVersion, TLS1_3_VERSION);
+        EXPECT_EQ(opts->ciphers, "ciphers");
+        EXPECT_EQ(opts->cipherSuites, "suites");
+        ASSERT_EQ(opts->applicationProtocols.size(), 2U);
+        EXPECT_EQ(opts->applicationProtocols[1], "other");
     }
 }
 
@@ -243,6 +271,50 @@ TEST_F(SSLClientCtxFiles, TrustStoreIsNotReadWithoutVerification)
     SSLOpts opts;
     opts.verifyMode = SSLOpts::MODE_DISABLED;
     opts.trustStore = m_missing;
+    EXPECT_NO_THROW(SSLClientCtx{opts});
+}
+
+TEST_F(SSLClientCtxFiles, RevocationListsMustBeReadable)
+{
+    const std::string list = zol_test::revocationListPem(testAuthority(), {});
+    const std::pair<std::string, std::string> failures[] = {
+        {m_missing, "No such file or directory"},
+        {m_certificate + "/below", "Not a directory"},
+        {m_garbage, "no start line (Expecting: X509 CRL)"},
+        {m_certificate, "no start line (Expecting: X509 CRL)"},
+        {m_folder.write("empty.pem", ""), "no start line (Expecting: X509 CRL)"},
+        {m_folder.write("broken.pem", list + list.substr(0, list.size() / 2)), "bad end line"},
+        {m_folder.path().string(), "no revocation list under a hashed name"}};
+    for (const auto& [path, reason] : failures)
+    {
+        SSLOpts opts;
+        opts.crls = path;
+        EXPECT_THAT(failureOf(opts),
+                    testing::AllOf(StartsWith("Error loading revocation lists " + path + ": "), HasSubstr(reason)));
+    }
+}
+
+TEST_F(SSLClientCtxFiles, EveryRevocationListOfADirectoryMustBeReadable)
+{
+    const TemporaryDirectory folder;
+    folder.write("01234567.r0", zol_test::revocationListPem(testAuthority(), {}));
+    SSLOpts opts;
+    opts.crls = folder.path().string();
+    EXPECT_EQ(failureOf(opts), "made");
+    for (const char* name : {"0123456g.r0", "1234567.r0", "012345678.r0", "01234567.r", "01234567.r0a", "01234567.0"})
+    {
+        folder.write(name, "not read");
+    }
+    EXPECT_EQ(failureOf(opts), "made");
+    const std::string broken = folder.write("89abcdef.r12", "no list");
+    EXPECT_THAT(failureOf(opts), StartsWith("Error loading revocation lists " + broken + ": "));
+}
+
+TEST_F(SSLClientCtxFiles, RevocationListsAreNotReadWithoutVerification)
+{
+    SSLOpts opts;
+    opts.verifyMode = SSLOpts::MODE_DISABLED;
+    opts.crls = m_missing;
     EXPECT_NO_THROW(SSLClientCtx{opts});
 }
 

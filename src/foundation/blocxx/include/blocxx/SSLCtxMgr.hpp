@@ -43,8 +43,9 @@ public:
     /// The own private key in memory, used instead of `keyfile`; null for none. Owned: freed with the last copy.
     EVP_PKEY* pkey;
 
-    /// The certificates to trust: a PEM file, or a directory of PEM files under their hashed names. Revocation lists
-    /// among them are checked.
+    /// The certificates to trust: a PEM file, or a directory of PEM files under their hashed names (as
+    /// `openssl rehash` makes them). Revocation lists among them are applied where they match, and one that has expired
+    /// refuses what its issuer has signed; an issuer without a list is accepted.
     String trustStore;
 
     /// More certificates to trust. The caller owns them and keeps them until a context has been made. If this and
@@ -53,15 +54,42 @@ public:
 
     /// MODE_REQUIRED at first.
     VerifyMode_t verifyMode;
+
+    /// Certificate revocation lists (RFC 5280, section 5): a PEM file, or a directory of PEM files under their hashed
+    /// names, of which those that end in ".r" and a number are read. Certificates among them are not trusted for it.
+    /// Once this is set, every issuer in the peer's chain must have a current list, here or in `trustStore`; without
+    /// one the peer is refused. They are read when a context is made and never fetched: to use newer lists, make
+    /// another context. Empty at first. Not read if verification is disabled.
+    String crls;
+
+    /// The oldest version of TLS to speak: `TLS1_2_VERSION`, the value at first, or `TLS1_3_VERSION` of
+    /// <openssl/ssl.h>. The system's configuration of OpenSSL may ask for more.
+    int minimumVersion;
+
+    /// The cipher suites to offer for TLS 1.2, the preferred one first: their names, as OpenSSL or RFC 5246 write them,
+    /// with a colon between each two ("ECDHE-RSA-AES256-GCM-SHA384:ECDHE-RSA-AES128-GCM-SHA256"). Groups, operators and
+    /// commands, such as "HIGH", "!RSA" or "@STRENGTH", are not accepted, and neither is a suite that OpenSSL's security
+    /// level forbids. Empty, as it is at first, for the system's choice.
+    String ciphers;
+
+    /// The cipher suites to offer for TLS 1.3, written in the same way ("TLS_AES_256_GCM_SHA384"). Empty, as it is at
+    /// first, for the system's choice.
+    String cipherSuites;
+
+    /// The protocols to offer by ALPN (RFC 7301), the preferred one first; names of 1 to 255 bytes. {"http/1.1"} at
+    /// first; empty for none, and then the extension is not sent. A server that chooses none is accepted; what it has
+    /// chosen is in TlsFacts.
+    Array<String> applicationProtocols;
 };
 
 /// A TLS client's context: TLS 1.2 or later; unless verification is disabled, the peer's certificate must lead to a
-/// trusted one, be within its dates, not be revoked by a list in the trust store, and carry the host name or the
+/// trusted one, be within its dates, not be on a revocation list that was given, and carry the host name or the
 /// address that was connected to (RFC 9110, section 4.3.4).
 ///
 /// @code
 /// blocxx::SSLOpts opts;
 /// opts.trustStore = "/etc/example/authority.pem";
+/// opts.crls = "/etc/example/revoked.pem";
 /// const blocxx::SSLClientCtxRef context(new blocxx::SSLClientCtx(opts));
 /// @endcode
 ///
@@ -70,7 +98,8 @@ public:
 class BLOCXX_COMMON_API SSLClientCtx : public IntrusiveCountableBase
 {
 public:
-    /// @throws SSLException if a certificate, a key or the trust store cannot be used; the text names the file.
+    /// @throws SSLException if a certificate, a key, the trust store or the revocation lists cannot be used; the text
+    /// names the file. And if a version, a cipher suite or a protocol is none that can be used; the text names it.
     explicit SSLClientCtx(const SSLOpts& opts = SSLOpts());
     SSLClientCtx(const SSLClientCtx&) = delete;
     SSLClientCtx& operator=(const SSLClientCtx&) = delete;
