@@ -37,6 +37,11 @@ bool PeerIdentity::require(SSL* session) const
     {
         return X509_VERIFY_PARAM_set1_ip_asc(expected, m_text.c_str()) == 1;
     }
+    // OpenSSL would take a name that begins with a dot for any name that ends so.
+    if (m_text.charAt(0) == '.')
+    {
+        return false;
+    }
     X509_VERIFY_PARAM_set_hostflags(expected, HOST_FLAGS);
     return X509_VERIFY_PARAM_set1_host(expected, m_text.c_str(), m_text.length()) == 1;
 }

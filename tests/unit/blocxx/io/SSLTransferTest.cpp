@@ -14,6 +14,7 @@
 
 #include <poll.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -50,6 +51,38 @@ ScriptedServer::Options renegotiatingServer()
     ScriptedServer::Options options = tlsServer();
     options.adjust = [](SSL_CTX* context) { SSL_CTX_set_max_proto_version(context, TLS1_2_VERSION); };
     return options;
+}
+
+std::string finishedOf(const SSL* session)
+{
+    char text[64];
+    return std::string(text, SSL_get_peer_finished(session, text, sizeof text));
+}
+
+// Has the client negotiate once more, with what the server's session is set to. @return false when it does not
+bool renegotiate(ServerConnection& connection)
+{
+    SSL* const session = connection.ssl();
+    const std::string before = finishedOf(session);
+    SSL_renegotiate(session);
+    SSL_do_handshake(session);
+    for (int i = 0; i < 5000; ++i)
+    {
+        char byte = 0;
+        const int result = SSL_peek(session, &byte, 1);
+        const bool isWaiting = SSL_get_error(session, result) == SSL_ERROR_WANT_READ;
+        ERR_clear_error();
+        if (SSL_is_init_finished(session) == 1 && finishedOf(session) != before)
+        {
+            return true;
+        }
+        if (!isWaiting)
+        {
+            return false;
+        }
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    return false;
 }
 
 // Continues a handshake that the server has begun, for a while.
@@ -179,6 +212,99 @@ TEST(SSLRead, TimesOutWithinARecord)
     char byte = 0;
     EXPECT_EQ(socket.read(&byte, 1), -1);
     EXPECT_EQ(errno, ETIMEDOUT);
+}
+
+TEST(SSLRead, CutWithinARecordIsAnError)
+{
+    ScriptedServer server(tlsServer(),
+                          [](ServerConnection& connection)
+                          {
+                              connection.send("abc");
+                              connection.receive(1);
+                              ASSERT_EQ(::send(connection.fd(), "\x17\x03\x03\x01\x00half", 9, MSG_NOSIGNAL), 9);
+                              connection.cut();
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    EXPECT_EQ(readUpTo(socket, 3), "abc");
+    socket.write("x", 1);
+    char byte = 0;
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    EXPECT_EQ(errno, ECONNRESET);
+    EXPECT_EQ(socket.lastErrorText(), "the connection ended without close-notify");
+}
+
+TEST(SSLRead, DataBehindSessionTicketsInNumberArrives)
+{
+    ScriptedServer::Options options = tlsServer();
+    options.adjust = [](SSL_CTX* context) { SSL_CTX_set_num_tickets(context, 200); };
+    ScriptedServer server(options, [](ServerConnection& connection) { connection.send("data"); });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.setReceiveTimeout(Timeout::relative(30));
+    EXPECT_EQ(readUpTo(socket, 5), "data");
+}
+
+TEST(SSLRead, DataOnBothSidesOfARenegotiationArrives)
+{
+    ScriptedServer server(renegotiatingServer(),
+                          [](ServerConnection& connection)
+                          {
+                              connection.send("ab");
+                              EXPECT_TRUE(renegotiate(connection));
+                              connection.send("cd");
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.setReceiveTimeout(Timeout::relative(30));
+    EXPECT_EQ(readUpTo(socket, 5), "abcd");
+}
+
+TEST(SSLRead, ARenegotiationWithTheCertificateOfAnotherHostIsRefused)
+{
+    zol_test::CertificateFields fields;
+    fields.ipAddresses = {"127.0.0.2"};
+    const zol_test::Certificate other = zol_test::issue(zol_test::testAuthority(), fields);
+    ScriptedServer server(renegotiatingServer(),
+                          [&](ServerConnection& connection)
+                          {
+                              SSL_set_options(connection.ssl(), SSL_OP_NO_SESSION_RESUMPTION_ON_RENEGOTIATION);
+                              SSL_use_certificate(connection.ssl(), other.x509.get());
+                              SSL_use_PrivateKey(connection.ssl(), other.key.get());
+                              EXPECT_FALSE(renegotiate(connection));
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.setReceiveTimeout(Timeout::relative(30));
+    char byte = 0;
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    EXPECT_EQ(errno, EPROTO);
+    EXPECT_EQ(socket.lastErrorText(), "certificate verify failed");
+    EXPECT_EQ(socket.write("x", 1), -1);
+}
+
+TEST(SSLRead, RenegotiationsWithoutEndAreLeftWhenTheTimeIsUp)
+{
+    std::atomic<int> count{0};
+    ScriptedServer server(renegotiatingServer(),
+                          [&](ServerConnection& connection)
+                          {
+                              SSL_set_options(connection.ssl(), SSL_OP_NO_SESSION_RESUMPTION_ON_RENEGOTIATION);
+                              while (renegotiate(connection))
+                              {
+                                  ++count;
+                              }
+                          });
+    Socket socket(trustingClient());
+    socket.connect(loopback(server.port()));
+    socket.setReceiveTimeout(Timeout::relative(0.5F));
+    char byte = 0;
+    const Clock::time_point start = Clock::now();
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_LT(secondsSince(start), 15);
+    EXPECT_GT(count, 1);
+    socket.disconnect();
 }
 
 TEST(SSLRead, ContinuesAfterATimeout)

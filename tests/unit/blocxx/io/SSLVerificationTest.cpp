@@ -70,6 +70,18 @@ TEST(SSLVerification, AnotherNameIsRefused)
     }
 }
 
+TEST(SSLVerification, NameThatBeginsWithADotStandsForNoOther)
+{
+    ScriptedServer server(tlsServer(), greet);
+    for (const std::string host : {".wild.example", ".example"})
+    {
+        const ConnectFailure failure = failureAt(server, trustingClient(), host);
+        EXPECT_EQ(failure.type, "SSLException") << host;
+    }
+    EXPECT_THAT(failureAt(server, trustingClient(), ".wild.example").text,
+                HasSubstr("SSL connect error: not a host name for TLS: .wild.example"));
+}
+
 TEST(SSLVerification, AddressOfTheCertificateIsAcceptedInEveryForm)
 {
     ScriptedServer server(tlsServer(), greet);
