@@ -88,11 +88,17 @@ void CommandLine::declareConnection()
     declareFlag("--ipv4", options.onlyIPv4);
     declareFlag("--ipv6", options.onlyIPv6);
     declare("--ca", options.trustStore);
+    declare("--crl", options.revocationLists);
     declareFlag("--no-verify", noVerify);
     declare("--cert", options.certificateFile);
     declare("--key", options.keyFile)->needs(m_app.get_option("--cert"));
     exclude("--ipv4", {"--ipv6"});
+    declare("--tls-min", tlsMinimum)->check(CLI::IsMember({"1.2", "1.3"}));
+    declare("--ciphers", options.ciphers);
+    declare("--tls13-ciphers", options.cipherSuites);
+    declareFlag("--no-alpn", noAlpn);
     exclude("--ca", {"--no-verify"});
+    exclude("--crl", {"--no-verify"});
 }
 
 void CommandLine::declareTimes()

@@ -39,6 +39,8 @@ public:
     std::vector<std::string> partFiles;
     bool head = false;
     bool noVerify = false;
+    std::string tlsMinimum;
+    bool noAlpn = false;
     /// @}
 
 private:

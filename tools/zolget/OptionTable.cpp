@@ -71,6 +71,11 @@ OptionGroup connectionGroup()
              "Trust the certificate authorities in this PEM file, or in this folder of PEM files under their hashed "
              "names, instead of those of the system.",
              Completion::FILES},
+            {"--crl", "PATH", "refuse certificates on the revocation lists in this file or folder (PEM)",
+             "Refuse the certificates on the revocation lists in this PEM file, or in this folder of PEM files under "
+             "their hashed names. Every issuer in the chain of the server's certificate must then have a current list "
+             "there. Without this option, revocation is checked only where --ca gives lists too; none is fetched.",
+             Completion::FILES},
             {"--no-verify", "", "accept any certificate from the server",
              "Accept any certificate from the server. The connection is then not protected against an impostor.",
              Completion::NOTHING},
@@ -80,6 +85,16 @@ OptionGroup connectionGroup()
              Completion::FILES},
             {"--key", "FILE", "the private key of that certificate (default: in the same file)",
              "The private key of the client certificate, in PEM form and without a pass phrase.", Completion::FILES},
+            {"--tls-min", "VERSION", "oldest version of TLS to speak, 1.2 or 1.3 (default: 1.2)",
+             "The oldest version of TLS to speak: 1.2, which is the default, or 1.3.", Completion::NOTHING},
+            {"--ciphers", "NAMES", "cipher suites for TLS 1.2, with colons between them",
+             "The cipher suites to offer for TLS 1.2, the preferred one first: their names, with a colon between each "
+             "two. The groups and operators that OpenSSL knows are not accepted. The default is the system's choice.",
+             Completion::NOTHING},
+            {"--tls13-ciphers", "NAMES", "cipher suites for TLS 1.3, with colons between them",
+             "The cipher suites to offer for TLS 1.3, likewise.", Completion::NOTHING},
+            {"--no-alpn", "", "do not tell the server that HTTP/1.1 is spoken",
+             "Do not tell the server, by ALPN in the TLS handshake, that HTTP/1.1 is spoken.", Completion::NOTHING},
             {"--connect-timeout", "SECONDS",
              "limit for finding the host, connecting and the TLS handshake (default: 30)",
              "Limit for finding the host, connecting and the TLS handshake together (30). Fractions are possible, and "

@@ -126,6 +126,8 @@ Options checked(const CommandLine& given)
     parseAll(given.fields, options.fields, parseFormField);
     options.parts = parseParts(given);
     options.verify = !given.noVerify;
+    options.needsTls13 = given.tlsMinimum == "1.3";
+    options.announcesHttp = !given.noAlpn;
     if (given.has("--user"))
     {
         options.credentials = parseCredentials(given.credentials);
@@ -157,6 +159,12 @@ Options checked(const CommandLine& given)
 }
 
 } // namespace
+
+bool Options::hasTlsSettings() const
+{
+    return !trustStore.empty() || !revocationLists.empty() || !verify || !certificateFile.empty() || needsTls13 ||
+           !ciphers.empty() || !cipherSuites.empty() || !announcesHttp;
+}
 
 bool Options::hasHeader(std::string_view name) const
 {

@@ -5,6 +5,8 @@
 
 #include "blocxx/SSLException.hpp"
 
+#include <openssl/ssl.h>
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -28,8 +30,7 @@ void checkReadable(const std::string& file)
 /// A redirect may lead to https. Without settings of the user's it gets the library's own context then.
 bool mayNeedContext(const Options& options)
 {
-    const bool hasSettings = !options.trustStore.empty() || !options.certificateFile.empty() || !options.verify;
-    return (options.followRedirects && hasSettings) ||
+    return (options.followRedirects && options.hasTlsSettings()) ||
            std::any_of(options.urls.begin(), options.urls.end(), [](const auto& url) { return url.isSecure(); });
 }
 
@@ -42,13 +43,22 @@ blocxx::SSLClientCtxRef makeTlsContext(const Options& options)
         return blocxx::SSLClientCtxRef();
     }
     checkReadable(options.trustStore);
+    checkReadable(options.revocationLists);
     checkReadable(options.certificateFile);
     checkReadable(options.keyFile);
     blocxx::SSLOpts settings;
     settings.verifyMode = options.verify ? blocxx::SSLOpts::MODE_REQUIRED : blocxx::SSLOpts::MODE_DISABLED;
     settings.trustStore = options.trustStore;
+    settings.crls = options.revocationLists;
     settings.certfile = options.certificateFile;
     settings.keyfile = options.keyFile;
+    settings.minimumVersion = options.needsTls13 ? TLS1_3_VERSION : TLS1_2_VERSION;
+    settings.ciphers = options.ciphers;
+    settings.cipherSuites = options.cipherSuites;
+    if (!options.announcesHttp)
+    {
+        settings.applicationProtocols.clear();
+    }
     try
     {
         return blocxx::SSLClientCtxRef(new blocxx::SSLClientCtx(settings));

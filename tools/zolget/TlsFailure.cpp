@@ -1,5 +1,7 @@
 #include "TlsFailure.hpp"
 
+#include <utility>
+
 namespace zolget
 {
 
@@ -29,11 +31,27 @@ std::string withoutApiNames(std::string_view text)
     return std::string(text);
 }
 
+/// With the name of the option in place of that of the member of SSLOpts with which the text begins.
+std::string withOptionNames(std::string text)
+{
+    const std::pair<std::string_view, const char*> names[] = {{"SSLOpts::ciphers:", "--ciphers:"},
+                                                              {"SSLOpts::cipherSuites:", "--tls13-ciphers:"},
+                                                              {"SSLOpts::minimumVersion:", "--tls-min:"}};
+    for (const auto& [member, option] : names)
+    {
+        if (text.compare(0, member.size(), member) == 0)
+        {
+            text.replace(0, member.size(), option);
+        }
+    }
+    return text;
+}
+
 } // namespace
 
 std::string describeContextFailure(std::string_view text)
 {
-    std::string reason = withoutApiNames(text);
+    std::string reason = withOptionNames(withoutApiNames(text));
     if (contains(reason, "it is encrypted"))
     {
         return reason + "; remove the pass phrase from the key first";
@@ -50,6 +68,10 @@ std::string describeContextFailure(std::string_view text)
     {
         return reason + "; --cert takes a certificate in PEM form";
     }
+    if (contains(reason, "revocation lists"))
+    {
+        return reason + "; --crl takes revocation lists in PEM form";
+    }
     if (contains(reason, "truststore"))
     {
         return reason + "; --ca takes certificates in PEM form";
@@ -60,7 +82,9 @@ std::string describeContextFailure(std::string_view text)
 std::string describeHandshakeFailure(std::string_view text)
 {
     const bool isUntrusted = contains(text, "SSLOpts::trustStore");
-    return withoutApiNames(text) + (isUntrusted ? "; --ca PATH trusts the certificate authorities in PATH" : "");
+    const bool lacksList = contains(text, "SSLOpts::crls");
+    return withoutApiNames(text) + (isUntrusted ? "; --ca PATH trusts the certificate authorities in PATH" : "") +
+           (lacksList ? "; every issuer in its chain needs a revocation list in what --crl names" : "");
 }
 
 std::string describeSessionFailure(std::string_view text)

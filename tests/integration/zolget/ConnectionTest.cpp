@@ -29,6 +29,14 @@ using zolget_test::zolget;
 namespace
 {
 
+int chooseFirst(SSL*, const unsigned char** chosen, unsigned char* length, const unsigned char* offered, unsigned int,
+                void*)
+{
+    *length = offered[0];
+    *chosen = offered + 1;
+    return SSL_TLSEXT_ERR_OK;
+}
+
 /// A server whose certificate is signed by a private authority.
 class ZolgetTls : public testing::Test
 {
@@ -36,10 +44,10 @@ protected:
     void start(const zol_test::CertificateFields& fields, ScriptedServer::Script script,
                std::function<void(SSL_CTX*)> adjust = {})
     {
-        const zol_test::Certificate certificate = zol_test::issue(m_authority, fields);
+        m_certificate = zol_test::issue(m_authority, fields);
         ScriptedServer::Options options;
-        options.certificate = certificate.certificatePem();
-        options.privateKey = certificate.keyPem();
+        options.certificate = m_certificate.certificatePem();
+        options.privateKey = m_certificate.keyPem();
         options.adjust = std::move(adjust);
         m_server = std::make_unique<ScriptedServer>(options, std::move(script));
     }
@@ -51,6 +59,7 @@ protected:
 
     TemporaryDirectory m_folder;
     zol_test::Certificate m_authority = zol_test::makeAuthority();
+    zol_test::Certificate m_certificate;
     std::string m_trust = m_folder.write("ca.pem", m_authority.certificatePem());
     std::unique_ptr<ScriptedServer> m_server;
 };
@@ -169,6 +178,81 @@ TEST_F(ZolgetTls, FetchesFromAnyServerWithoutVerification)
     EXPECT_EQ(run.output, "secure");
 }
 
+TEST_F(ZolgetTls, RefusesWhatItsRevocationListsHold)
+{
+    zol_test::CertificateFields fields = forLocalhost();
+    const zol_test::Certificate other = zol_test::issue(m_authority, fields);
+    start(fields, respondingWith(okResponse("secure")));
+    const auto fetchWith = [this](const std::string& lists) {
+        return zolget({"--ca", m_trust, "--crl", m_folder.write("lists.pem", lists), url()});
+    };
+    const Outcome accepted = fetchWith(zol_test::revocationListPem(m_authority, {other}));
+    EXPECT_EQ(accepted.status, 0) << accepted.errors;
+    EXPECT_EQ(accepted.output, "secure");
+
+    const Outcome refused = fetchWith(zol_test::revocationListPem(m_authority, {m_certificate}));
+    EXPECT_EQ(refused.status, 5);
+    EXPECT_EQ(refused.output, "");
+    EXPECT_THAT(refused.errors, HasSubstr("certificate revoked"));
+
+    const Outcome unknown = fetchWith(zol_test::revocationListPem(zol_test::makeAuthority("another"), {}));
+    EXPECT_EQ(unknown.status, 5);
+    EXPECT_THAT(unknown.errors, HasSubstr("unable to get certificate CRL; every issuer in its chain needs"));
+    EXPECT_THAT(unknown.errors, Not(HasSubstr("SSLOpts")));
+    EXPECT_TRUE(m_server->waitUntilIdle());
+    EXPECT_THAT(m_server->errors(), testing::SizeIs(2));
+}
+
+TEST_F(ZolgetTls, OffersWhatItIsTold)
+{
+    start(
+        forLocalhost(),
+        [](ServerConnection& connection)
+        {
+            connection.receiveHead();
+            const unsigned char* protocol = nullptr;
+            unsigned int length = 0;
+            SSL_get0_alpn_selected(connection.ssl(), &protocol, &length);
+            connection.send(okResponse(SSL_get_cipher_name(connection.ssl()) + std::string(" ") +
+                                       std::string(reinterpret_cast<const char*>(protocol), length)));
+        },
+        [](SSL_CTX* context) { SSL_CTX_set_alpn_select_cb(context, chooseFirst, nullptr); });
+    EXPECT_EQ(zolget({"--ca", m_trust, "--tls13-ciphers", "TLS_CHACHA20_POLY1305_SHA256", url()}).output,
+              "TLS_CHACHA20_POLY1305_SHA256 http/1.1");
+    EXPECT_EQ(zolget({"--ca", m_trust, "--tls13-ciphers", "TLS_AES_128_GCM_SHA256", "--no-alpn", url()}).output,
+              "TLS_AES_128_GCM_SHA256 ");
+}
+
+TEST_F(ZolgetTls, SpeaksTls12OnlyIfItMay)
+{
+    start(
+        forLocalhost(),
+        [](ServerConnection& connection)
+        {
+            connection.receiveHead();
+            connection.send(okResponse(SSL_get_cipher_name(connection.ssl())));
+        },
+        [](SSL_CTX* context) { SSL_CTX_set_max_proto_version(context, TLS1_2_VERSION); });
+    EXPECT_EQ(zolget({"--ca", m_trust, "--ciphers", "ECDHE-ECDSA-AES128-GCM-SHA256", url()}).output,
+              "ECDHE-ECDSA-AES128-GCM-SHA256");
+    const Outcome refused = zolget({"--ca", m_trust, "--tls-min", "1.3", url()});
+    EXPECT_EQ(refused.status, 5);
+    EXPECT_THAT(refused.errors, HasSubstr("protocol version"));
+    EXPECT_TRUE(m_server->waitUntilIdle());
+    EXPECT_THAT(m_server->errors(), testing::SizeIs(1));
+}
+
+TEST_F(ZolgetTls, ExitsWith5ForAnUnknownCipherAndNamesIt)
+{
+    for (const char* option : {"--ciphers", "--tls13-ciphers"})
+    {
+        const Outcome run = zolget({option, "NO-SUCH", "https://localhost:1/"});
+        EXPECT_EQ(run.status, 5);
+        EXPECT_THAT(run.errors, HasSubstr(option + std::string(": unknown or forbidden cipher suite for TLS 1.")));
+        EXPECT_THAT(run.errors, HasSubstr("\"NO-SUCH\""));
+    }
+}
+
 TEST_F(ZolgetTls, SendsItsCertificate)
 {
     const zol_test::Certificate client = zol_test::issue(m_authority, {});
@@ -196,7 +280,7 @@ TEST_F(ZolgetTls, SendsItsCertificate)
 
 TEST_F(ZolgetTls, ExitsWith8ForMissingFiles)
 {
-    for (const char* option : {"--ca", "--cert"})
+    for (const char* option : {"--ca", "--cert", "--crl"})
     {
         const Outcome run = zolget({option, m_folder.file("missing"), "https://localhost:1/"});
         EXPECT_EQ(run.status, 8);
@@ -207,7 +291,7 @@ TEST_F(ZolgetTls, ExitsWith8ForMissingFiles)
 TEST_F(ZolgetTls, ExitsWith5ForFilesThatHoldSomethingElse)
 {
     const std::string text = m_folder.write("text", "no certificate");
-    for (const char* option : {"--ca", "--cert"})
+    for (const char* option : {"--ca", "--cert", "--crl"})
     {
         const Outcome run = zolget({option, text, "https://localhost:1/"});
         EXPECT_EQ(run.status, 5);

@@ -107,6 +107,38 @@ TEST(Options, AreAllParsed)
     EXPECT_TRUE(options.alwaysShowProgress);
 }
 
+TEST(Options, OfTlsAreParsed)
+{
+    const Options none = parse({"https://host/"});
+    EXPECT_FALSE(none.needsTls13);
+    EXPECT_TRUE(none.announcesHttp);
+    EXPECT_FALSE(none.hasTlsSettings());
+    const Options options = parse({"--crl", "lists", "--tls-min", "1.3", "--ciphers", "A:B", "--tls13-ciphers", "C",
+                                   "--no-alpn", "https://host/"});
+    EXPECT_EQ(options.revocationLists, "lists");
+    EXPECT_TRUE(options.needsTls13);
+    EXPECT_EQ(options.ciphers, "A:B");
+    EXPECT_EQ(options.cipherSuites, "C");
+    EXPECT_FALSE(options.announcesHttp);
+    EXPECT_FALSE(parse({"--tls-min", "1.2", "https://host/"}).needsTls13);
+    for (const char* version : {"1.1", "1", "", "TLSv1.3"})
+    {
+        EXPECT_THAT(refusalOf({"--tls-min", version, "https://host/"}), HasSubstr("--tls-min"));
+    }
+}
+
+TEST(Options, OfTlsCountAsItsSettings)
+{
+    const std::vector<std::vector<const char*>> settings = {
+        {"--ca", "x"},        {"--crl", "x"},     {"--no-verify"},          {"--cert", "x"},
+        {"--tls-min", "1.3"}, {"--ciphers", "x"}, {"--tls13-ciphers", "x"}, {"--no-alpn"}};
+    for (std::vector<const char*> words : settings)
+    {
+        words.push_back("https://host/");
+        EXPECT_TRUE(parse(words).hasTlsSettings()) << words.front();
+    }
+}
+
 TEST(Options, HaveShortAndLongNames)
 {
     const Options options =
@@ -230,6 +262,7 @@ TEST(Options, RefuseContradictions)
     refusalOf({"-o", "x", "--parts", "y", "http://host/"});
     refusalOf({"-d", "x", "--data-file", "f", "http://host/"});
     refusalOf({"--ca", "x", "--no-verify", "https://host/"});
+    refusalOf({"--crl", "x", "--no-verify", "https://host/"});
     refusalOf({"--key", "k", "https://host/"});
     refusalOf({"-d", "x", "-d", "y", "http://host/"});
     refusalOf({"-d", "x", "-F", "a=b", "http://host/"});

@@ -32,6 +32,26 @@ TEST(TlsFailure, GivesNoAdviceAgainstVerification)
               "certificate revoked");
 }
 
+TEST(TlsFailure, NamesTheOptionOfRevocationLists)
+{
+    EXPECT_EQ(describeHandshakeFailure("certificate verify failed for host: unable to get certificate CRL; every "
+                                       "issuer in its chain needs a revocation list in SSLOpts::crls"),
+              "certificate verify failed for host: unable to get certificate CRL; every issuer in its chain needs a "
+              "revocation list in what --crl names");
+    EXPECT_EQ(describeContextFailure("Error loading revocation lists l: no start line"),
+              "Error loading revocation lists l: no start line; --crl takes revocation lists in PEM form");
+}
+
+TEST(TlsFailure, NamesTheOptionsOfTheOffer)
+{
+    EXPECT_EQ(describeContextFailure("SSLCtxMgr::initCtx(): SSLOpts::ciphers: unknown: \"X\""),
+              "--ciphers: unknown: \"X\"");
+    EXPECT_EQ(describeContextFailure("SSLCtxMgr::initCtx(): SSLOpts::cipherSuites: unknown: \"X\""),
+              "--tls13-ciphers: unknown: \"X\"");
+    EXPECT_EQ(describeContextFailure("SSLCtxMgr::initCtx(): SSLOpts::minimumVersion: not allowed"),
+              "--tls-min: not allowed");
+}
+
 TEST(TlsFailure, LeavesOutTheNamesOfFunctions)
 {
     EXPECT_EQ(describeContextFailure("SSLCtxMgr::initCtx(): Couldn't read certificate from file: c.pem: no start line"),
