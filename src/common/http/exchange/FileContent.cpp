@@ -47,8 +47,11 @@ public:
         {
             refuseContentWithErrno("Cannot open " + HTTP::printable(path), ENOENT);
         }
-        // Without O_NONBLOCK the opening of a FIFO waits for its writer.
-        m_descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+        do
+        {
+            // Without O_NONBLOCK the opening of a FIFO waits for its writer.
+            m_descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+        } while (m_descriptor < 0 && errno == EINTR);
         if (m_descriptor < 0)
         {
             refuseContentWithErrno("Cannot open " + HTTP::printable(path), errno);
