@@ -77,6 +77,11 @@ size_t DecodedBody::read(char* buffer, size_t room)
         }
         else if (result != Z_OK && !m_memberEnded)
         {
+            // What was decoded in front of the error goes first; zlib says the same again when it is asked next.
+            if (m_zlib.avail_out < roomGiven)
+            {
+                break;
+            }
             finishMalformed(m_zlib.msg != nullptr ? m_zlib.msg : "it cannot be decoded");
             return 0;
         }

@@ -1,6 +1,7 @@
 #include "exchange/DecodedBody.hpp"
 
 #include "ExchangeWith.hpp"
+#include "support/ContentText.hpp"
 #include "support/ScriptedContent.hpp"
 
 #include "zol/mime/ContentException.hpp"
@@ -78,6 +79,15 @@ TEST(ExchangeDecoding, TakesMembersOneBehindTheOther)
 {
     EXPECT_EQ(bodyOf(responseTo(wire("gzip", compressed("one ", GZIP) + compressed("two", GZIP)), decompressing())),
               "one two");
+}
+
+TEST(ExchangeDecoding, DeliversWhatCameBeforeAWrongCheckSum)
+{
+    std::string body = compressed("body", GZIP);
+    body[body.size() - 8] = static_cast<char>(body[body.size() - 8] ^ 1);
+    const ExchangeResponse response = responseTo(wire("gzip", body), decompressing());
+    EXPECT_EQ(zol_test::textOf(response.getContent()), "body");
+    EXPECT_EQ(response.bodyEnd(), ExchangeResponse::E_MALFORMED);
 }
 
 TEST(ExchangeDecoding, LeavesTheConnectionReusable)
