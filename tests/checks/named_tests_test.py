@@ -1,7 +1,7 @@
 """What named_tests.py takes for the name of a test."""
 import unittest
 
-from named_tests import problems_of
+from named_tests import listed_by, problems_of
 
 TESTS = ["unit_http.Headers.FirstWins", "unit_http.Headers.LastLoses", "unit_text.Refused/Head.Outcome/InTheFirstLine",
          "package.headers"]
@@ -22,6 +22,18 @@ class NamedTests(unittest.TestCase):
         for names in ("`Headers.FirstLoses`", "`.FirstWins`", "`Headers`", "`Refused/Head.Outcome/InTheLastLine`",
                       "`Headers.FirstWins`, `.FirstLoses`"):
             self.assertEqual(len(problems(names)), 1, names)
+
+    def test_a_name_for_several(self):
+        for names in ("`Headers.*`", "`Headers.F*`", "`Refused/H*.Outcome`", "`Headers.FirstWins`, `.L*`"):
+            self.assertEqual(problems(names), [], names)
+        for names in ("`Headers.X*`", "`Footers.*`", "`Headers.F*`, `.X*`"):
+            self.assertEqual(len(problems(names)), 1, names)
+
+    def test_the_list_of_a_program(self):
+        listed = ("Running main() from here\nHeaders.\n  FirstWins\nRefused/Head.\n"
+                  "  Outcome/0  # GetParam() = \"a. b\"\nTyped/0.  # TypeParam = int\n  Works\n")
+        self.assertEqual(list(listed_by(listed, "unit")),
+                         ["unit.Headers.FirstWins", "unit.Refused/Head.Outcome/0", "unit.Typed/0.Works"])
 
     def test_a_row_without_a_name(self):
         self.assertEqual(problems("later"), ["no test is named for: odd"])
