@@ -132,7 +132,7 @@ def main():
     rows = list(rows_of(chosen.hostile))
     if chosen.check:
         problems = list(problems_of(chosen.page.read_text(), rows))
-        sys.exit("\n".join(problems))
+        sys.exit("\n".join(problems) or 0)
     if chosen.names is None:
         parser.error("without --names the scripted names would be asked of the network")
     version = subprocess.run([chosen.curl, "--version"], stdout=subprocess.PIPE, text=True, check=True).stdout
