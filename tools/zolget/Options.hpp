@@ -32,15 +32,15 @@ struct Options
 
     bool onlyIPv4 = false;
     bool onlyIPv6 = false;
+    bool verify = true;
+    bool needsTls13 = false;
+    bool announcesHttp = true;   ///< by ALPN
     std::string trustStore;      ///< file or folder of trusted certificates; empty for the system's
     std::string revocationLists; ///< file or folder; empty for none
-    bool verify = true;
     std::string certificateFile;
     std::string keyFile;
-    bool needsTls13 = false;
     std::string ciphers;                                    ///< for TLS 1.2; empty for the system's
     std::string cipherSuites;                               ///< for TLS 1.3; empty for the system's
-    bool announcesHttp = true;                              ///< by ALPN
     float connectTimeout = 30;                              ///< seconds
     float readTimeout = 300;                                ///< seconds that one read or write may wait
     float maxTime = std::numeric_limits<float>::infinity(); ///< seconds for everything
