@@ -9,6 +9,20 @@
 
 #include <array>
 #include <chrono>
+#include <new>
+
+// Counted as well, and freed as the support's operator delete expects: a sanitizer's own would not be.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    try
+    {
+        return ::operator new(size);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
 
 namespace hostile
 {

@@ -88,6 +88,37 @@ enum EReading
     E_PART_BY_PART
 };
 
+/// What a server of a row does.
+struct RowServer
+{
+    Script first;
+    Script others;                    ///< empty: as the first
+    Identity (*identity)() = nullptr; ///< null: no TLS
+    bool scriptsTheHandshake = false;
+    int tlsVersion = 0; ///< the only one; 0: all
+    void (*adjust)(SSL_CTX*) = nullptr;
+};
+
+/// How a row's client asks. Times are in seconds.
+struct RowClient
+{
+    std::string method = "GET";
+    std::vector<std::pair<std::string, std::string>> headers;
+    std::string host = "127.0.0.1";
+    std::size_t upload = 0;
+    std::optional<double> expect;
+    double limit = 8; ///< longer than any server takes that does not stall
+    double connectLimit = 8;
+    std::optional<double> deadline;
+    ETrust trust = E_THE_AUTHORITY;
+    bool decompress = false;
+    unsigned redirects = 0;
+    std::size_t headLimit = std::size_t{256} * 1024;
+    std::optional<std::uint64_t> bodyLimit;
+    EReading reading = E_AS_IT_COMES;
+    ZOLNS2::MIME::MultipartReader::Limits parts;
+};
+
 /// One hostile server with what is promised of it. Times are in seconds.
 struct Row
 {
@@ -121,34 +152,8 @@ struct Row
     Row& adjust(void (*adjustContext)(SSL_CTX*)); ///< the server's TLS context
     /// @}
 
-    struct Server
-    {
-        Script first;
-        Script others;                    ///< empty: as the first
-        Identity (*identity)() = nullptr; ///< null: no TLS
-        bool scriptsTheHandshake = false;
-        int tlsVersion = 0; ///< the only one; 0: all
-        void (*adjust)(SSL_CTX*) = nullptr;
-    };
-
-    struct Client
-    {
-        std::string method = "GET";
-        std::vector<std::pair<std::string, std::string>> headers;
-        std::string host = "127.0.0.1";
-        std::size_t upload = 0;
-        std::optional<double> expect;
-        double limit = 8; ///< longer than any server takes that does not stall
-        double connectLimit = 8;
-        std::optional<double> deadline;
-        ETrust trust = E_THE_AUTHORITY;
-        bool decompress = false;
-        unsigned redirects = 0;
-        std::size_t headLimit = std::size_t{256} * 1024;
-        std::optional<std::uint64_t> bodyLimit;
-        EReading reading = E_AS_IT_COMES;
-        ZOLNS2::MIME::MultipartReader::Limits parts;
-    };
+    using Server = RowServer;
+    using Client = RowClient;
 
     std::string name;
     std::string what;
