@@ -5,6 +5,8 @@
 #include "blocxx/GlobalString.hpp"
 #include "blocxx/Logger.hpp"
 
+#include <new>
+
 namespace ZOLNS2
 {
 
@@ -55,13 +57,19 @@ private:
 } // namespace ZOLNS2
 
 /// Writes a record to `log`, an OperationLog, when its level admits LEVEL (ERROR, DEBUG, DEBUG2, DEBUG3); otherwise the
-/// message expression is not evaluated. errno stays what it was.
+/// message expression is not evaluated. errno stays what it was. A record for which there is no memory is dropped.
 #define ZOL_LOG(log, LEVEL, message)                                                                                   \
     do                                                                                                                 \
     {                                                                                                                  \
         if ((log).admits(::blocxx::E_##LEVEL##_LEVEL))                                                                 \
         {                                                                                                              \
             const ::blocxx::ErrnoKeeper errnoKeeper;                                                                   \
-            (log).write(::blocxx::Logger::STR_##LEVEL##_CATEGORY, (message), __LINE__);                                \
+            try                                                                                                        \
+            {                                                                                                          \
+                (log).write(::blocxx::Logger::STR_##LEVEL##_CATEGORY, (message), __LINE__);                            \
+            }                                                                                                          \
+            catch (const ::std::bad_alloc&) /* logging fails nobody */                                                 \
+            {                                                                                                          \
+            }                                                                                                          \
         }                                                                                                              \
     } while (false)

@@ -159,6 +159,14 @@ const std::vector<OperationCase> TLS_OPERATIONS = {
     {"ExchangeTls", [] { return exchangeOf(serverAt(Servers::running().tls), "/chunked", trustTheAuthority, page()); }},
 };
 
+const std::vector<OperationCase> LARGE_OPERATIONS = {
+    {"GetPageLarge", [] { return plainGetPageOf("/large", largePage() + '|'); }},
+    {"GetPageLargeTls",
+     [] { return getPageOf(Servers::running().tls, "/large", trustTheAuthority, largePage() + '|'); }},
+    {"ExchangeLargeTls",
+     [] { return exchangeOf(serverAt(Servers::running().tls), "/large", trustTheAuthority, largePage()); }},
+};
+
 const OperationCase TLS_HANDSHAKE = {"TlsHandshake", []
                                      {
                                          const blocxx::SSLClientCtxRef context = trustTheAuthority();

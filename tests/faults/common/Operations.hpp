@@ -41,6 +41,9 @@ extern const std::vector<OperationCase> PLAIN_OPERATIONS;
 /// Fetches over TLS, the making of the context included.
 extern const std::vector<OperationCase> TLS_OPERATIONS;
 
+/// Fetches of a page that does not fit into the buffers on the way.
+extern const std::vector<OperationCase> LARGE_OPERATIONS;
+
 /// One over TLS with a context that has been made already.
 extern const OperationCase TLS_HANDSHAKE;
 

@@ -2,6 +2,8 @@
 
 #include "zol/mime/MultipartReader.hpp"
 
+#include <utility>
+
 namespace zol_faults
 {
 
@@ -12,7 +14,14 @@ namespace
 
 const int MOST_EMPTY_READS = 1000;
 
+std::function<void()> inTheMiddle;
+
 } // namespace
+
+void onceInTheMiddle(const std::function<void()>& action)
+{
+    inTheMiddle = action;
+}
 
 std::optional<std::string> bytesOf(const MIME::ContentRef& content)
 {
@@ -27,6 +36,10 @@ std::optional<std::string> bytesOf(const MIME::ContentRef& content)
             return bytes;
         }
         bytes.append(block, count);
+        if (inTheMiddle)
+        {
+            std::exchange(inTheMiddle, nullptr)();
+        }
         empty = count == 0 ? empty + 1 : 0;
     }
     return std::nullopt;

@@ -173,12 +173,34 @@ Servers start(const zol_test::TemporaryDirectory& folder)
     return servers;
 }
 
+/// A folder that a forked process leaves where it is.
+class OwnFolder
+{
+public:
+    OwnFolder() : m_folder(new zol_test::TemporaryDirectory), m_owner(::getpid()) {}
+    ~OwnFolder()
+    {
+        if (::getpid() != m_owner)
+        {
+            static_cast<void>(m_folder.release());
+        }
+    }
+    OwnFolder(const OwnFolder&) = delete;
+    OwnFolder& operator=(const OwnFolder&) = delete;
+
+    const zol_test::TemporaryDirectory& get() const { return *m_folder; }
+
+private:
+    std::unique_ptr<zol_test::TemporaryDirectory> m_folder;
+    pid_t m_owner;
+};
+
 } // namespace
 
 const Servers& Servers::running()
 {
-    static const zol_test::TemporaryDirectory folder;
-    static const Servers servers = start(folder);
+    static const OwnFolder folder;
+    static const Servers servers = start(folder.get());
     return servers;
 }
 

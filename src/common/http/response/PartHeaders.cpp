@@ -2,10 +2,10 @@
 
 #include "response/HTTPResponseUnit.hpp"
 #include "response/ReceivedBytesBuffer.hpp"
+#include "response/ResponseHead.hpp"
 
 #include "blocxx/String.hpp"
 #include "openwbem/OW_HTTPUtils.hpp"
-#include "zol/text/TormudaTextOperations.hpp"
 
 #include <istream>
 
@@ -43,7 +43,7 @@ void takePartHeaders(MIME::ReceivedBytes& data, MIME::ContentTypeHeader& content
     else
     {
         ZOL_LOG(log, DEBUG3, "Headers parsed correctly...");
-        dump_to_log(headerMap.begin(), headerMap.end(), log.logger(), "header: ", true, log.signature());
+        logFields(log, headerMap);
         const size_t bodyLength = view.remaining();
         ZOL_LOG(log, DEBUG3, blocxx::Format("Read %1 bytes of data from data stream.", bodyLength));
         data.dropFront(data.size() - bodyLength);

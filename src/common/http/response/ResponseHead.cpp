@@ -6,6 +6,8 @@
 #include "zol/text/TormudaTextOperations.hpp"
 #include "zol/text/untokenize.hpp"
 
+#include <new>
+
 namespace ZOLNS2::HTTP::HTTPResponseUnit
 {
 
@@ -63,6 +65,17 @@ void storeStatusLine(const Words& words, StatusLine& statusLine)
     statusLine.reasonPhrase = toReasonPhrase(words);
 }
 
+void logFields(OperationLog& log, const OpenWBEM::HTTPHeaderMap& headerMap)
+{
+    try
+    {
+        dump_to_log(headerMap.begin(), headerMap.end(), log.logger(), "header: ", true, log.signature());
+    }
+    catch (const std::bad_alloc&) // NOLINT(bugprone-empty-catch): records without memory are dropped
+    {
+    }
+}
+
 void logHead(OperationLog& log, const Words& words, const OpenWBEM::HTTPHeaderMap& headerMap)
 {
     if (!log.admits(blocxx::E_DEBUG3_LEVEL))
@@ -70,9 +83,15 @@ void logHead(OperationLog& log, const Words& words, const OpenWBEM::HTTPHeaderMa
         return;
     }
     ZOL_LOG(log, DEBUG3, "Obtained HTTP headers:");
-    dump_to_log(headerMap.begin(), headerMap.end(), log.logger(), "header: ", true, log.signature());
+    logFields(log, headerMap);
     ZOL_LOG(log, DEBUG3, "Converting header format from response:");
-    dump_to_log(words, log.logger(), "Response status line: ", true, log.signature());
+    try
+    {
+        dump_to_log(words, log.logger(), "Response status line: ", true, log.signature());
+    }
+    catch (const std::bad_alloc&) // NOLINT(bugprone-empty-catch): as above
+    {
+    }
     ZOL_LOG(log, DEBUG3, "End response lines");
 }
 

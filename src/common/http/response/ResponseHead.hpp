@@ -22,6 +22,9 @@ using Words = blocxx::Array<blocxx::String>;
 ///         what precedes it has been stored then
 void storeStatusLine(const Words& words, StatusLine& statusLine);
 
+/// Logs the fields of a head, as far as there is memory for the records.
+void logFields(OperationLog& log, const OpenWBEM::HTTPHeaderMap& headerMap);
+
 /// Logs a head that has been split up.
 void logHead(OperationLog& log, const Words& words, const OpenWBEM::HTTPHeaderMap& headerMap);
 

@@ -6,12 +6,14 @@
 #include "blocxx/ErrnoKeeper.hpp"
 
 #include <locale>
+#include <new>
 #include <sstream>
 
 /// @name Logging statements
 /// `logger` is a Logger or a LoggerRef and is evaluated twice. `message` is anything that converts to a String, usually
 /// a Format; it is evaluated only when the logger's level admits the category. errno stays what it was, also when
-/// nothing is logged and when `message` throws.
+/// nothing is logged and when `message` throws. A record for which there is no memory is dropped: the statement does not
+/// throw std::bad_alloc.
 /// @{
 #define BLOCXX_LOG_ADMITTED(logger, LEVEL, CATEGORY, message)                                                          \
     do                                                                                                                 \
@@ -19,8 +21,14 @@
         const ::blocxx::ErrnoKeeper blocxxErrnoKeeper;                                                                 \
         if (::blocxx::Logger::asLogger(logger).getLogLevel() >= ::blocxx::LEVEL)                                       \
         {                                                                                                              \
-            ::blocxx::Logger::asLogger(logger).logMessage(::blocxx::Logger::CATEGORY, (message), __FILE__, __LINE__,   \
-                                                          __PRETTY_FUNCTION__);                                        \
+            try                                                                                                        \
+            {                                                                                                          \
+                ::blocxx::Logger::asLogger(logger).logMessage(::blocxx::Logger::CATEGORY, (message), __FILE__,         \
+                                                              __LINE__, __PRETTY_FUNCTION__);                          \
+            }                                                                                                          \
+            catch (const ::std::bad_alloc&) /* logging fails nobody */                                                 \
+            {                                                                                                          \
+            }                                                                                                          \
         }                                                                                                              \
     } while (false)
 
@@ -40,8 +48,14 @@
         const ::blocxx::ErrnoKeeper blocxxErrnoKeeper;                                                                 \
         if (::blocxx::Logger::asLogger(logger).categoryIsEnabled(category))                                            \
         {                                                                                                              \
-            ::blocxx::Logger::asLogger(logger).logMessage((category), (message), __FILE__, __LINE__,                   \
-                                                          __PRETTY_FUNCTION__);                                        \
+            try                                                                                                        \
+            {                                                                                                          \
+                ::blocxx::Logger::asLogger(logger).logMessage((category), (message), __FILE__, __LINE__,               \
+                                                              __PRETTY_FUNCTION__);                                    \
+            }                                                                                                          \
+            catch (const ::std::bad_alloc&) /* logging fails nobody */                                                 \
+            {                                                                                                          \
+            }                                                                                                          \
         }                                                                                                              \
     } while (false)
 
@@ -53,11 +67,17 @@
         const ::blocxx::ErrnoKeeper blocxxErrnoKeeper;                                                                 \
         if (::blocxx::Logger::asLogger(logger).getLogLevel() >= ::blocxx::LEVEL)                                       \
         {                                                                                                              \
-            ::std::ostringstream blocxxMessage;                                                                        \
-            blocxxMessage.imbue(::std::locale::classic());                                                             \
-            blocxxMessage << message;                                                                                  \
-            ::blocxx::Logger::asLogger(logger).logMessage(::blocxx::Logger::CATEGORY, blocxxMessage.str(), __FILE__,   \
-                                                          __LINE__, __PRETTY_FUNCTION__);                              \
+            try                                                                                                        \
+            {                                                                                                          \
+                ::std::ostringstream blocxxMessage;                                                                    \
+                blocxxMessage.imbue(::std::locale::classic());                                                         \
+                blocxxMessage << message;                                                                              \
+                ::blocxx::Logger::asLogger(logger).logMessage(::blocxx::Logger::CATEGORY, blocxxMessage.str(),         \
+                                                              __FILE__, __LINE__, __PRETTY_FUNCTION__);                \
+            }                                                                                                          \
+            catch (const ::std::bad_alloc&) /* logging fails nobody */                                                 \
+            {                                                                                                          \
+            }                                                                                                          \
         }                                                                                                              \
     } while (false)
 // NOLINTEND(bugprone-macro-parentheses)
