@@ -1,6 +1,7 @@
 #include "allocations/FailingAllocations.hpp"
 
 #include "allocations/KeptBlocks.hpp"
+#include "common/Sanitized.hpp"
 
 #include <openssl/crypto.h>
 
@@ -8,14 +9,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <new>
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define ZOL_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define ZOL_SANITIZED 1
-#endif
-#endif
 
 #ifdef ZOL_SANITIZED
 

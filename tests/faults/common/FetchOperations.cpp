@@ -171,8 +171,8 @@ const OperationCase TLS_HANDSHAKE = {"TlsHandshake", []
                                      {
                                          const blocxx::SSLClientCtxRef context = trustTheAuthority();
                                          return exchangeOf(
-                                             serverAt(Servers::running().tls), "/plain", [context] { return context; },
-                                             page());
+                                             serverAt(Servers::running().tls), "/plain",
+                                             [context] { return blocxx::SSLClientCtxRef(context); }, page());
                                      }};
 
 const std::vector<OperationCase> IMPOSTOR_OPERATIONS = {

@@ -180,9 +180,9 @@ public:
     OwnFolder() : m_folder(new zol_test::TemporaryDirectory), m_owner(::getpid()) {}
     ~OwnFolder()
     {
-        if (::getpid() != m_owner)
+        if (::getpid() == m_owner)
         {
-            static_cast<void>(m_folder.release());
+            delete m_folder;
         }
     }
     OwnFolder(const OwnFolder&) = delete;
@@ -191,8 +191,8 @@ public:
     const zol_test::TemporaryDirectory& get() const { return *m_folder; }
 
 private:
-    std::unique_ptr<zol_test::TemporaryDirectory> m_folder;
-    pid_t m_owner;
+    const zol_test::TemporaryDirectory* const m_folder;
+    const pid_t m_owner;
 };
 
 } // namespace
