@@ -1,13 +1,16 @@
 #include "zol/http/HTTPClient.hpp"
 
 #include "UnitLog.hpp"
+#include "connection/HTTPConnectionImpl.hpp"
+#include "request/SendHead.hpp"
 
 #include "blocxx/SocketAddress.hpp"
 #include "blocxx/String.hpp"
 #include "zol/http/HTTPConnection.hpp"
 
-#include <istream>
+#include <charconv>
 #include <ostream>
+#include <system_error>
 
 namespace ZOLNS2::HTTP
 {
@@ -20,8 +23,15 @@ constexpr LogUnit LOG_UNIT{"HTTPClient", "HTTP Client: ", COMPONENT_NAME};
 
 constexpr unsigned short DEFAULT_PORT = 80;
 
-unsigned short toPort(const blocxx::String& text, const OperationLog& log)
+unsigned short toPort(const char* begin, const char* end, const OperationLog& log)
 {
+    unsigned short port = 0;
+    const auto [stop, error] = std::from_chars(begin, end, port);
+    if (error == std::errc() && stop == end)
+    {
+        return port;
+    }
+    const blocxx::String text(begin, static_cast<size_t>(end - begin));
     try
     {
         return text.toUInt16();
@@ -45,23 +55,31 @@ blocxx::SocketAddress resolve(const RequestLine& requestLine, const OperationLog
     }
     // Deliberate: the text speaks of a missing port where there is one, and of a URL where it shows the request line.
     ZOL_LOG(log, DEBUG3, blocxx::Format("No port in requested URL: %1", requestLine));
-    const blocxx::String host = url.substring(0, colon).trim();
-    const unsigned short port = toPort(url.substring(colon + 1), log);
+    blocxx::String host(url.c_str(), colon);
+    // Most hosts have no white space around them, and nothing but that is removed.
+    if (colon > 0 && (url[0] <= ' ' || url[colon - 1] <= ' '))
+    {
+        host.trim();
+    }
+    const unsigned short port = toPort(url.c_str() + colon + 1, url.c_str() + url.length(), log);
     return blocxx::SocketAddress::getByName(host, port);
 }
 
 void send(const Request& request, HTTPConnection& connection, const OperationLog& log)
 {
-    std::ostream& output = connection.ostream();
-    const std::istream& input = connection.istream();
+    HTTPConnectionImpl& output = HTTPConnectionImpl::of(connection);
     ZOL_LOG(log, DEBUG2, "Sending the request...");
-    output << request;
-    if (input.fail())
+    if (!request.getContent() && sendHead(output, request))
+    {
+        return;
+    }
+    output.stream() << request;
+    if (output.fail())
     {
         // Only reported here: the reader of the response finds the failed stream and says what it means.
         ZOL_LOG(log, ERROR, "Sending output caused input to be marked bad (not flushed yet).");
     }
-    output.flush();
+    output.stream().flush();
 }
 
 } // namespace

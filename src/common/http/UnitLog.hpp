@@ -5,6 +5,7 @@
 #include "blocxx/GlobalString.hpp"
 #include "blocxx/Logger.hpp"
 
+#include <memory>
 #include <new>
 
 namespace ZOLNS2
@@ -24,34 +25,34 @@ class OperationLog
 {
 public:
     /// @param signature of the operation, __PRETTY_FUNCTION__; not copied
-    OperationLog(const LogUnit& unit, const char* signature)
-        : m_unit(unit), m_signature(signature), m_logger(loggerOf(unit))
+    OperationLog(const LogUnit& unit, const char* signature) : m_unit(unit), m_signature(signature)
     {
+        // Most programs log nothing, and a logger for each operation of a small message would be felt.
+        if (!blocxx::LogAppender::nothingIsLogged())
+        {
+            // The appender reports its level here, and it may be the program's own.
+            const blocxx::ErrnoKeeper errnoKeeper;
+            // Logging fails nobody: without memory for it there are no records.
+            m_logger.reset(new (std::nothrow) blocxx::Logger(unit.component));
+        }
     }
 
-    bool admits(blocxx::ELogLevel level) const { return m_logger.getLogLevel() >= level; }
+    bool admits(blocxx::ELogLevel level) const { return m_logger && m_logger->getLogLevel() >= level; }
 
-    /// Writes a record, whatever its level.
+    /// Writes a record, whatever its level; for a level that is admitted.
     void write(const blocxx::String& category, const blocxx::String& message, int line) const
     {
-        m_logger.logMessage(category, m_unit.prefix + message, m_unit.name, line, m_signature);
+        m_logger->logMessage(category, m_unit.prefix + message, m_unit.name, line, m_signature);
     }
 
-    /// For what writes records of its own, which carry the same signature.
-    blocxx::Logger& logger() { return m_logger; }
+    /// For what writes records of its own, which carry the same signature, at a level that is admitted.
+    blocxx::Logger& logger() { return *m_logger; }
     const char* signature() const { return m_signature; }
 
 private:
-    static blocxx::Logger loggerOf(const LogUnit& unit)
-    {
-        // The appender reports its level here, and it may be the program's own.
-        const blocxx::ErrnoKeeper errnoKeeper;
-        return blocxx::Logger(unit.component);
-    }
-
     const LogUnit& m_unit;
     const char* m_signature;
-    blocxx::Logger m_logger;
+    std::unique_ptr<blocxx::Logger> m_logger; // null where nothing was logged anywhere
 };
 
 } // namespace ZOLNS2

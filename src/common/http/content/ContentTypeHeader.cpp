@@ -1,5 +1,6 @@
 #include "zol/mime/ContentTypeHeader.hpp"
 
+#include "content/ContentTypeStore.hpp"
 #include "content/HTTPContentUnit.hpp"
 
 #include "blocxx/StringStream.hpp"
@@ -21,33 +22,49 @@ using blocxx::String;
 
 constexpr auto npos = String::npos;
 
-String trimmed(String text)
+// Views of the header line: a text that is only trimmed or compared needs no memory of its own.
+std::string_view viewOf(const String& text)
 {
-    text.trim();
+    return {text.c_str(), text.length()};
+}
+
+String toString(std::string_view text)
+{
+    return String(text.data(), text.size());
+}
+
+std::string_view trimmed(std::string_view text)
+{
+    const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    while (!text.empty() && isSpace(text.front()))
+    {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && isSpace(text.back()))
+    {
+        text.remove_suffix(1);
+    }
     return text;
 }
 
 /// The position of the next "=" from `pos` on; `pos` follows the search.
-size_t findEquals(const String& headerLine, size_t& pos, const OperationLog& log)
+size_t findEquals(std::string_view headerLine, size_t& pos, const OperationLog& log)
 {
-    size_t equals = headerLine.indexOf('=', pos);
+    size_t equals = headerLine.find('=', pos);
     // Deliberate: nothing but an "=" or the end of all numbers ends this.
     while (equals == npos && pos != npos)
     {
         ZOL_LOG(log, ERROR, "Huh?  No equals sign after the semi-colon in Content-type parse");
         ++pos;
-        equals = headerLine.indexOf('=', pos);
+        equals = headerLine.find('=', pos);
     }
     return equals;
 }
 
 /// Deliberate: the last character goes with the opening quote, whatever it is.
-void unquote(String& value)
+std::string_view unquoted(std::string_view value)
 {
-    if (value.charAt(0) == '"')
-    {
-        value = value.substring(1, value.length() - 2);
-    }
+    return !value.empty() && value.front() == '"' ? value.substr(1, value.size() - 2) : value;
 }
 
 /// What is parsed here is looser than the grammar (RFC 9110, sections 5.6.6 and 8.3.1):
@@ -57,7 +74,7 @@ void unquote(String& value)
 ///     parameter  = parameter-name "=" ( token / quoted-string )
 ///
 /// The next "=" ends a name, the next ";" after it ends a value, also inside quotes.
-void parseParameters(const String& headerLine, size_t semicolon, blocxx::Array<HTTP::Parameter>& parameters,
+void parseParameters(std::string_view headerLine, size_t semicolon, blocxx::Array<HTTP::Parameter>& parameters,
                      const OperationLog& log)
 {
     const int index = 0; // Deliberate: every record says param[0].
@@ -69,12 +86,12 @@ void parseParameters(const String& headerLine, size_t semicolon, blocxx::Array<H
         {
             return;
         }
-        String name = trimmed(headerLine.substring(pos, equals - pos));
-        semicolon = headerLine.indexOf(';', equals);
-        String value = headerLine.substring(equals + 1, semicolon == npos ? npos : semicolon - equals - 1);
-        ZOL_LOG(log, DEBUG3, Format("content-type param[%1]: name = %2, value = %3", index, name, value));
-        unquote(value);
-        parameters.push_back(HTTP::Parameter(std::move(name), std::move(value)));
+        const std::string_view name = trimmed(headerLine.substr(pos, equals - pos));
+        semicolon = headerLine.find(';', equals);
+        const std::string_view value = headerLine.substr(equals + 1, semicolon == npos ? npos : semicolon - equals - 1);
+        ZOL_LOG(log, DEBUG3,
+                Format("content-type param[%1]: name = %2, value = %3", index, toString(name), toString(value)));
+        ContentTypeStore::append(parameters, name, unquoted(value));
     }
 }
 
@@ -118,35 +135,40 @@ ContentTypeHeader::ContentTypeHeader(const String& type, const String& subtype,
 
 void ContentTypeHeader::setContentTypeString(const String& headerLine)
 {
-    m_headerText = headerLine;
-    const String& line = m_headerText;
-    const size_t colon = line.indexOf(':');
+    parse(String(headerLine), __PRETTY_FUNCTION__);
+}
+
+void ContentTypeHeader::parse(String&& headerLine, const char* signature)
+{
+    m_headerText.swap(headerLine);
+    const std::string_view line = viewOf(m_headerText);
+    const size_t colon = line.find(':');
     if (colon == npos)
     {
-        throw ContentException(SOURCE_UNIT, __LINE__, Format("Malformed content-type header: %1", line).c_str(), -1,
-                               nullptr, -1);
+        throw ContentException(SOURCE_UNIT, __LINE__, Format("Malformed content-type header: %1", m_headerText).c_str(),
+                               -1, nullptr, -1);
     }
-    const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
+    const OperationLog log(LOG_UNIT, signature);
     const size_t start = colon + 1;
-    const size_t semicolon = line.indexOf(';', start);
+    const size_t semicolon = line.find(';', start);
     // Deliberate: a "/" after the ";" counts as well. The subtype then runs to the end of the line.
-    const size_t slash = line.indexOf('/', start);
-    String type;
-    String subtype;
+    const size_t slash = line.find('/', start);
+    std::string_view type;
+    std::string_view subtype;
     if (slash != npos)
     {
-        type = trimmed(line.substring(start, slash - start));
-        subtype = trimmed(line.substring(slash + 1, semicolon == npos ? npos : semicolon - slash - 1));
+        type = trimmed(line.substr(start, slash - start));
+        subtype = trimmed(line.substr(slash + 1, semicolon == npos ? npos : semicolon - slash - 1));
     }
     else
     {
         // Deliberate: the length is the index of the ";", and nothing is trimmed.
-        type = line.substring(start, semicolon);
-        ZOL_LOG(log, DEBUG3, Format("No '/' found in content type: %1", line));
+        type = line.substr(start, semicolon);
+        ZOL_LOG(log, DEBUG3, Format("No '/' found in content type: %1", m_headerText));
     }
-    ZOL_LOG(log, DEBUG3, Format("content type: %1, sub type: %2", type, subtype));
-    m_type.swap(type);
-    m_subtype.swap(subtype);
+    ZOL_LOG(log, DEBUG3, Format("content type: %1, sub type: %2", toString(type), toString(subtype)));
+    m_type = toString(type);
+    m_subtype = toString(subtype);
     // Deliberate: the parameters held so far stay.
     parseParameters(line, semicolon, m_parameters, log);
 }

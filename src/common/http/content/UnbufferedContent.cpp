@@ -1,5 +1,6 @@
 #include "zol/mime/UnbufferedContent.hpp"
 
+#include "connection/HTTPConnectionImpl.hpp"
 #include "content/HTTPContentUnit.hpp"
 
 #include "zol/mime/ContentException.hpp"
@@ -17,6 +18,12 @@ namespace
 
 constexpr auto LARGEST_READ = static_cast<size_t>(std::numeric_limits<std::streamsize>::max());
 
+/// What getData does, without a stream, which the connection would have to make for it, and without records.
+size_t readFrom(HTTP::HTTPConnectionImpl& connection, char* buffer, size_t count)
+{
+    return connection.fail() ? END_OF_DATA : connection.read(buffer, std::min(count, LARGEST_READ));
+}
+
 } // namespace
 
 UnbufferedContentStreamState::~UnbufferedContentStreamState() = default;
@@ -24,6 +31,13 @@ UnbufferedContentStreamState::~UnbufferedContentStreamState() = default;
 UnbufferedContent::UnbufferedContent(const HTTP::HTTPTransferDecoderRef& decoder, const ContentTypeHeader& contentType,
                                      unsigned long contentLength)
     : m_decoder(decoder), m_contentLength(contentLength), m_contentType(contentType), m_used(false)
+{
+}
+
+UnbufferedContent::UnbufferedContent(const HTTP::HTTPConnection& connection, const ContentTypeHeader& contentType,
+                                     unsigned long contentLength)
+    : m_connection(connection), m_failedBeforeBody(HTTP::HTTPConnectionImpl::of(*m_connection).fail()),
+      m_contentLength(contentLength), m_contentType(contentType), m_used(false)
 {
 }
 
@@ -46,8 +60,12 @@ unsigned long UnbufferedContent::getContentLength()
 
 size_t UnbufferedContent::getData(char* buffer, size_t count, const ContentStreamStateRef&)
 {
+    if (!m_decoder && m_connection && blocxx::LogAppender::nothingIsLogged())
+    {
+        return readFrom(HTTP::HTTPConnectionImpl::of(*m_connection), buffer, count);
+    }
     const OperationLog log(LOG_UNIT, __PRETTY_FUNCTION__);
-    std::istream& body = m_decoder->istream();
+    std::istream& body = getTransferDecoder()->istream();
     ZOL_LOG(log, DEBUG3, blocxx::Format("Getting up to %1 bytes from unbuffered http content.", count));
     if (body.fail())
     {
@@ -78,11 +96,16 @@ ContentStreamStateRef UnbufferedContent::createInitialStreamState() const
 
 bool UnbufferedContent::endedBadly(const ContentStreamStateRef&) const
 {
-    return m_decoder->istream().fail() && !m_decoder->bodyIsComplete();
+    const HTTP::HTTPTransferDecoderRef decoder = getTransferDecoder();
+    return decoder->istream().fail() && !decoder->bodyIsComplete();
 }
 
 HTTP::HTTPTransferDecoderRef UnbufferedContent::getTransferDecoder() const
 {
+    if (!m_decoder && m_connection)
+    {
+        m_decoder = HTTP::HTTPTransferDecoderRef(new HTTP::DefaultTransferDecoder(*m_connection, m_failedBeforeBody));
+    }
     return m_decoder;
 }
 

@@ -82,25 +82,84 @@ bool wantsToKeep(Version version, const Headers& fields)
            (version != HTTP_1_0 || holdsToken(fields, "Connection", "keep-alive"));
 }
 
+/// The fields that frame a message, where there is at most one of each name.
+struct FramingFields
+{
+    explicit FramingFields(const Headers& fields)
+    {
+        for (const Header& field : fields)
+        {
+            note(field, "Content-Length", length) || note(field, "Transfer-Encoding", transferEncoding) ||
+                note(field, "Connection", connection);
+        }
+    }
+
+    const blocxx::String* length = nullptr;
+    const blocxx::String* transferEncoding = nullptr;
+    const blocxx::String* connection = nullptr;
+    bool isRepeated = false;
+
+private:
+    bool note(const Header& field, std::string_view name, const blocxx::String*& value)
+    {
+        if (!isName(field.name, name))
+        {
+            return false;
+        }
+        isRepeated = isRepeated || value != nullptr;
+        value = &field.value;
+        return true;
+    }
+};
+
+/// What the fields say, as far as it is needed.
+struct FramingFacts
+{
+    bool isChunked;
+    bool hasLength;
+    std::uint64_t length;
+    bool wantsToKeep;
+};
+
+BodyFraming framingFrom(const FramingFacts& facts, const Request& request, const ReceivedHead& head)
+{
+    BodyFraming framing;
+    framing.length = facts.length;
+    framing.kind = hasNoBody(request, head) ? BodyFraming::E_NONE
+                   : facts.isChunked        ? BodyFraming::E_CHUNKED
+                   : facts.hasLength        ? BodyFraming::E_LENGTH
+                                            : BodyFraming::E_TO_CLOSE;
+    // Both at once, and chunks in HTTP/1.0, are signs of an attack or a fault on the way (RFC 9112, section 6.1):
+    // nothing behind such a body is trusted.
+    const bool isSound = !(facts.isChunked && (facts.hasLength || head.statusLine.version == HTTP_1_0));
+    framing.keepsConnection = isSound && framing.kind != BodyFraming::E_TO_CLOSE && head.statusLine.statusCode != 101 &&
+                              facts.wantsToKeep && wantsToKeep(request.getRequestLine().version, request.getHeaders());
+    return framing;
+}
+
 } // namespace
 
 BodyFraming framingOf(const Request& request, const ReceivedHead& head)
 {
-    const RequestLine& line = request.getRequestLine();
-    BodyFraming framing;
-    const bool chunked = isChunked(head);
-    const bool hasLength = readLength(head, framing.length);
-    framing.kind = hasNoBody(request, head) ? BodyFraming::E_NONE
-                   : chunked                ? BodyFraming::E_CHUNKED
-                   : hasLength              ? BodyFraming::E_LENGTH
-                                            : BodyFraming::E_TO_CLOSE;
-    // Both at once, and chunks in HTTP/1.0, are signs of an attack or a fault on the way (RFC 9112, section 6.1):
-    // nothing behind such a body is trusted.
-    const bool isSound = !(chunked && (hasLength || head.statusLine.version == HTTP_1_0));
-    framing.keepsConnection = isSound && framing.kind != BodyFraming::E_TO_CLOSE && head.statusLine.statusCode != 101 &&
-                              wantsToKeep(line.version, request.getHeaders()) &&
-                              wantsToKeep(head.statusLine.version, head.fields);
-    return framing;
+    const FramingFields fields(head.fields);
+    FramingFacts facts{false, fields.length != nullptr, 0, head.statusLine.version != HTTP_1_0};
+    if (fields.isRepeated || fields.transferEncoding != nullptr ||
+        (facts.hasLength && !parseLength(viewOf(*fields.length), facts.length)))
+    {
+        return framingByLists(request, head);
+    }
+    if (fields.connection != nullptr)
+    {
+        facts.wantsToKeep = !isName(*fields.connection, "close") && wantsToKeep(head.statusLine.version, head.fields);
+    }
+    return framingFrom(facts, request, head);
+}
+
+BodyFraming framingByLists(const Request& request, const ReceivedHead& head)
+{
+    FramingFacts facts{isChunked(head), false, 0, wantsToKeep(head.statusLine.version, head.fields)};
+    facts.hasLength = readLength(head, facts.length);
+    return framingFrom(facts, request, head);
 }
 
 } // namespace ZOLNS2::HTTP

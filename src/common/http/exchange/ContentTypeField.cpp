@@ -1,6 +1,8 @@
 #include "exchange/ContentTypeField.hpp"
 
+#include "content/ContentTypeStore.hpp"
 #include "exchange/Text.hpp"
+#include "message/HeaderStore.hpp"
 
 #include "zol/http/Parameter.hpp"
 
@@ -34,10 +36,14 @@ std::string takeQuoted(std::string_view& rest)
 /// Takes one parameter, and the semicolon behind it, off the front of `rest`.
 void takeParameter(std::string_view& rest, blocxx::Array<Parameter>& parameters)
 {
-    const std::size_t end = rest.find_first_of(";=");
+    std::size_t end = 0;
+    while (end < rest.size() && rest[end] != ';' && rest[end] != '=')
+    {
+        ++end;
+    }
     const std::string_view name = withoutOuterBlanks(rest.substr(0, end));
-    const bool hasValue = end != std::string_view::npos && rest[end] == '=';
-    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+    const bool hasValue = end < rest.size() && rest[end] == '=';
+    rest.remove_prefix(std::min(end + 1, rest.size()));
     if (!hasValue)
     {
         return;
@@ -46,30 +52,34 @@ void takeParameter(std::string_view& rest, blocxx::Array<Parameter>& parameters)
     const bool isQuoted = !rest.empty() && rest.front() == '"';
     const std::string unquoted = isQuoted ? takeQuoted(rest) : std::string();
     const std::size_t next = rest.find(';');
-    const blocxx::String value = toString(isQuoted ? unquoted : withoutOuterBlanks(rest.substr(0, next)));
-    rest.remove_prefix(next == std::string_view::npos ? rest.size() : next + 1);
+    const std::string_view value = isQuoted ? std::string_view(unquoted) : withoutOuterBlanks(rest.substr(0, next));
     if (!name.empty())
     {
-        parameters.push_back(Parameter(toString(name).toLowerCase(), value));
+        MIME::ContentTypeStore::append(parameters, name, value).name.toLowerCase();
     }
+    rest.remove_prefix(next == std::string_view::npos ? rest.size() : next + 1);
 }
 
 } // namespace
 
-MIME::ContentTypeHeader octetStreamType()
+// Never destroyed, so that a response can be read at any time of a process's life.
+const MIME::ContentTypeHeader& octetStreamType()
 {
-    return MIME::ContentTypeHeader("application", "octet-stream", blocxx::Array<Parameter>());
+    static const auto* const type =
+        new MIME::ContentTypeHeader("application", "octet-stream", blocxx::Array<Parameter>());
+    return *type;
 }
 
-MIME::ContentTypeHeader plainTextType()
+const MIME::ContentTypeHeader& plainTextType()
 {
-    return MIME::ContentTypeHeader("text", "plain", blocxx::Array<Parameter>());
+    static const auto* const type = new MIME::ContentTypeHeader("text", "plain", blocxx::Array<Parameter>());
+    return *type;
 }
 
 MIME::ContentTypeHeader contentTypeOf(const Headers& fields, const MIME::ContentTypeHeader& absent)
 {
-    const blocxx::String value = fields.getHeaderValue("Content-Type");
-    std::string_view rest = viewOf(value);
+    const blocxx::String* const value = HeaderStore::find(fields, "Content-Type");
+    std::string_view rest = value == nullptr ? std::string_view() : viewOf(*value);
     const std::size_t semicolon = rest.find(';');
     const std::string_view mediaType = withoutOuterBlanks(rest.substr(0, semicolon));
     rest = semicolon == std::string_view::npos ? std::string_view() : rest.substr(semicolon + 1);
@@ -81,12 +91,13 @@ MIME::ContentTypeHeader contentTypeOf(const Headers& fields, const MIME::Content
     {
         return absent;
     }
-    blocxx::Array<Parameter> parameters;
+    MIME::ContentTypeHeader header;
+    blocxx::Array<Parameter>& parameters = MIME::ContentTypeStore::setType(header, type, subtype);
     while (!rest.empty())
     {
         takeParameter(rest, parameters);
     }
-    return MIME::ContentTypeHeader(toString(type), toString(subtype), parameters);
+    return header;
 }
 
 } // namespace ZOLNS2::HTTP

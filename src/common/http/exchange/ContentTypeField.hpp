@@ -17,9 +17,9 @@ namespace ZOLNS2::HTTP
 MIME::ContentTypeHeader contentTypeOf(const Headers& fields, const MIME::ContentTypeHeader& absent);
 
 /// application/octet-stream (RFC 9110, section 8.3).
-MIME::ContentTypeHeader octetStreamType();
+const MIME::ContentTypeHeader& octetStreamType();
 
 /// text/plain (RFC 2046, section 5.1).
-MIME::ContentTypeHeader plainTextType();
+const MIME::ContentTypeHeader& plainTextType();
 
 } // namespace ZOLNS2::HTTP

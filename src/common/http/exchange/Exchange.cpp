@@ -17,7 +17,9 @@
 #include "zol/http/ExchangeObserver.hpp"
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace ZOLNS2::HTTP
 {
@@ -100,8 +102,8 @@ private:
     blocxx::String extraFields(const Request& request, bool hasContent) const;
     Redirect redirectOf(const Request& request, const Url& url, const ReceivedHead& head, const Readings& readings,
                         unsigned followed) const;
-    ExchangeResponse respond(const Request& request, const Url& url, const Received& received,
-                             const ExchangeLinkRef& link, const blocxx::String& note) const;
+    ExchangeResponse respond(const Request& request, const Url& url, Received&& received, const ExchangeLinkRef& link,
+                             const blocxx::String& note) const;
 
     const ExchangeOptions& m_options;
     const ExchangeGuard m_guard;
@@ -131,7 +133,7 @@ void requireReusable(ExchangeLink& link)
 
 void requireServer(const ExchangeLink& link, const Url& url, const Request& request)
 {
-    if (!link.leadsTo(url.hostAndPort(), request.getSSLContext()))
+    if (!link.leadsTo(url, request.getSSLContext()))
     {
         throw ExchangeException(
             ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_CONNECT, ExchangeException::E_ERROR,
@@ -153,11 +155,12 @@ ExchangeLinkRef Exchanging::linkFor(const Request& request, const Url& url, cons
 
 ExchangeResponse Exchanging::run(const Request& first, const ExchangeLinkRef& kept)
 {
-    Request request = first;
-    checkRequest(request);
-    Readings readings(request.getContent(), m_options.mostRedirects > 0);
+    checkRequest(first);
+    std::optional<Request> redirected;
+    Readings readings(first.getContent(), m_options.mostRedirects > 0);
     for (unsigned followed = 0;; ++followed)
     {
+        const Request& request = redirected ? *redirected : first;
         const Url url = urlOf(request);
         ZOL_LOG(m_log, DEBUG2,
                 blocxx::Format("Making the following request: %1 %2", request.getRequestLine().method, url.toString()));
@@ -167,16 +170,16 @@ ExchangeResponse Exchanging::run(const Request& first, const ExchangeLinkRef& ke
             m_options.observer->connected(ExchangeConnection(link));
         }
         ZOL_LOG(m_log, DEBUG3, blocxx::Format("Connected to %1", link->socket().getPeerAddress().toString()));
-        const Received received = sendAndReceive(request, readings.current(), *link);
+        Received received = sendAndReceive(request, readings.current(), *link);
         ZOL_LOG(m_log, DEBUG2, blocxx::Format("Received: %1", received.head.statusLine.toString()));
         ZOL_LOG(m_log, DEBUG3, received.requestIsWhole ? "The request was sent whole" : "The request was sent in part");
         const Redirect redirect = redirectOf(request, url, received.head, readings, followed);
         if (!redirect.next)
         {
-            return respond(request, url, received, link, redirect.note);
+            return respond(request, url, std::move(received), link, redirect.note);
         }
         m_withOwnCertificate = m_withOwnCertificate && !redirect.toOtherOrigin;
-        request = *redirect.next;
+        redirected = redirect.next;
         if (redirect.needsContent)
         {
             readings.advance(followed + 1 < m_options.mostRedirects);
@@ -195,10 +198,10 @@ Exchanging::Received Exchanging::sendAndReceive(const Request& request, RequestC
     const blocxx::String extra = extraFields(request, content != nullptr);
     sender.send(request, viewOf(extra), content);
     link.setDeadline(m_guard.within(m_options.headTimeout));
-    const ReceivedHead head = sender.earlyResponse() ? *sender.earlyResponse() : receiver.nextFinal();
+    ReceivedHead head = sender.earlyResponse() ? ReceivedHead(*sender.earlyResponse()) : receiver.nextFinal();
     sender.requireSentWhole(head);
     link.setDeadline(m_guard.deadline());
-    return {head, receiver.bytesLeft(), sender.sentWhole()};
+    return {std::move(head), receiver.bytesLeft(), sender.sentWhole()};
 }
 
 blocxx::String Exchanging::extraFields(const Request& request, bool hasContent) const
@@ -263,24 +266,25 @@ bool readCoding(const Request& request, const ReceivedHead& head, DecodedBody::E
     return codings == 1 && known;
 }
 
-ExchangeResponse Exchanging::respond(const Request& request, const Url& url, const Received& received,
+ExchangeResponse Exchanging::respond(const Request& request, const Url& url, Received&& received,
                                      const ExchangeLinkRef& link, const blocxx::String& note) const
 {
-    const ReceivedHead& head = received.head;
+    ReceivedHead& head = received.head;
     BodyFraming framing = framingOf(request, head);
     framing.keepsConnection = framing.keepsConnection && received.requestIsWhole;
-    const MIME::ContentTypeHeader contentType = contentTypeOf(head.fields, octetStreamType());
     DecodedBody::ECoding coding = DecodedBody::E_GZIP;
     const bool decodes = m_options.decompress && !framing.isEmpty() && readCoding(request, head, coding);
-    ReceivedBodyRef body(new FramedBody(link, m_guard, framing, contentType, head.statusLine.statusCode,
+    const unsigned short status = head.statusLine.statusCode;
+    ExchangeResponse::Head result{std::move(head.statusLine), head.fields,
+                                  contentTypeOf(head.fields, octetStreamType()), url.toString(), note};
+    ReceivedBodyRef body(new FramedBody(link, m_guard, framing, result.contentType, status,
                                         decodes ? ExchangeOptions::NO_LIMIT : m_options.bodyLimit,
                                         received.trailerLimit, m_options.headTimeout));
     if (decodes)
     {
         body = ReceivedBodyRef(new DecodedBody(body, coding, m_options.bodyLimit));
     }
-    return ExchangeResponse({head.statusLine, head.fields, contentType, url.toString(), note}, body,
-                            ExchangeConnection(link));
+    return ExchangeResponse(std::move(result), body, ExchangeConnection(link));
 }
 
 } // namespace

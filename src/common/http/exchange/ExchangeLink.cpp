@@ -14,17 +14,17 @@ constexpr std::size_t LARGE_READ_SIZE = 8192;
 
 } // namespace
 
-ExchangeLink::ExchangeLink(const blocxx::String& server, const Request::SSLContextRef& sslContext)
-    : m_server(server), m_sslContext(sslContext), m_socket(sslContext),
+ExchangeLink::ExchangeLink(const Url& url, const Request::SSLContextRef& sslContext)
+    : m_host(url.host()), m_port(url.port()), m_sslContext(sslContext), m_socket(sslContext),
       m_input(&m_socket, blocxx::BaseStreamBuffer::E_IN, INPUT_SIZE), m_direct(&m_input)
 {
 }
 
 ExchangeLink::~ExchangeLink() = default;
 
-bool ExchangeLink::leadsTo(const blocxx::String& server, const Request::SSLContextRef& sslContext) const
+bool ExchangeLink::leadsTo(const Url& url, const Request::SSLContextRef& sslContext) const
 {
-    return m_server == server && m_sslContext == sslContext;
+    return m_host == url.host() && m_port == url.port() && m_sslContext == sslContext;
 }
 
 void ExchangeLink::begin(const ExchangeGuard& guard, const ExchangeOptions& options)

@@ -10,6 +10,7 @@
 #include "blocxx/internal/DirectInput.hpp"
 #include "blocxx/internal/GetArea.hpp"
 #include "zol/http/Request.hpp"
+#include "zol/http/Url.hpp"
 
 #include <cstddef>
 #include <string_view>
@@ -22,16 +23,16 @@ namespace ZOLNS2::HTTP
 class ExchangeLink : public blocxx::IntrusiveCountableBase
 {
 public:
-    /// @param server     "host:port"
+    /// @param url        whose server it is for
     /// @param sslContext null for a plain connection
-    ExchangeLink(const blocxx::String& server, const Request::SSLContextRef& sslContext);
+    ExchangeLink(const Url& url, const Request::SSLContextRef& sslContext);
     ~ExchangeLink() override;
 
     blocxx::Socket& socket() { return m_socket; }
     const blocxx::Socket& socket() const { return m_socket; }
     blocxx::IOIFCStreamBuffer& input() { return m_input; }
 
-    bool leadsTo(const blocxx::String& server, const Request::SSLContextRef& sslContext) const;
+    bool leadsTo(const Url& url, const Request::SSLContextRef& sslContext) const;
 
     /// Prepares for an exchange: its limits, and that nothing else may begin meanwhile.
     void begin(const ExchangeGuard& guard, const ExchangeOptions& options);
@@ -69,7 +70,8 @@ public:
     static constexpr std::size_t INPUT_SIZE = 65536;
 
 private:
-    const blocxx::String m_server;
+    const blocxx::String m_host;
+    const blocxx::UInt16 m_port;
     const Request::SSLContextRef m_sslContext;
     blocxx::Socket m_socket;
     blocxx::IOIFCStreamBuffer m_input;

@@ -5,6 +5,7 @@
 #include "exchange/WriteContent.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace ZOLNS2::HTTP
 {
@@ -32,6 +33,11 @@ void requireComplete(const ReceivedBody& body)
 
 ExchangeResponse::ExchangeResponse(const Head& head, const ReceivedBodyRef& body, const ExchangeConnection& connection)
     : m_head(head), m_body(body), m_connection(connection)
+{
+}
+
+ExchangeResponse::ExchangeResponse(Head&& head, const ReceivedBodyRef& body, const ExchangeConnection& connection)
+    : m_head(std::move(head)), m_body(body), m_connection(connection)
 {
 }
 

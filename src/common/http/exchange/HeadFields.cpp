@@ -17,13 +17,12 @@ bool isBlank(char c)
 
 } // namespace
 
-bool holdsField(const Headers& fields, const char* name)
+bool holdsField(const Headers& fields, std::string_view name)
 {
-    return std::any_of(fields.begin(), fields.end(),
-                       [name](const Header& field) { return field.name.equalsIgnoreCase(name); });
+    return std::any_of(fields.begin(), fields.end(), [name](const Header& field) { return isName(field.name, name); });
 }
 
-bool holdsToken(const Headers& fields, const char* name, std::string_view token)
+bool holdsToken(const Headers& fields, std::string_view name, std::string_view token)
 {
     bool found = false;
     forEachElement(fields, name,

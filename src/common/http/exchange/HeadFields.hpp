@@ -55,11 +55,11 @@ private:
 /// Calls `use(std::string_view)` with each element of the comma-separated lists that all fields of a name hold (RFC 9110,
 /// section 5.6.1), trimmed; empty ones are left out.
 template <class Use>
-void forEachElement(const Headers& fields, const char* name, const Use& use)
+void forEachElement(const Headers& fields, std::string_view name, const Use& use)
 {
     for (const Header& field : fields)
     {
-        if (!field.name.equalsIgnoreCase(name))
+        if (!isName(field.name, name))
         {
             continue;
         }
@@ -78,9 +78,9 @@ void forEachElement(const Headers& fields, const char* name, const Use& use)
 }
 
 /// Whether there is a field of that name, an empty one too.
-bool holdsField(const Headers& fields, const char* name);
+bool holdsField(const Headers& fields, std::string_view name);
 
 /// Whether one of the elements of the fields of a name is this token.
-bool holdsToken(const Headers& fields, const char* name, std::string_view token);
+bool holdsToken(const Headers& fields, std::string_view name, std::string_view token);
 
 } // namespace ZOLNS2::HTTP

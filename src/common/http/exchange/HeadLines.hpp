@@ -30,6 +30,13 @@ public:
 
     EResult next();
 
+    /// For a head that is read in another way: takes `length` bytes in `lines` lines as read.
+    void skip(std::size_t length, std::size_t lines)
+    {
+        m_left -= length;
+        m_number += lines;
+    }
+
     /// Without its end; valid until the next call and the next read of the input.
     std::string_view line() const { return m_line; }
 

@@ -48,6 +48,8 @@ public:
     std::size_t bytesLeft() const { return m_lines.bytesLeft(); }
 
 private:
+    bool readInPlace(ReceivedHead& head);
+    void readLines(ReceivedHead& head);
     void readStatusLine(StatusLine& statusLine);
     void throwEnded();
     [[noreturn]] void throwTooLarge(const blocxx::String& problem) const;

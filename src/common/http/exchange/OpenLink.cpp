@@ -27,11 +27,11 @@ namespace
     throw ExchangeException(ExchangeUnit::SOURCE_UNIT, __LINE__, phase, cause, message.c_str(), error, 0, &exception);
 }
 
-blocxx::SocketAddress lookUp(const Url& url, const TimeLimit& limit, const ExchangeGuard& guard,
+blocxx::SocketAddress lookUp(const Url& url, const blocxx::Timeout& timeout, const ExchangeGuard& guard,
                              const ExchangeOptions& options)
 {
     blocxx::LookUp lookUp;
-    lookUp.timeout = limit.remaining();
+    lookUp.timeout = timeout;
     lookUp.cancellation = guard.cancellation();
     lookUp.family = options.family;
     try
@@ -54,10 +54,12 @@ ExchangeLinkRef openLink(const Request& request, const Url& url, const ExchangeG
                          const ExchangeOptions& options, bool withOwnCertificate)
 {
     const TimeLimit limit = guard.within(options.connectTimeout);
-    const blocxx::SocketAddress address = lookUp(url, limit, guard, options);
-    ExchangeLinkRef link(new ExchangeLink(url.hostAndPort(), request.getSSLContext()));
+    const blocxx::Timeout left = limit.remaining();
+    const blocxx::SocketAddress address = lookUp(url, left, guard, options);
+    ExchangeLinkRef link(new ExchangeLink(url, request.getSSLContext()));
     link->begin(guard, options);
-    link->socket().setConnectTimeout(limit.remaining());
+    // An address in numbers takes no time.
+    link->socket().setConnectTimeout(address.hasHostName() ? limit.remaining() : left);
     link->socket().setOwnCertificateUsed(withOwnCertificate);
     try
     {

@@ -2,6 +2,7 @@
 
 #include "exchange/DefaultSslContext.hpp"
 #include "exchange/ExchangeUnit.hpp"
+#include "exchange/PlainUrl.hpp"
 #include "exchange/Text.hpp"
 
 #include <algorithm>
@@ -106,9 +107,14 @@ Url urlOf(const Request& request)
 {
     const RequestLine& line = request.getRequestLine();
     const bool hasPath = !line.requestURI.empty() && line.requestURI.charAt(0) == '/';
+    const std::string_view target = hasPath ? viewOf(line.requestURI) : std::string_view("/");
+    if (const PlainUrl plain{static_cast<bool>(request.getSSLContext()), viewOf(line.url), target})
+    {
+        return plain.url();
+    }
     std::string text(request.getSSLContext() ? "https://" : "http://");
     text += viewOf(line.url);
-    text += hasPath ? viewOf(line.requestURI) : std::string_view("/");
+    text += target;
     return Url(blocxx::String(std::move(text)));
 }
 

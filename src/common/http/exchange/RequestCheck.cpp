@@ -1,5 +1,6 @@
 #include "exchange/RequestCheck.hpp"
 
+#include "exchange/Characters.hpp"
 #include "exchange/MediaType.hpp"
 #include "exchange/Refusal.hpp"
 #include "exchange/Text.hpp"
@@ -26,7 +27,7 @@ void checkMethod(const RequestLine& line)
     {
         refuseRequest("The method " + quoted(line.method) + " is not a token");
     }
-    if (line.method.equalsIgnoreCase("CONNECT"))
+    if (isName(line.method, "CONNECT"))
     {
         refuseRequest("CONNECT is not supported: what follows it is no response");
     }
@@ -41,8 +42,7 @@ bool beginsWith(std::string_view text, std::string_view prefix)
 void checkTarget(const RequestLine& line)
 {
     const std::string_view target = viewOf(line.requestURI);
-    const auto isForbidden = [](char c) { return c <= ' ' || c > '~' || c == '#'; };
-    if (std::any_of(target.begin(), target.end(), isForbidden))
+    if (!allOf(E_REQUEST_TARGET, target))
     {
         refuseRequest("The target " + quoted(target) +
                       " holds blanks, control characters, bytes beyond ASCII or \"#\"");
@@ -69,16 +69,16 @@ void checkHeader(const Header& header)
 }
 
 /// The value of the only header of that name.
-std::optional<std::string_view> single(const Headers& headers, const char* name)
+std::optional<std::string_view> single(const Headers& headers, std::string_view name)
 {
     std::optional<std::string_view> value;
     for (const Header& header : headers)
     {
-        if (header.name.equalsIgnoreCase(name))
+        if (isName(header.name, name))
         {
             if (value)
             {
-                refuseRequest(blocxx::String("The header ") + name + " is given twice");
+                refuseRequest(blocxx::String("The header ") + toString(name) + " is given twice");
             }
             value = withoutOuterBlanks(viewOf(header.value));
         }
@@ -186,14 +186,23 @@ void checkRequest(const Request& request)
     checkMethod(line);
     checkTarget(line);
     std::for_each(headers.begin(), headers.end(), checkHeader);
-    single(headers, "Host");
-    single(headers, "Authorization");
-    if (line.method == "TRACE" && request.getContent())
+    // Most requests have few of these: what has no name of such a length is not looked for.
+    constexpr std::size_t LONGEST = 31;
+    std::uint32_t lengths = 0;
+    for (const Header& header : headers)
+    {
+        lengths |= std::uint32_t{1} << std::min(header.name.length(), LONGEST);
+    }
+    const auto only = [&](std::string_view name)
+    { return (lengths >> name.size() & 1U) != 0 ? single(headers, name) : std::nullopt; };
+    only("Host");
+    only("Authorization");
+    if (request.getContent() && line.method == "TRACE")
     {
         refuseRequest("A TRACE request has no content"); // RFC 9110, section 9.3.8
     }
-    checkFraming(request, single(headers, "Content-Length"), single(headers, "Transfer-Encoding"));
-    const std::optional<std::string_view> type = single(headers, "Content-Type");
+    checkFraming(request, only("Content-Length"), only("Transfer-Encoding"));
+    const std::optional<std::string_view> type = only("Content-Type");
     if (type && request.getContent())
     {
         checkType(request.getContent(), *type);

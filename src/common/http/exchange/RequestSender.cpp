@@ -20,7 +20,7 @@ namespace
 {
 
 constexpr size_t BLOCK_SIZE = 65536;
-constexpr size_t USUAL_HEAD_SIZE = 512;
+constexpr size_t USUAL_HEAD_SIZE = 1024;
 
 /// The bytes that the request announces; NO_LIMIT if it announces none.
 std::uint64_t announcedLength(const Request& request)
@@ -54,12 +54,12 @@ std::uint64_t announcedLength(const Request& request)
 
 void RequestSender::send(const Request& request, std::string_view extraFields, RequestContent* content)
 {
-    std::string head;
-    head.reserve(USUAL_HEAD_SIZE);
-    appendWireText(head, request.getRequestLine());
-    appendWireText(head, request.getHeaders());
-    head += extraFields;
-    head += "\r\n";
+    const std::size_t size = wireSizeOfHead(request.getRequestLine(), request.getHeaders(), extraFields);
+    char usual[USUAL_HEAD_SIZE];
+    const std::unique_ptr<char[]> large(size > sizeof usual ? new char[size] : nullptr);
+    char* const begin = large ? large.get() : usual;
+    writeWireHead(begin, request.getRequestLine(), request.getHeaders(), extraFields);
+    const std::string_view head(begin, size);
     if (m_options.observer != nullptr)
     {
         m_options.observer->sending(toString(head));

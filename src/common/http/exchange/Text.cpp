@@ -64,13 +64,6 @@ bool equalsIgnoringCase(std::string_view left, std::string_view right)
                       [&](char l, char r) { return lower(l) == lower(r); });
 }
 
-std::string_view withoutOuterBlanks(std::string_view text)
-{
-    const std::size_t first = text.find_first_not_of(" \t");
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
 blocxx::String printable(std::string_view text)
 {
     const char* const digits = "0123456789abcdef";

@@ -3,6 +3,7 @@
 #include "blocxx/String.hpp"
 
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 /// @file
@@ -31,8 +32,27 @@ constexpr bool isControl(char c)
 /// Compares without regard to ASCII case.
 bool equalsIgnoringCase(std::string_view left, std::string_view right);
 
+/// As equalsIgnoringCase, for names, which usually are of one case as well.
+inline bool isName(const blocxx::String& text, std::string_view name)
+{
+    return text.length() == name.size() &&
+           (std::memcmp(text.c_str(), name.data(), name.size()) == 0 || equalsIgnoringCase(viewOf(text), name));
+}
+
 /// Without the blanks and tabs around it: OWS (RFC 9110, section 5.6.3).
-std::string_view withoutOuterBlanks(std::string_view text);
+inline std::string_view withoutOuterBlanks(std::string_view text)
+{
+    const auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
+    while (!text.empty() && isBlank(text.front()))
+    {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && isBlank(text.back()))
+    {
+        text.remove_suffix(1);
+    }
+    return text;
+}
 
 /// The text as a message can show it: UTF-8 stays, but control characters (C0, DEL and C1) and bytes that are not UTF-8
 /// are written as "\xNN". A long text is cut.

@@ -1,5 +1,7 @@
 #include "zol/http/Url.hpp"
 
+#include "exchange/Characters.hpp"
+#include "exchange/PlainUrl.hpp"
 #include "exchange/Refusal.hpp"
 #include "exchange/Text.hpp"
 
@@ -7,6 +9,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -41,7 +45,7 @@ constexpr bool isHexDigit(char c)
 // sub-delims = "!" / "$" / "&" / "'" / "(" / ")" / "*" / "+" / "," / ";" / "="   (section 2.2)
 bool isUnreservedOrSubDelim(char c)
 {
-    return isAlpha(c) || isDigit(c) || (c != '\0' && std::string_view("-._~!$&'()*+,;=").find(c) != npos);
+    return isOf(E_UNRESERVED_SUB_DELIMS, c);
 }
 
 /// What a message shows: nothing that may be a password.
@@ -293,27 +297,119 @@ Url Url::resolve(const blocxx::String& reference) const
     return Url(url);
 }
 
+Url::Url(bool isSecure, const char* host, std::size_t hostLength, blocxx::UInt16 port, const char* target,
+         std::size_t targetLength)
+    : m_isSecure(isSecure), m_host(host, hostLength), m_port(port), m_target(target, targetLength)
+{
+}
+
+PlainUrl::PlainUrl(bool isSecure, std::string_view server, std::string_view target)
+    : m_isSecure(isSecure), m_host(server.substr(0, spanOf(E_PLAIN_HOST, server))),
+      m_port(isSecure ? HTTPS_PORT : HTTP_PORT), m_target(target)
+{
+    if (m_host.size() < server.size())
+    {
+        const char* const end = server.data() + server.size();
+        const auto [stop, error] = std::from_chars(server.data() + m_host.size() + 1, end, m_port);
+        if (server[m_host.size()] != ':' || error != std::errc() || stop != end || m_port == 0)
+        {
+            return;
+        }
+    }
+    m_isPlain = !m_host.empty() && target.substr(0, 1) == "/" && allOf(E_PATH_AND_QUERY, target);
+}
+
+Url PlainUrl::url() const
+{
+    return Url(m_isSecure, m_host.data(), m_host.size(), m_port, m_target.data(), m_target.size());
+}
+
+namespace
+{
+
+/// Gathers the text of a URL; usual ones need no memory beside that of the result.
+class UrlText
+{
+public:
+    /// @param size at least that of the text
+    explicit UrlText(std::size_t size) : m_large(size > sizeof m_usual ? new char[size] : nullptr)
+    {
+        m_begin = m_end = m_large ? m_large.get() : m_usual;
+    }
+
+    void append(std::string_view text)
+    {
+        std::memcpy(m_end, text.data(), text.size());
+        m_end += text.size();
+    }
+
+    void appendHost(const blocxx::String& host)
+    {
+        const bool isIPv6 = host.indexOf(':') != blocxx::String::npos;
+        append(isIPv6 ? "[" : "");
+        append(viewOf(host));
+        append(isIPv6 ? "]" : "");
+    }
+
+    void appendPort(blocxx::UInt16 port)
+    {
+        *m_end++ = ':';
+        m_end = std::to_chars(m_end, m_end + 5, port).ptr;
+    }
+
+    blocxx::String string() const { return blocxx::String(m_begin, static_cast<std::size_t>(m_end - m_begin)); }
+
+private:
+    char m_usual[256];
+    std::unique_ptr<char[]> m_large;
+    char* m_begin;
+    char* m_end;
+};
+
+// What the longest text needs beside its host and its target.
+constexpr std::size_t PUNCTUATION_SIZE = 24;
+
+/// @param withScheme, withTarget whether they are part of the text
+/// @param withPort   whether the scheme's own port is written as well
+blocxx::String textOf(const Url& url, bool withScheme, bool withPort, bool withTarget)
+{
+    UrlText text(url.host().length() + url.target().length() + PUNCTUATION_SIZE);
+    if (withScheme)
+    {
+        text.append(url.isSecure() ? "https://" : "http://");
+    }
+    text.appendHost(url.host());
+    if (withPort || url.port() != (url.isSecure() ? HTTPS_PORT : HTTP_PORT))
+    {
+        text.appendPort(url.port());
+    }
+    if (withTarget)
+    {
+        text.append(viewOf(url.target()));
+    }
+    return text.string();
+}
+
+} // namespace
+
 blocxx::String Url::hostAndPort() const
 {
-    const bool isIPv6 = m_host.indexOf(':') != blocxx::String::npos;
-    return (isIPv6 ? '[' + m_host + ']' : m_host) + ':' + blocxx::String(blocxx::UInt32{m_port});
+    return textOf(*this, false, true, false);
 }
 
 blocxx::String Url::authority() const
 {
-    const blocxx::String whole = hostAndPort();
-    const bool isDefault = m_port == (m_isSecure ? HTTPS_PORT : HTTP_PORT);
-    return isDefault ? whole.substring(0, viewOf(whole).rfind(':')) : whole;
+    return textOf(*this, false, false, false);
 }
 
 blocxx::String Url::origin() const
 {
-    return scheme() + "://" + authority();
+    return textOf(*this, true, false, false);
 }
 
 blocxx::String Url::toString() const
 {
-    return origin() + m_target;
+    return textOf(*this, true, false, true);
 }
 
 bool Url::sameOrigin(const Url& other) const

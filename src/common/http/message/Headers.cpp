@@ -15,19 +15,17 @@ namespace
 // What most heads need, so that their lines are stored with one allocation.
 constexpr size_t FIRST_CAPACITY = 8;
 
+/// What all new collections share. It is never destroyed, so that one can be made at any time of a process's life.
+const blocxx::COWReference<std::vector<Header>>& noHeaders()
+{
+    static const auto* const none =
+        new blocxx::COWReference<std::vector<Header>>(blocxx::COWReference<std::vector<Header>>::make());
+    return *none;
+}
+
 } // namespace
 
-Headers::Headers() : m_headers(new std::vector<Header>) {}
-
-Headers::const_iterator Headers::begin() const
-{
-    return m_headers->begin();
-}
-
-Headers::const_iterator Headers::end() const
-{
-    return m_headers->end();
-}
+Headers::Headers() : m_headers(noHeaders()) {}
 
 blocxx::String Headers::getHeaderValue(const blocxx::String& name) const
 {

@@ -43,7 +43,10 @@ void takePartHeaders(MIME::ReceivedBytes& data, MIME::ContentTypeHeader& content
     else
     {
         ZOL_LOG(log, DEBUG3, "Headers parsed correctly...");
-        logFields(log, headerMap);
+        if (log.admits(blocxx::E_DEBUG3_LEVEL))
+        {
+            logFields(log, headerMap);
+        }
         const size_t bodyLength = view.remaining();
         ZOL_LOG(log, DEBUG3, blocxx::Format("Read %1 bytes of data from data stream.", bodyLength));
         data.dropFront(data.size() - bodyLength);

@@ -1,5 +1,7 @@
 #include "blocxx/BaseStreamBuffer.hpp"
 
+#include "io/SpareBuffer.hpp"
+
 #include "blocxx/internal/ForcedUnwind.hpp"
 #include "blocxx/internal/StreamFailure.hpp"
 
@@ -39,7 +41,10 @@ BaseStreamBuffer::BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize
 }
 
 // Deliberately no flush: the device may be gone or stuck, and whoever writes flushes.
-BaseStreamBuffer::~BaseStreamBuffer() = default;
+BaseStreamBuffer::~BaseStreamBuffer()
+{
+    SpareBuffer::release(std::move(m_getBuffer), static_cast<std::size_t>(m_size));
+}
 
 void BaseStreamBuffer::initBuffers()
 {
@@ -129,7 +134,7 @@ char* BaseStreamBuffer::getBuffer()
 {
     if (!m_getBuffer)
     {
-        m_getBuffer.reset(new char[static_cast<std::size_t>(m_size)]);
+        m_getBuffer = SpareBuffer::acquire(static_cast<std::size_t>(m_size));
     }
     return m_getBuffer.get();
 }
@@ -294,15 +299,15 @@ bool BaseStreamBuffer::makePutRoom(std::streamsize wanted)
 {
     if (wanted > epptr() - pptr() && m_putSize < m_size)
     {
-        growPutBuffer(wanted);
+        const bool isSmall = pptr() - pbase() + wanted <= FIRST_PUT_SIZE;
+        growPutBuffer(isSmall ? std::min(FIRST_PUT_SIZE, m_size) : m_size);
     }
     return pptr() != epptr() || flush();
 }
 
-void BaseStreamBuffer::growPutBuffer(std::streamsize wanted)
+void BaseStreamBuffer::growPutBuffer(std::streamsize size)
 {
     const std::streamsize held = pptr() - pbase();
-    const std::streamsize size = held + wanted <= FIRST_PUT_SIZE ? std::min(FIRST_PUT_SIZE, m_size) : m_size;
     std::unique_ptr<char[]> grown(new char[static_cast<std::size_t>(size)]);
     if (held > 0)
     {

@@ -1,12 +1,10 @@
 #include "io/ConnectAttempts.hpp"
 
+#include "io/ConnectCalls.hpp"
 #include "io/OperationBounds.hpp"
-#include "io/SocketNames.hpp"
 #include "io/Wait.hpp"
 
 #include "blocxx/Format.hpp"
-
-#include <netinet/tcp.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -44,16 +42,6 @@ bool isAboutThisMachine(int error)
     default:
         return false;
     }
-}
-
-// TCP's simultaneous open (RFC 9293, section 3.5) connects a socket to itself when the port that the system chose for
-// this end is the one connected to. There is no peer then.
-bool isConnectedToItself(int descriptor)
-{
-    const SocketAddress here = addressOf(descriptor, ::getsockname);
-    const SocketAddress there = addressOf(descriptor, ::getpeername);
-    return there.getType() != SocketAddress::UNSET && here.getPort() == there.getPort() &&
-           here.getAddress() == there.getAddress();
 }
 
 } // namespace
@@ -117,28 +105,12 @@ void ConnectAttempts::startNext()
     const std::size_t index = m_attempts.size();
     m_attempts.push_back({m_peer.getCandidateCount() == 0 ? m_peer : m_peer.getCandidate(index), FileDescriptor()});
     Attempt& attempt = m_attempts.back();
-    const sockaddr* const native = attempt.address.getNativeForm();
-    if (native == nullptr)
-    {
-        conclude(index, EINVAL);
-        return;
-    }
-    attempt.socket = FileDescriptor(::socket(native->sa_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    if (!attempt.socket.isOpen())
-    {
-        conclude(index, errno);
-        return;
-    }
+    int error = 0;
+    attempt.socket = beginConnect(attempt.address, error);
     m_nextStart = Deadline(Timeout::relative(ATTEMPT_DELAY_IN_SECONDS));
-    const auto size = static_cast<socklen_t>(attempt.address.getNativeFormSize());
-    if (::connect(attempt.socket.get(), native, size) == 0)
+    if (error != EINPROGRESS)
     {
-        conclude(index, 0);
-    }
-    // An interrupted connect continues in the background, as one in progress does.
-    else if (errno != EINPROGRESS && errno != EINTR)
-    {
-        conclude(index, errno);
+        conclude(index, error);
     }
 }
 
@@ -176,29 +148,18 @@ bool ConnectAttempts::awaitAny(const Deadline& deadline)
         }
         else if (m_polled[index].revents != NOT_READY)
         {
-            look(index);
+            conclude(index, connectOutcome(m_attempts[index].socket.get()));
         }
     }
     return true;
 }
 
-void ConnectAttempts::look(std::size_t index)
-{
-    int outcome = 0;
-    socklen_t size = sizeof outcome;
-    if (::getsockopt(m_attempts[index].socket.get(), SOL_SOCKET, SO_ERROR, &outcome, &size) != 0)
-    {
-        outcome = errno;
-    }
-    conclude(index, outcome);
-}
-
 void ConnectAttempts::conclude(std::size_t index, int error)
 {
     Attempt& attempt = m_attempts[index];
-    if (error == 0 && isConnectedToItself(attempt.socket.get()))
+    if (error == 0)
     {
-        error = ECONNREFUSED;
+        error = finishConnect(attempt.socket.get(), attempt.address);
     }
     attempt.error = error;
     if (error != 0)
@@ -206,8 +167,6 @@ void ConnectAttempts::conclude(std::size_t index, int error)
         attempt.socket.close();
         return;
     }
-    const int on = 1;
-    ::setsockopt(attempt.socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     m_connected = index;
     for (Attempt& other : m_attempts)
     {

@@ -58,7 +58,6 @@ private:
     bool nextIsDue() const;
     void startNext();
     bool awaitAny(const Deadline& deadline);
-    void look(std::size_t index);
     void conclude(std::size_t index, int error);
     bool connected() const { return m_connected != NOT_CONNECTED; }
     bool underWay() const;

@@ -13,7 +13,7 @@ void OperationBounds::setDeadline(const Timeout& timeout)
 
 int OperationBounds::reached()
 {
-    if (m_cancellation && m_cancellation->isCancelled())
+    if (isCancelled())
     {
         return ECANCELED;
     }

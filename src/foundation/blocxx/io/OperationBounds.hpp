@@ -22,13 +22,15 @@ public:
     /// @return 0 if operations may continue, else the `errno` value that they end with: ECANCELED or ETIMEDOUT
     int reached();
 
+    bool isCancelled() const { return m_cancellation && m_cancellation->isCancelled(); }
+
     /// Whether reached() has told of the deadline since it was set.
     bool deadlineExpired() const { return m_deadlineExpired; }
 
     /// What a wait polls for POLLIN beside its own descriptors; -1 for none.
     int descriptor() const { return m_cancellation ? m_cancellation->descriptor() : -1; }
 
-    /// How long a wait may last, as poll(2) takes it.
+    /// How long a wait may last, as poll(2) takes it; 0 once the deadline has passed.
     int remainingMilliseconds() const { return m_deadline.remainingMilliseconds(); }
 
 private:

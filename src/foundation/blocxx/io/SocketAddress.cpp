@@ -9,6 +9,7 @@
 #include <netdb.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -57,6 +58,38 @@ bool hasPartWithLeadingZero(const String& digitsAndDots)
         partStarts = digitsAndDots[i] == '.';
     }
     return false;
+}
+
+/// Reads the usual form of an address, four decimal numbers without leading zeros, in one pass: the tests for every other
+/// form, which readLiteral() makes, cost four times as much as the reading.
+/// @return false for anything else, which is not looked at further
+bool readDottedQuad(const char* text, std::size_t length, in_addr& address)
+{
+    constexpr unsigned PARTS = 4;
+    constexpr unsigned LARGEST_PART = 255;
+    constexpr std::ptrdiff_t MOST_DIGITS = 3;
+    std::uint32_t bytes = 0;
+    const char* at = text;
+    for (unsigned part = 1;; ++part, ++at)
+    {
+        const char* const begin = at;
+        unsigned number = 0;
+        // The NUL behind the text is no digit.
+        for (unsigned digit = 0; (digit = static_cast<unsigned>(*at - '0')) < 10; ++at)
+        {
+            number = number * 10 + digit;
+        }
+        if (at == begin || at - begin > MOST_DIGITS || number > LARGEST_PART || (*begin == '0' && at - begin > 1))
+        {
+            return false;
+        }
+        bytes = bytes << 8 | number;
+        if (part == PARTS || *at != '.')
+        {
+            address.s_addr = htonl(bytes);
+            return part == PARTS && at == text + length;
+        }
+    }
 }
 
 // inet_pton is faster for the usual form; inet_aton also accepts the short ones.
@@ -113,6 +146,11 @@ SocketAddress SocketAddress::getByName(const String& host, unsigned short port, 
 bool SocketAddress::readLiteral()
 {
     const char* const text = m_name.c_str();
+    if (readDottedQuad(text, m_name.length(), m_first.ipv4.sin_addr))
+    {
+        m_first.ipv4.sin_family = AF_INET;
+        return true;
+    }
     if (m_name.empty() || holdsBlankOrControl(m_name))
     {
         throwUnknownHost(m_name, NOT_A_HOST);

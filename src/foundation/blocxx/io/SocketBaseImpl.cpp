@@ -1,6 +1,7 @@
 #include "io/SocketBaseImpl.hpp"
 
 #include "io/ConnectAttempts.hpp"
+#include "io/ConnectOne.hpp"
 #include "io/SocketNames.hpp"
 #include "io/TimeoutText.hpp"
 #include "io/Wait.hpp"
@@ -73,23 +74,15 @@ void SocketBaseImpl::connect(const SocketAddress& address)
     disconnect();
     m_reachedHandshake = false;
     const Deadline deadline(connectTimeout);
-    ConnectAttempts attempts(address, m_bounds.get());
-    const ConnectAttempts::EOutcome outcome = attempts.run(deadline);
-    const String unsuccessful = attempts.describeTheUnsuccessful();
-    if (outcome == ConnectAttempts::E_TIMED_OUT)
+    String unsuccessful;
+    if (address.getCandidateCount() == 1)
     {
-        throwTimedOut("connect", unsuccessful, connectTimeout);
+        connectToOnly(address, deadline);
     }
-    if (outcome == ConnectAttempts::E_BOUND_REACHED)
+    else
     {
-        throwBoundReached("connect", unsuccessful);
+        unsuccessful = connectToAny(address, deadline);
     }
-    if (outcome == ConnectAttempts::E_FAILED)
-    {
-        const Format message("Failed to connect to: %1", unsuccessful);
-        BLOCXX_THROW_ERR(SocketException, message.c_str(), attempts.tellingError());
-    }
-    start(attempts.takeSocket(), attempts.connectedAddress());
     try
     {
         if (!startSession(deadline))
@@ -111,11 +104,56 @@ void SocketBaseImpl::connect(const SocketAddress& address)
     }
 }
 
+// Returns the addresses that were tried without success.
+String SocketBaseImpl::connectToAny(const SocketAddress& address, const Deadline& deadline)
+{
+    ConnectAttempts attempts(address, setBounds());
+    const ConnectAttempts::EOutcome outcome = attempts.run(deadline);
+    const String unsuccessful = attempts.describeTheUnsuccessful();
+    if (outcome == ConnectAttempts::E_TIMED_OUT)
+    {
+        throwTimedOut("connect", unsuccessful, connectTimeout);
+    }
+    if (outcome == ConnectAttempts::E_BOUND_REACHED)
+    {
+        throwBoundReached("connect", unsuccessful);
+    }
+    if (outcome == ConnectAttempts::E_FAILED)
+    {
+        const Format message("Failed to connect to: %1", unsuccessful);
+        BLOCXX_THROW_ERR(SocketException, message.c_str(), attempts.tellingError());
+    }
+    start(attempts.takeSocket(), attempts.connectedAddress());
+    return unsuccessful;
+}
+
+// As connectToAny, for the one address that most peers have, without its bookkeeping; see ConnectOne.hpp.
+void SocketBaseImpl::connectToOnly(const SocketAddress& address, const Deadline& deadline)
+{
+    OneConnect result = connectToOne(address, deadline, setBounds());
+    if (result.outcome == ConnectAttempts::E_CONNECTED)
+    {
+        start(std::move(result.socket), address);
+        return;
+    }
+    const String tried = address.toString();
+    if (result.outcome == ConnectAttempts::E_TIMED_OUT)
+    {
+        throwTimedOut("connect", tried, connectTimeout);
+    }
+    if (result.outcome == ConnectAttempts::E_BOUND_REACHED)
+    {
+        throwBoundReached("connect", tried);
+    }
+    const Format message("Failed to connect to: %1", ExceptionDetail::FormatMsg(tried.c_str(), result.error).get());
+    BLOCXX_THROW_ERR(SocketException, message.c_str(), result.error);
+}
+
 OperationBounds& SocketBaseImpl::bounds()
 {
     if (!m_bounds)
     {
-        m_bounds = std::make_unique<OperationBounds>();
+        m_bounds.emplace();
     }
     return *m_bounds;
 }
@@ -155,7 +193,7 @@ void SocketBaseImpl::start(FileDescriptor&& socket, const SocketAddress& peer)
 {
     m_descriptor = std::move(socket);
     m_peerAddress = peer;
-    m_errorText = String();
+    forgetErrorText();
     m_receiveTimedOut = false;
     if (m_streams)
     {
@@ -195,7 +233,7 @@ int SocketBaseImpl::transfer(const char* name, int length, ErrorAction errorActi
     {
         return 0;
     }
-    m_errorText = String();
+    forgetErrorText();
     int count = -1;
     if (!isConnected() || length < 0)
     {
@@ -321,7 +359,7 @@ bool SocketBaseImpl::hasInput(const Timeout& timeout)
 
 bool SocketBaseImpl::await(short event, const Deadline& deadline)
 {
-    return waitUntilReady(descriptor(), event, deadline, m_bounds.get());
+    return waitUntilReady(descriptor(), event, deadline, setBounds());
 }
 
 bool SocketBaseImpl::awaitInput(short event, const Deadline& deadline)

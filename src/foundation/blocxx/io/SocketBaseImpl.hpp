@@ -14,6 +14,7 @@
 #include <openssl/types.h>
 
 #include <memory>
+#include <optional>
 
 namespace blocxx
 {
@@ -92,7 +93,7 @@ protected:
     virtual bool holdsInput() const { return false; }
 
     /// The bounds that have been set; null for none.
-    OperationBounds* setBounds() const { return m_bounds.get(); }
+    OperationBounds* setBounds() { return m_bounds ? &*m_bounds : nullptr; }
     void noteHandshake() { m_reachedHandshake = true; }
 
     /// Waits for the event, within the bounds. @return as waitUntilReady.
@@ -109,13 +110,22 @@ private:
     OperationBounds& bounds();
     bool boundReached();
     [[noreturn]] void throwBoundReached(const char* phase, const String& addresses);
+    String connectToAny(const SocketAddress& address, const Deadline& deadline);
+    void connectToOnly(const SocketAddress& address, const Deadline& deadline);
     void start(FileDescriptor&& socket, const SocketAddress& peer);
+    void forgetErrorText()
+    {
+        if (!m_errorText.empty())
+        {
+            m_errorText.erase();
+        }
+    }
     int sendInPieces(const char* data, int length);
     int sendUnlessInput(const char* data, int length);
     template <class Transfer>
     int transfer(const char* name, int length, ErrorAction errorAction, Transfer bytes);
 
-    std::unique_ptr<OperationBounds> m_bounds; ///< null until one is set
+    std::optional<OperationBounds> m_bounds; ///< none until one is set
     FileDescriptor m_descriptor;
     SocketAddress m_peerAddress;
     std::unique_ptr<SocketStreams> m_streams;

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <optional>
+#include <utility>
 
 namespace blocxx
 {
@@ -13,6 +14,15 @@ namespace blocxx
 int SocketImpl::receive(void* data, int length)
 {
     std::optional<Deadline> deadline;
+    // The response to what has just been sent is on its way: an attempt to read it would be in vain.
+    if (std::exchange(m_hasJustSent, false))
+    {
+        deadline.emplace(receiveTimeout);
+        if (!awaitInput(POLLIN, *deadline))
+        {
+            return -1;
+        }
+    }
     for (;;)
     {
         // Tried before any wait: most of the time the bytes are there.
@@ -39,6 +49,7 @@ int SocketImpl::receive(void* data, int length)
 int SocketImpl::sendAll(const void* data, int length)
 {
     const char* const bytes = static_cast<const char*>(data);
+    m_hasJustSent = true;
     int sent = 0;
     std::optional<Deadline> deadline;
     while (sent < length)

@@ -15,6 +15,9 @@ protected:
     int sendAll(const void* data, int length) override;
     int sendSome(const void* data, int length, short& event) override;
     bool isInputAtHand() override;
+
+private:
+    bool m_hasJustSent = false;
 };
 
 } // namespace blocxx

@@ -10,7 +10,7 @@
 namespace blocxx
 {
 
-bool waitUntilReady(int descriptor, short events, const Deadline& deadline, OperationBounds* bounds)
+bool waitUntilReady(int descriptor, short events, const Deadline& deadline, OperationBounds* bounds, short* seen)
 {
     pollfd polled[] = {{descriptor, events, 0}, {bounds != nullptr ? bounds->descriptor() : -1, POLLIN, 0}};
     const pollfd& cancelled = polled[1];
@@ -19,18 +19,24 @@ bool waitUntilReady(int descriptor, short events, const Deadline& deadline, Oper
         int limit = deadline.remainingMilliseconds();
         if (bounds != nullptr)
         {
-            if (const int error = bounds->reached())
+            const int left = bounds->remainingMilliseconds();
+            const int error = left == 0 || bounds->isCancelled() ? bounds->reached() : 0;
+            if (error != 0)
             {
                 errno = error;
                 return false;
             }
-            limit = earlierTimeout(limit, bounds->remainingMilliseconds());
+            limit = earlierTimeout(limit, left);
         }
         const int ready = ::poll(polled, bounds != nullptr ? 2 : 1, limit);
         if (ready > 0)
         {
             if (cancelled.revents == 0)
             {
+                if (seen != nullptr)
+                {
+                    *seen = polled[0].revents;
+                }
                 return true;
             }
             errno = ECANCELED;

@@ -1,5 +1,7 @@
 #include "blocxx/COWReference.hpp"
 
+#include "support/Allocations.hpp"
+
 #include "blocxx/NULLReferenceException.hpp"
 
 #include <gtest/gtest.h>
@@ -200,6 +202,44 @@ TEST(COWReference, WhatADestructorThrowsIsDropped)
     reference->throwing = true;
     EXPECT_NO_THROW(reference = nullptr);
     EXPECT_FALSE(reference);
+}
+
+TEST(COWReference, MadeInOneBlockIsSharedClonedAndDroppedLikeAnyOther)
+{
+    Value::clones = 0;
+    {
+        COWReference<Value> first = COWReference<Value>::make(1);
+        EXPECT_EQ(1, first->v);
+        EXPECT_EQ(0, Value::clones);
+        COWReference<Value> second(first);
+        second->v = 2;
+        EXPECT_EQ(1, Value::clones);
+        EXPECT_EQ(1, std::as_const(first)->v);
+        EXPECT_EQ(2, Value::alive);
+        const COWReference<Value> base(COWReference<Special>::make(3));
+        EXPECT_EQ(3, base->v);
+        first = nullptr;
+        EXPECT_EQ(2, Value::alive);
+    }
+    EXPECT_EQ(0, Value::alive);
+}
+
+TEST(COWReference, InOneBlockWhoseDestructorThrowsIsDroppedSilently)
+{
+    COWReference<Value> reference = COWReference<Value>::make(1);
+    reference->throwing = true;
+    EXPECT_NO_THROW(reference = nullptr);
+    EXPECT_FALSE(reference);
+    EXPECT_EQ(0, Value::alive);
+}
+
+TEST(COWReference, TakesOneAllocationWhereItMakesTheObject)
+{
+    COWReference<std::vector<int>> reference;
+    EXPECT_EQ(1U, zol_test::allocationsOf([&] { reference = COWReference<std::vector<int>>::make(); }).count);
+    const COWReference<std::vector<int>> shared(reference);
+    EXPECT_EQ(1U, zol_test::allocationsOf([&] { reference->clear(); }).count) << "the clone of a container as well";
+    EXPECT_TRUE(reference != shared);
 }
 
 TEST(COWReference, SharesMayBeCopiedWrittenAndDroppedOnManyThreads)

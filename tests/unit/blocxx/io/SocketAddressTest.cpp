@@ -6,10 +6,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
 #include <netdb.h>
 
 #include <cerrno>
 #include <cstring>
+#include <random>
+#include <string>
+#include <vector>
 
 using blocxx::SocketAddress;
 using blocxx::String;
@@ -255,4 +259,56 @@ TEST(SocketAddress, AssignFromAFormThatIsNotAnInternetAddressLeavesItUnset)
     EXPECT_EQ(address.getType(), SocketAddress::UNSET);
     address.assignFromNativeForm(nullptr, 0);
     EXPECT_EQ(address.getType(), SocketAddress::UNSET);
+}
+
+namespace
+{
+
+/// What a text of digits and dots is by the rules of the system, without numbers that begin with a zero: those are octal
+/// to some. Empty if it is no address.
+std::string addressBySystem(const std::string& text)
+{
+    for (std::size_t at = 0; at + 1 < text.size(); ++at)
+    {
+        const bool begins = at == 0 || text[at - 1] == '.';
+        if (begins && text[at] == '0' && text[at + 1] != '.')
+        {
+            return "";
+        }
+    }
+    in_addr address{};
+    char shown[INET_ADDRSTRLEN] = "";
+    return ::inet_aton(text.c_str(), &address) != 0 ? ::inet_ntop(AF_INET, &address, shown, sizeof shown) : "";
+}
+
+} // namespace
+
+TEST(SocketAddress, ReadsDigitsAndDotsAsTheSystemDoes)
+{
+    std::mt19937 random(1);
+    const std::vector<std::string> pieces{"0",   "1",   "9",    "10",         "99", "127", "255",
+                                          "256", "300", "1000", "4294967295", ".",  "."};
+    int addresses = 0;
+    for (int i = 0; i < 20000; ++i)
+    {
+        std::string text = pieces[random() % 11];
+        const std::size_t parts = random() % 5;
+        for (std::size_t part = 0; part < parts; ++part)
+        {
+            text += (random() % 20 == 0 ? "" : ".") + pieces[random() % (random() % 10 == 0 ? 13 : 8)];
+        }
+        const std::string expected = addressBySystem(text);
+        std::string found;
+        try
+        {
+            found = SocketAddress::getByName(text.c_str(), 80).getAddress().c_str();
+        }
+        catch (const UnknownHostException&) // NOLINT(bugprone-empty-catch): no address
+        {
+        }
+        ASSERT_EQ(found, expected) << text;
+        addresses += expected.empty() ? 0 : 1;
+    }
+    EXPECT_GT(addresses, 2000);
+    EXPECT_LT(addresses, 18000);
 }

@@ -1,7 +1,9 @@
 #include "Peers.hpp"
+#include "SystemCalls.hpp"
 #include "Transfers.hpp"
 #include "support/ScriptedServer.hpp"
 
+#include "blocxx/Cancellation.hpp"
 #include "blocxx/IOIFCStreamBuffer.hpp"
 #include "blocxx/Socket.hpp"
 
@@ -29,6 +31,7 @@ using zol_test::ScriptedServer;
 using zol_test::secondsSince;
 using zol_test::ServerConnection;
 using zol_test::sizeOf;
+using zol_test::SystemCalls;
 using zol_test::withSmallBuffers;
 
 namespace
@@ -79,6 +82,61 @@ TEST(SocketRead, OrderlyEndIsZeroAndStaysSo)
     char byte = 0;
     EXPECT_EQ(socket.read(&byte, 1), 0);
     EXPECT_EQ(socket.read(&byte, 1), 0);
+}
+
+TEST(SocketRead, WaitsForTheResponseToWhatWasSentBeforeItAsksForIt)
+{
+    ScriptedServer server(
+        [](ServerConnection& connection)
+        {
+            while (connection.discard(1) == 1)
+            {
+                connection.pause(milliseconds(50));
+                connection.send("ab");
+            }
+        });
+    Socket socket;
+    socket.connect(loopback(server.port()));
+    int receives = 0;
+    int polls = 0;
+    SystemCalls calls;
+    calls.onReceive = [&](int descriptor, void* data, std::size_t length, int flags)
+    {
+        ++receives;
+        return SystemCalls::receive(descriptor, data, length, flags);
+    };
+    calls.onPoll = [&](pollfd* descriptors, nfds_t count, int milliseconds)
+    {
+        ++polls;
+        return SystemCalls::poll(descriptors, count, milliseconds);
+    };
+    for (int round = 1; round < 4; ++round)
+    {
+        ASSERT_EQ(socket.write("x", 1), 1);
+        char byte = 0;
+        ASSERT_EQ(socket.read(&byte, 1), 1);
+        ASSERT_EQ(socket.read(&byte, 1), 1);
+        EXPECT_EQ(receives, 2 * round);
+        EXPECT_EQ(polls, round);
+    }
+}
+
+TEST(SocketRead, AfterAWriteTimesOutAndIsCancelledLikeAnyOther)
+{
+    ScriptedServer server([](ServerConnection& connection) { connection.waitUntilPeerCloses(); });
+    Socket socket;
+    socket.connect(loopback(server.port()));
+    socket.setReceiveTimeout(Timeout::relative(0.05F));
+    char byte = 0;
+    socket.write("x", 1);
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_TRUE(socket.receiveTimeOutExpired());
+    const blocxx::Cancellation cancellation;
+    cancellation.cancel();
+    socket.setCancellation(cancellation);
+    EXPECT_EQ(socket.read(&byte, 1), -1);
+    EXPECT_EQ(errno, ECANCELED);
 }
 
 TEST(SocketRead, ResetIsAnError)

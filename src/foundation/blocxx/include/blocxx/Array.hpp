@@ -60,15 +60,15 @@ public:
     /// The other array is empty afterwards.
     Array(Array&& other) noexcept : Array() { swap(other); }
     /// `count` value-initialised elements.
-    explicit Array(size_type count) : m_vector(new Vector(count)) {}
+    explicit Array(size_type count) : m_vector(COWReference<Vector>::make(count)) {}
     /// @name `count` copies of a value; one overload for each type that a count is likely to have
     /// @{
-    Array(size_type count, const T& value) : m_vector(new Vector(count, value)) {}
+    Array(size_type count, const T& value) : m_vector(COWReference<Vector>::make(count, value)) {}
     Array(int count, const T& value) : Array(static_cast<size_type>(count), value) {}
     Array(long count, const T& value) : Array(static_cast<size_type>(count), value) {}
     /// @}
     template <class InputIterator, class = typename std::iterator_traits<InputIterator>::iterator_category>
-    Array(InputIterator first, InputIterator last) : m_vector(new Vector(first, last))
+    Array(InputIterator first, InputIterator last) : m_vector(COWReference<Vector>::make(first, last))
     {
     }
 

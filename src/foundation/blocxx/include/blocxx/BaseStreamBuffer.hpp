@@ -14,6 +14,7 @@ namespace blocxx
 namespace Internal
 {
 class DirectInput;
+class DirectOutput;
 struct FailureReason;
 } // namespace Internal
 
@@ -156,6 +157,7 @@ protected:
 
 private:
     friend class Internal::DirectInput;
+    friend class Internal::DirectOutput;
 
     std::streamsize readFromDevice(char* to, std::streamsize room, bool dataBefore);
     std::streamsize noteRead(int result, std::streamsize room);
@@ -166,7 +168,7 @@ private:
     bool refill(std::streamsize atMost, bool dataBefore);
     std::streamsize takeBuffered(char* to, std::streamsize count);
     bool makePutRoom(std::streamsize wanted);
-    void growPutBuffer(std::streamsize wanted);
+    void growPutBuffer(std::streamsize size);
     void clearPutArea();
     bool flush();
     bool writeToDevice(const char* from, std::streamsize count);

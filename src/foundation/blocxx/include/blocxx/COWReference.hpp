@@ -11,6 +11,18 @@
 namespace blocxx
 {
 
+namespace COWReferenceDetail
+{
+
+/// The number of references that share an object.
+struct Count
+{
+    std::atomic<long> owners{1};
+    void (*const deleteAll)(Count*); ///< the count and the object
+};
+
+} // namespace COWReferenceDetail
+
 /// A shared pointer that copies on write: the non-const `*` and `->` first make this reference the only owner of the
 /// object, by COWReferenceClone if it is shared; the const ones never do. Dereferencing a null reference throws
 /// NULLReferenceException.
@@ -37,9 +49,20 @@ public:
         std::unique_ptr<T> owner(object);
         if (object != nullptr)
         {
-            m_count = new Count(1);
+            m_count = new Separate(object);
         }
         m_object = owner.release();
+    }
+
+    /// Makes the object in one block with its count: one allocation instead of two.
+    template <class... Arguments>
+    static COWReference make(Arguments&&... arguments)
+    {
+        auto* const block = new Block(std::forward<Arguments>(arguments)...);
+        COWReference made;
+        made.m_count = block;
+        made.m_object = &block->object;
+        return made;
     }
 
     COWReference(const COWReference& other) noexcept : m_count(other.m_count), m_object(other.m_object) { addShare(); }
@@ -56,10 +79,9 @@ public:
 
     ~COWReference()
     {
-        if (m_count != nullptr && m_count->fetch_sub(1, std::memory_order_acq_rel) == 1)
+        if (m_count != nullptr && m_count->owners.fetch_sub(1, std::memory_order_acq_rel) == 1)
         {
-            delete m_count;
-            destroy(m_object);
+            deleteAll(m_count);
         }
     }
 
@@ -124,19 +146,44 @@ private:
     template <class U>
     friend class COWReference;
 
-    using Count = std::atomic<long>;
+    using Count = COWReferenceDetail::Count;
+
+    struct Block : Count
+    {
+        template <class... Arguments>
+        explicit Block(Arguments&&... arguments)
+            : Count{1, [](Count* count) { delete static_cast<Block*>(count); }},
+              object(std::forward<Arguments>(arguments)...)
+        {
+        }
+
+        T object;
+    };
+
+    struct Separate : Count
+    {
+        explicit Separate(T* owned) : Count{1, &deleteBoth}, object(owned) {}
+
+        static void deleteBoth(Count* count)
+        {
+            const std::unique_ptr<Separate> self(static_cast<Separate*>(count));
+            delete self->object;
+        }
+
+        T* object;
+    };
 
     void addShare() noexcept
     {
         if (m_count != nullptr)
         {
-            m_count->fetch_add(1, std::memory_order_relaxed);
+            m_count->owners.fetch_add(1, std::memory_order_relaxed);
         }
     }
 
     void unshare()
     {
-        if (m_count->load(std::memory_order_acquire) != 1)
+        if (m_count->owners.load(std::memory_order_acquire) != 1)
         {
             cloneShared();
         }
@@ -144,25 +191,36 @@ private:
 
     void cloneShared()
     {
-        std::unique_ptr<Count> newCount(new Count(1));
-        T* const clone = COWReferenceClone(m_object);
-        if (m_count->fetch_sub(1, std::memory_order_acq_rel) == 1)
+        COWReference clone = cloned();
+        if (m_count->owners.fetch_sub(1, std::memory_order_acq_rel) == 1)
         {
             // All other owners have gone since the object was found to be shared: this reference is the only one after
             // all.
-            m_count->store(1, std::memory_order_relaxed);
-            destroy(clone);
+            m_count->owners.store(1, std::memory_order_relaxed);
             return;
         }
-        m_count = newCount.release();
-        m_object = clone;
+        m_count = nullptr;
+        m_object = nullptr;
+        swap(clone);
     }
 
-    static void destroy(T* object) noexcept
+    COWReference cloned() const
+    {
+        if constexpr (COWReferenceDetail::IsContainer<T>::value)
+        {
+            return make(*m_object);
+        }
+        else
+        {
+            return COWReference(COWReferenceClone(m_object));
+        }
+    }
+
+    static void deleteAll(Count* count) noexcept
     {
         try
         {
-            delete object;
+            count->deleteAll(count);
         }
         catch (...) // NOLINT(bugprone-empty-catch): a handle's destructor reports nothing.
         {

@@ -3,6 +3,7 @@
 #include "blocxx/BLOCXX_config.h"
 
 #include <map>
+#include <type_traits>
 #include <vector>
 
 /// How a COWReference copies what it holds: by an unqualified call of `COWReferenceClone`. The overloads for the
@@ -29,4 +30,22 @@ std::map<Key, T, Compare>* COWReferenceClone(std::map<Key, T, Compare>* object)
     return new std::map<Key, T, Compare>(*object);
 }
 
+namespace COWReferenceDetail
+{
+
+/// Whether the clone is the copy that the overloads above make: a reference then makes it in one block with its count.
+template <class T>
+struct IsContainer : std::false_type
+{
+};
+template <class T>
+struct IsContainer<std::vector<T>> : std::true_type
+{
+};
+template <class Key, class T, class Compare>
+struct IsContainer<std::map<Key, T, Compare>> : std::true_type
+{
+};
+
+} // namespace COWReferenceDetail
 } // namespace blocxx

@@ -44,13 +44,14 @@ public:
     using difference_type = typename Impl::difference_type;
 
     Map() : m_map(emptyMap()) {}
-    explicit Map(const Compare& compare) : m_map(new Impl(compare)) {}
+    explicit Map(const Compare& compare) : m_map(COWReference<Impl>::make(compare)) {}
     template <class InputIterator>
-    Map(InputIterator first, InputIterator last) : m_map(new Impl(first, last))
+    Map(InputIterator first, InputIterator last) : m_map(COWReference<Impl>::make(first, last))
     {
     }
     template <class InputIterator>
-    Map(InputIterator first, InputIterator last, const Compare& compare) : m_map(new Impl(first, last, compare))
+    Map(InputIterator first, InputIterator last, const Compare& compare)
+        : m_map(COWReference<Impl>::make(first, last, compare))
     {
     }
     /// Takes ownership of `map`. Every use of a map made of a null pointer throws NULLReferenceException.

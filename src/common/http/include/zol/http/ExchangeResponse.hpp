@@ -67,6 +67,8 @@ public:
 
     ExchangeResponse(const Head& head, const blocxx::IntrusiveReference<ReceivedBody>& body,
                      const ExchangeConnection& connection);
+    ExchangeResponse(Head&& head, const blocxx::IntrusiveReference<ReceivedBody>& body,
+                     const ExchangeConnection& connection);
     ExchangeResponse(const ExchangeResponse&);
     ExchangeResponse& operator=(const ExchangeResponse&);
     ~ExchangeResponse();

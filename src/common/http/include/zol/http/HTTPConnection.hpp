@@ -55,6 +55,8 @@ public:
     std::ostream& ostream();
 
 private:
+    friend class HTTPConnectionImpl;
+
     std::shared_ptr<HTTPConnectionImpl> m_impl;
 };
 

@@ -9,6 +9,11 @@
 
 #include <istream>
 
+namespace ZOLNS2::MIME
+{
+class UnbufferedContent;
+}
+
 namespace ZOLNS2::HTTP
 {
 
@@ -35,6 +40,10 @@ public:
     /// there may be more to come, after a read error or a cut, and where the connection's stream had failed before the
     /// body began. Announced lengths are ignored.
     bool bodyIsComplete();
+
+protected:
+    /// For a body that may have been begun already.
+    HTTPTransferDecoder(const HTTPConnection& connection, bool failedBeforeBody);
 
 private:
     HTTPConnection m_connection;
@@ -64,6 +73,11 @@ public:
     ~DefaultTransferDecoder() override;
 
     std::istream& getInputStream() override;
+
+private:
+    friend class MIME::UnbufferedContent;
+
+    DefaultTransferDecoder(const HTTPConnection& connection, bool failedBeforeBody);
 };
 
 /// Makes the decoder that the "transfer-encoding" header among `headers` asks for: the chunked one where the whole

@@ -5,6 +5,7 @@
 #include "blocxx/String.hpp"
 #include "zol/Export.hpp"
 
+#include <cstddef>
 #include <iosfwd>
 #include <utility>
 #include <vector>
@@ -19,6 +20,12 @@ public:
     Header() = default;
     Header(blocxx::String headerName, blocxx::String headerValue)
         : name(std::move(headerName)), value(std::move(headerValue))
+    {
+    }
+
+    /// For texts that are no strings yet: each is copied once.
+    Header(const char* headerName, std::size_t nameLength, const char* headerValue, std::size_t valueLength)
+        : name(headerName, nameLength), value(headerValue, valueLength)
     {
     }
 
@@ -48,8 +55,8 @@ public:
     ~Headers() = default;
 
     /// Iterators over the lines in order, valid until this object is added to or assigned.
-    const_iterator begin() const;
-    const_iterator end() const;
+    const_iterator begin() const { return m_headers->begin(); }
+    const_iterator end() const { return m_headers->end(); }
 
     /// The value of the first header of that name, compared without regard to ASCII case (RFC 9110, section 5.1); empty
     /// if there is none. An absent header and an empty value look alike.
@@ -59,6 +66,8 @@ public:
     void addHeader(const blocxx::String& name, const blocxx::String& value);
 
 private:
+    friend class HeaderStore;
+
     blocxx::COWReference<std::vector<Header>> m_headers;
 };
 

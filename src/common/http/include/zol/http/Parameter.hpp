@@ -2,6 +2,7 @@
 
 #include "blocxx/String.hpp"
 
+#include <cstddef>
 #include <utility>
 
 namespace ZOLNS2::HTTP
@@ -14,6 +15,12 @@ public:
     Parameter() = default;
     Parameter(blocxx::String parameterName, blocxx::String parameterValue)
         : name(std::move(parameterName)), value(std::move(parameterValue))
+    {
+    }
+
+    /// For texts that are no strings yet: each is copied once.
+    Parameter(const char* parameterName, std::size_t nameLength, const char* parameterValue, std::size_t valueLength)
+        : name(parameterName, nameLength), value(parameterValue, valueLength)
     {
     }
 

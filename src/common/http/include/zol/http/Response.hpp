@@ -96,7 +96,16 @@ public:
     std::uint64_t currentPart;           ///< index of the content that getNextPart returns next
 
 private:
-    bool m_readToItsEnd = false; // of a body that was read into memory
+    friend Response getResponse(HTTPConnection& conn);
+
+    struct WithoutType
+    {
+    };
+    explicit Response(WithoutType) : currentPart(0), m_hasDefaultType(false) {}
+    void setDefaultType();
+
+    bool m_hasDefaultType = true; // unless it has still to be set
+    bool m_readToItsEnd = false;  // of a body that was read into memory
     bool m_requestIsComplete = true;
 };
 

@@ -4,6 +4,8 @@
 #include "blocxx/Types.hpp"
 #include "zol/Export.hpp"
 
+#include <cstddef>
+
 namespace ZOLNS2::HTTP
 {
 
@@ -65,6 +67,11 @@ public:
     bool sameOrigin(const Url& other) const;
 
 private:
+    friend class PlainUrl;
+
+    Url(bool isSecure, const char* host, std::size_t hostLength, blocxx::UInt16 port, const char* target,
+        std::size_t targetLength);
+
     bool m_isSecure;
     blocxx::String m_host;
     blocxx::UInt16 m_port;

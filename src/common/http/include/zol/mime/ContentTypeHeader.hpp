@@ -46,6 +46,10 @@ public:
     blocxx::String getParameterValue(const blocxx::String& name) const;
 
 private:
+    friend class ContentTypeStore;
+
+    void parse(blocxx::String&& headerLine, const char* signature);
+
     blocxx::String m_headerText;
     blocxx::String m_type;
     blocxx::String m_subtype;

@@ -7,6 +7,7 @@
 #include "zol/mime/ContentTypeHeader.hpp"
 
 #include <cstddef>
+#include <optional>
 
 namespace ZOLNS2::MIME
 {
@@ -62,7 +63,15 @@ public:
     HTTP::HTTPTransferDecoderRef getTransferDecoder() const;
 
 private:
-    HTTP::HTTPTransferDecoderRef m_decoder;
+    friend class UnbufferedContentStore;
+
+    UnbufferedContent(const HTTP::HTTPConnection& connection, const ContentTypeHeader& contentType,
+                      unsigned long contentLength);
+
+    // One of the two, until somebody asks for the decoder that the connection's bytes go through unchanged.
+    std::optional<HTTP::HTTPConnection> m_connection;
+    bool m_failedBeforeBody = false; // the connection
+    mutable HTTP::HTTPTransferDecoderRef m_decoder;
     unsigned long m_contentLength;
     ContentTypeHeader m_contentType;
     mutable bool m_used;
