@@ -5,6 +5,7 @@
 #include "blocxx/LogAppender.hpp"
 #include "blocxx/internal/ForcedUnwind.hpp"
 #include "blocxx/internal/GetArea.hpp"
+#include "blocxx/internal/PutArea.hpp"
 #include "blocxx/internal/StreamFailure.hpp"
 #include "zol/http/HTTPException.hpp"
 #include "zol/http/MIMEContentIStream.hpp"
@@ -33,6 +34,7 @@ namespace
 {
 
 using blocxx::Internal::GetArea;
+using blocxx::Internal::PutArea;
 
 // A content that never ends must not hold the request for ever.
 constexpr size_t MOST_EMPTY_READS = 64;
@@ -94,10 +96,12 @@ bool copyInLargeBlocks(std::streambuf& to, MIMEContentIStreamBuf& body)
 {
     constexpr std::streamsize BLOCK_SIZE = 65536;
     const std::unique_ptr<char[]> block(new char[BLOCK_SIZE]);
+    // With the head in front the first block fills the put area; those behind it then go past that.
+    auto size = BLOCK_SIZE - static_cast<std::streamsize>(PutArea::held(to)) % BLOCK_SIZE;
     bool copiedAny = false;
-    while (!isAtEnd(body))
+    for (; !isAtEnd(body); size = BLOCK_SIZE)
     {
-        const std::streamsize count = EntityBodyAccess::readLarge(body, block.get(), BLOCK_SIZE);
+        const std::streamsize count = EntityBodyAccess::readLarge(body, block.get(), size);
         const std::streamsize taken = count > 0 ? to.sputn(block.get(), count) : 0;
         copiedAny = copiedAny || taken > 0;
         if (taken < count)

@@ -262,6 +262,10 @@ std::streamsize BaseStreamBuffer::xsputn(const char* from, std::streamsize count
         {
             break;
         }
+        if (pptr() == pbase() && rest >= m_size)
+        {
+            continue;
+        }
         const std::streamsize run = std::min<std::streamsize>(rest, epptr() - pptr());
         std::memcpy(pptr(), from + done, static_cast<std::size_t>(run));
         pbump(static_cast<int>(run));
