@@ -1,5 +1,6 @@
 // A loopback server that sends as fast as the kernel takes it, one connection after another, until its standard input
-// ends. It prints the port it listens on. What is asked for says what is sent:
+// ends. It prints the port it listens on. What is asked for says what is sent; the body of a request is received and
+// dropped first:
 //   /small              128 bytes under five header lines
 //   /headers/LINES      128 bytes under that many header lines
 //   /identity/SIZE      SIZE bytes
@@ -150,19 +151,42 @@ void respond(int connection, const std::string& target)
     }
 }
 
-void serve(int connection)
+/// Drops what is left of the body that a head announces.
+void receiveBody(int connection, const std::string& head, size_t headSize, std::vector<char>& buffer)
 {
-    std::string head;
-    char buffer[4096];
-    while (head.find("\r\n\r\n") == std::string::npos)
+    const std::string name = "Content-Length: ";
+    const size_t field = head.find(name);
+    if (field == std::string::npos)
     {
-        const ssize_t count = ::recv(connection, buffer, sizeof buffer, 0);
+        return;
+    }
+    size_t left = std::strtoull(head.c_str() + field + name.size(), nullptr, 10) - (head.size() - headSize);
+    while (left > 0)
+    {
+        const ssize_t count = ::recv(connection, buffer.data(), std::min(left, buffer.size()), 0);
         if (count <= 0)
         {
             return;
         }
-        head.append(buffer, static_cast<size_t>(count));
+        left -= static_cast<size_t>(count);
     }
+}
+
+void serve(int connection)
+{
+    std::string head;
+    std::vector<char> buffer(1U << 20);
+    size_t end = std::string::npos;
+    while ((end = head.find("\r\n\r\n")) == std::string::npos)
+    {
+        const ssize_t count = ::recv(connection, buffer.data(), 4096, 0);
+        if (count <= 0)
+        {
+            return;
+        }
+        head.append(buffer.data(), static_cast<size_t>(count));
+    }
+    receiveBody(connection, head, end + 4, buffer);
     const size_t start = head.find(' ') + 1;
     respond(connection, head.substr(start, head.find(' ', start) - start));
 }

@@ -1,15 +1,20 @@
 #include "zol/http/MIMEContentIStream.hpp"
 
+#include "content/OwnContents.hpp"
+
+#include "blocxx/LogAppender.hpp"
 #include "zol/mime/ContentEnd.hpp"
 #include "zol/mime/OctetStreamContent.hpp"
 
 #include <cerrno>
+#include <climits>
 
 namespace ZOLNS2::HTTP
 {
 
 MIMEContentIStreamBuf::MIMEContentIStreamBuf(const MIME::ContentRef& content)
-    : BaseStreamBuffer(E_IN, blocxx::HTTP_BUF_SIZE), m_content(content), m_state(m_content->createInitialStreamState())
+    : BaseStreamBuffer(E_IN, blocxx::HTTP_BUF_SIZE), m_content(content), m_state(m_content->createInitialStreamState()),
+      m_passesLargeReadsOn(MIME::isOwnContent(*m_content) && !MIME::isOwnFiles(*m_content))
 {
 }
 
@@ -27,6 +32,24 @@ int MIMEContentIStreamBuf::buffer_from_device(char* buffer, int count)
         m_emptyReads = 0;
     }
     return static_cast<int>(got);
+}
+
+std::streamsize MIMEContentIStreamBuf::xsgetn(char* to, std::streamsize count)
+{
+    if (m_passesLargeReadsOn && blocxx::LogAppender::nothingIsLogged())
+    {
+        return readLarge(to, count);
+    }
+    setLargestDirectRead(blocxx::HTTP_BUF_SIZE);
+    return BaseStreamBuffer::xsgetn(to, count);
+}
+
+/// The plain way asks the content for 4096 bytes at a time, which costs a sixteenth of an instruction a byte or more. The
+/// bytes and the end are the same, but that of a file: reads of another size meet it with or without a read of nothing.
+std::streamsize MIMEContentIStreamBuf::readLarge(char* to, std::streamsize count)
+{
+    setLargestDirectRead(INT_MAX);
+    return BaseStreamBuffer::xsgetn(to, count);
 }
 
 void MIMEContentIStreamBuf::noteReadOfNothing(bool endOfData)

@@ -7,13 +7,9 @@
 namespace ZOLNS2::MIME
 {
 
-StoredBytes::StoredBytes(const char* bytes, std::size_t count)
+StoredBytes::StoredBytes(const char* bytes, std::size_t count) : m_piece(new char[count]), m_end(count)
 {
-    m_blocks.reserve((count + BLOCK_SIZE - 1) / BLOCK_SIZE);
-    while (m_end < count)
-    {
-        appendBlock(bytes + m_end, std::min(count - m_end, BLOCK_SIZE));
-    }
+    std::copy_n(bytes, count, m_piece.get());
 }
 
 /// All blocks before it must be full.
@@ -25,16 +21,30 @@ void StoredBytes::appendBlock(const char* bytes, std::size_t count)
     m_end += count;
 }
 
+std::string_view StoredBytes::runAt(std::size_t index) const
+{
+    const std::size_t from = m_begin + index;
+    if (from >= m_end)
+    {
+        return {};
+    }
+    if (m_piece)
+    {
+        return {m_piece.get() + from, m_end - from};
+    }
+    const std::size_t offset = from % BLOCK_SIZE;
+    return {m_blocks[from / BLOCK_SIZE].get() + offset, std::min(BLOCK_SIZE - offset, m_end - from)};
+}
+
 void StoredBytes::copy(std::size_t index, std::size_t count, char* to) const
 {
-    for (std::size_t from = m_begin + index; count > 0;)
+    while (count > 0)
     {
-        const std::size_t offset = from % BLOCK_SIZE;
-        const std::size_t step = std::min(count, BLOCK_SIZE - offset);
-        std::memcpy(to, m_blocks[from / BLOCK_SIZE].get() + offset, step);
-        from += step;
-        to += step;
-        count -= step;
+        const std::string_view run = runAt(index).substr(0, count);
+        std::memcpy(to, run.data(), run.size());
+        index += run.size();
+        to += run.size();
+        count -= run.size();
     }
 }
 

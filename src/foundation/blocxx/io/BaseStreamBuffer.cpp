@@ -36,7 +36,7 @@ BaseStreamBuffer::BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize
 
 BaseStreamBuffer::BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize, ENegativeResult negativeResult)
     : m_direction(direction), m_negativeResult(negativeResult), m_inputState(E_INPUT_OPEN), m_inputError(0),
-      m_outputError(0), m_size(usableSize(bufSize)), m_putSize(0), m_reportTo(nullptr)
+      m_outputError(0), m_size(usableSize(bufSize)), m_largestDirectRead(m_size), m_putSize(0), m_reportTo(nullptr)
 {
 }
 
@@ -102,7 +102,7 @@ std::streamsize BaseStreamBuffer::xsgetn(char* to, std::streamsize count)
         setg(nullptr, nullptr, nullptr);
         while (got < count)
         {
-            const std::streamsize step = readFromDevice(to + got, std::min(count - got, m_size), got > 0);
+            const std::streamsize step = readFromDevice(to + got, std::min(count - got, m_largestDirectRead), got > 0);
             if (step == 0)
             {
                 break;
@@ -128,6 +128,11 @@ std::streamsize BaseStreamBuffer::takeBuffered(char* to, std::streamsize count)
     std::memcpy(to, gptr(), static_cast<std::size_t>(run));
     setg(eback(), gptr() + run, egptr());
     return run;
+}
+
+void BaseStreamBuffer::setLargestDirectRead(std::size_t size)
+{
+    m_largestDirectRead = usableSize(size);
 }
 
 char* BaseStreamBuffer::getBuffer()
@@ -261,6 +266,10 @@ std::streamsize BaseStreamBuffer::xsputn(const char* from, std::streamsize count
         if (!makePutRoom(rest))
         {
             break;
+        }
+        if (pptr() == pbase() && rest >= m_size)
+        {
+            continue;
         }
         const std::streamsize run = std::min<std::streamsize>(rest, epptr() - pptr());
         std::memcpy(pptr(), from + done, static_cast<std::size_t>(run));

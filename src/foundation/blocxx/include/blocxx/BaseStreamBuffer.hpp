@@ -152,6 +152,10 @@ protected:
     /// For `buffer_from_device`: what ends the input now is a failure, whatever the result says.
     void failInput(int error, const String& text);
 
+    /// Lets a read that goes past the buffer ask the device for up to `size` bytes at once, for a device whose callers
+    /// cannot see the difference. At first it is the buffer's size.
+    void setLargestDirectRead(std::size_t size);
+
     /// What the device can say beyond `errno` about the read or write that has just failed; empty by default.
     virtual String deviceErrorText() const;
 
@@ -180,6 +184,7 @@ private:
     int m_inputError;
     int m_outputError; // 0 as long as no write has failed
     const std::streamsize m_size;
+    std::streamsize m_largestDirectRead;
     std::streamsize m_putSize;
     std::ios* m_reportTo;
     std::unique_ptr<char[]> m_getBuffer;

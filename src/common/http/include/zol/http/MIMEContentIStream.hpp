@@ -9,7 +9,8 @@ namespace ZOLNS2::HTTP
 {
 
 /// A stream buffer that refills itself, 4096 bytes at a time, from a content. It reads through a stream state of its
-/// own, from the content's first byte.
+/// own, from the content's first byte. A larger read of a content in memory or of a received body goes to it whole, unless
+/// a log is listening, which shows the reads.
 ///
 /// What the content delivers before it throws or ends badly (MIME::ContentEnd) is read first. From then on the input
 /// has failed for good: inputState() says so, and a MIMEContentIStream is bad, also after clear().
@@ -33,11 +34,17 @@ protected:
     /// content that returns 0 may have more; the stream can be read on when its state has been cleared.
     int buffer_from_device(char* buffer, int count) override;
 
+    std::streamsize xsgetn(char* to, std::streamsize count) override;
+
 private:
+    friend class EntityBodyAccess;
+
+    std::streamsize readLarge(char* to, std::streamsize count);
     void noteReadOfNothing(bool endOfData);
 
     MIME::ContentRef m_content;
     MIME::ContentStreamStateRef m_state;
+    const bool m_passesLargeReadsOn;
     bool m_reachedEndOfData = false;
     size_t m_emptyReads = 0;
     size_t m_fileIndex = 0; // at the last empty read

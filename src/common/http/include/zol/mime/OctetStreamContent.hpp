@@ -61,6 +61,7 @@ public:
     bool endedBadly(const ContentStreamStateRef& state) const override;
 
 private:
+    friend class OwnBytes;
     friend class ReceivedOctetStream;
 
     explicit ApplicationOctetStreamContent(std::shared_ptr<const StoredBytes> bytes);

@@ -52,6 +52,8 @@ public:
     bool endedBadly(const ContentStreamStateRef& state) const override;
 
 private:
+    friend class OwnBytes;
+
     blocxx::String m_charset;
     blocxx::Array<unsigned char> m_data;
 };
