@@ -9,8 +9,8 @@
 namespace zol_faults
 {
 
-/// What a process told that did an operation for the first time of its life, with one allocation failing, and then again
-/// without.
+/// What a process told that did an operation for the first time of its life, with one allocation failing, and then again,
+/// made anew, without.
 struct FirstUse
 {
     AllocationCounts counts{}; ///< of the first time
