@@ -1,5 +1,7 @@
 #include "io/SpareBuffer.hpp"
 
+#include <pthread.h>
+
 #include <utility>
 
 namespace blocxx
@@ -21,25 +23,42 @@ struct Kept
     EKeeping keeping;
 };
 
-// Without a destructor: connections are also released while the thread's other objects are being destroyed.
+// Without a destructor: connections are also released while the thread's other objects are being destroyed, and the C
+// library ends the process when it has no memory to register one.
 thread_local Kept kept{nullptr, E_NOTHING_KEPT_YET};
 
-struct AtThreadEnd
+extern "C" void endKeeping(void* ofThread)
 {
-    ~AtThreadEnd()
+    Kept& its = *static_cast<Kept*>(ofThread);
+    its.keeping = E_THREAD_ENDS;
+    delete[] std::exchange(its.spare, nullptr);
+}
+
+/// Frees what a thread keeps when that ends, and what the thread that ends the process keeps.
+class ThreadEnds
+{
+public:
+    ThreadEnds() noexcept : m_isMade(::pthread_key_create(&m_key, endKeeping) == 0) {}
+    ~ThreadEnds()
     {
-        kept.keeping = E_THREAD_ENDS;
-        delete[] std::exchange(kept.spare, nullptr);
+        endKeeping(&kept);
+        if (m_isMade)
+        {
+            ::pthread_key_delete(m_key);
+        }
     }
+    ThreadEnds(const ThreadEnds&) = delete;
+    ThreadEnds& operator=(const ThreadEnds&) = delete;
+
+    /// @return false if there is no memory for that
+    bool watch(Kept& ofThread) const { return m_isMade && ::pthread_setspecific(m_key, &ofThread) == 0; }
+
+private:
+    pthread_key_t m_key{};
+    const bool m_isMade;
 };
 
-// Apart, so that the destructor is registered by the first buffer that is kept and looked at by no other.
-__attribute__((noinline)) void freeAtThreadEnd()
-{
-    thread_local const AtThreadEnd atThreadEnd;
-    static_cast<void>(atThreadEnd);
-    kept.keeping = E_KEEPING;
-}
+const ThreadEnds threadEnds;
 
 } // namespace
 
@@ -68,7 +87,11 @@ void SpareBuffer::release(std::unique_ptr<char[]> buffer, std::size_t size) noex
     }
     if (mine.keeping == E_NOTHING_KEPT_YET)
     {
-        freeAtThreadEnd();
+        if (!threadEnds.watch(mine))
+        {
+            return;
+        }
+        mine.keeping = E_KEEPING;
     }
     mine.spare = buffer.release();
 }
