@@ -29,18 +29,29 @@ T load(const char* bytes)
     return value;
 }
 
+/// A number as its bytes lie in memory, from one whose first byte weighs most, or the other way round.
+constexpr Word swapped(Word word)
+{
+    return __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? __builtin_bswap64(word) : word;
+}
+
+constexpr Word swapped(std::uint32_t word)
+{
+    return __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? __builtin_bswap32(word) : word;
+}
+
 /// Up to eight bytes as a number that compares as they do: the first one weighs most.
 Word wordOf(const char* bytes, std::size_t count)
 {
     if (count >= sizeof(Word))
     {
-        return __builtin_bswap64(load<Word>(bytes));
+        return swapped(load<Word>(bytes));
     }
     if (count >= 4)
     {
         // Two loads that overlap.
-        const Word first = __builtin_bswap32(load<std::uint32_t>(bytes));
-        const Word last = __builtin_bswap32(load<std::uint32_t>(bytes + count - 4));
+        const Word first = swapped(load<std::uint32_t>(bytes));
+        const Word last = swapped(load<std::uint32_t>(bytes + count - 4));
         return first << 32 | last << 8 * (sizeof(Word) - count);
     }
     if (count == 0)
@@ -116,7 +127,7 @@ public:
         }
         // Eight letters at a time, the last ones with a load that overlaps.
         const std::size_t last = m_size < sizeof(Word) ? 0 : m_size - sizeof(Word);
-        const Word first = __builtin_bswap64(sorted.key);
+        const Word first = swapped(sorted.key);
         std::memcpy(m_begin, &first, sizeof first);
         for (std::size_t at = 0; at != last;)
         {
