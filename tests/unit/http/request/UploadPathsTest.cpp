@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <initializer_list>
 #include <ios>
 #include <random>
 #include <sstream>
@@ -143,7 +144,7 @@ protected:
             received(40000),
             received(16384),
         };
-        for (const std::size_t size : {0, 1, 4095, 4096, 4097, 65536, 65537, 200000})
+        for (const std::size_t size : std::initializer_list<std::size_t>{0, 1, 4095, 4096, 4097, 65536, 65537, 200000})
         {
             const std::string text = bytes(size);
             all.push_back(ContentRef(new MIME::ApplicationOctetStreamContent(text.data(), text.size())));
@@ -185,7 +186,7 @@ TEST_F(UploadPaths, ReadTheSameWhateverTheSizeOfTheReads)
 {
     for (const ContentRef& content : contents())
     {
-        for (const std::size_t blockSize : {1000, 4096, 5000, 65536, 1000000})
+        for (const std::size_t blockSize : std::initializer_list<std::size_t>{1000, 4096, 5000, 65536, 1000000})
         {
             SCOPED_TRACE(blockSize);
             const std::vector<Outcome> fast = readInBlocks(content, blockSize);
