@@ -37,16 +37,21 @@ HTTPConnectionImpl& HTTPConnectionImpl::of(HTTPConnection& connection)
 
 std::iostream& HTTPConnectionImpl::makeStream()
 {
-    const std::ios_base::iostate bits = state();
-    m_stream.emplace(&m_streamBuffer);
-    m_stream->clear(bits);
-    m_streamBuffer.reportErrorsTo(&*m_stream);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_stream)
+    {
+        const std::ios_base::iostate bits = state();
+        m_stream.emplace(&m_streamBuffer);
+        m_stream->clear(bits);
+        m_streamBuffer.reportErrorsTo(&*m_stream);
+        m_made.store(&*m_stream, std::memory_order_release);
+    }
     return *m_stream;
 }
 
 std::ios_base::iostate HTTPConnectionImpl::state() const
 {
-    if (m_stream)
+    if (hasStream())
     {
         return m_stream->rdstate();
     }
@@ -56,7 +61,7 @@ std::ios_base::iostate HTTPConnectionImpl::state() const
 
 void HTTPConnectionImpl::setstate(std::ios_base::iostate bits)
 {
-    if (m_stream)
+    if (hasStream())
     {
         m_stream->setstate(bits);
         return;
@@ -67,7 +72,7 @@ void HTTPConnectionImpl::setstate(std::ios_base::iostate bits)
 std::size_t HTTPConnectionImpl::read(char* to, std::size_t count)
 {
     const auto wanted = static_cast<std::streamsize>(count);
-    if (m_stream)
+    if (hasStream())
     {
         return static_cast<std::size_t>(m_stream->read(to, wanted).gcount());
     }

@@ -4,9 +4,11 @@
 #include "blocxx/Socket.hpp"
 #include "zol/http/HTTPConnection.hpp"
 
+#include <atomic>
 #include <cstddef>
 #include <ios>
 #include <istream>
+#include <mutex>
 #include <optional>
 
 namespace ZOLNS2::HTTP
@@ -28,8 +30,13 @@ public:
     /// @throws blocxx::NULLReferenceException for a handle without a connection
     static HTTPConnectionImpl& of(HTTPConnection& connection);
 
-    std::iostream& stream() { return m_stream ? *m_stream : makeStream(); }
-    bool hasStream() const { return m_stream.has_value(); }
+    /// Handles of one connection may be asked for it on several threads at once.
+    std::iostream& stream()
+    {
+        std::iostream* const made = m_made.load(std::memory_order_acquire);
+        return made != nullptr ? *made : makeStream();
+    }
+    bool hasStream() const { return m_made.load(std::memory_order_acquire) != nullptr; }
     blocxx::IOIFCStreamBuffer& buffer() { return m_streamBuffer; }
 
     /// @name As those of the stream, without making it
@@ -47,7 +54,9 @@ private:
     blocxx::Socket m_socket;
     blocxx::IOIFCStreamBuffer m_streamBuffer;
     std::ios_base::iostate m_state = std::ios_base::goodbit; // while there is no stream
+    std::mutex m_mutex;                                      // of the making
     std::optional<std::iostream> m_stream;
+    std::atomic<std::iostream*> m_made{nullptr};
 };
 
 } // namespace ZOLNS2::HTTP
