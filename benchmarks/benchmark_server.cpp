@@ -2,6 +2,7 @@
 // ends. It prints the port it listens on. What is asked for says what is sent; the body of a request is received and
 // dropped first:
 //   /small              128 bytes under five header lines
+//   /kept               the same, and the connection stays open for the next request
 //   /headers/LINES      128 bytes under that many header lines
 //   /identity/SIZE      SIZE bytes
 //   /chunked/CHUNK/SIZE SIZE bytes in chunks of CHUNK bytes
@@ -76,10 +77,11 @@ std::vector<size_t> numbersOf(const std::string& target)
     return numbers;
 }
 
-void sendSmall(int connection, size_t headerLines)
+void sendSmall(int connection, size_t headerLines, const std::string& persistence = "close")
 {
     std::string head = "HTTP/1.1 200 OK\r\nContent-Type: text/plain; charset=UTF-8\r\nContent-Length: 128\r\n"
-                       "Connection: close\r\nServer: benchmark\r\nDate: Sat, 01 Jan 2022 00:00:00 GMT\r\n";
+                       "Connection: " +
+                       persistence + "\r\nServer: benchmark\r\nDate: Sat, 01 Jan 2022 00:00:00 GMT\r\n";
     for (size_t line = 5; line < headerLines; ++line)
     {
         head += "X-Line-" + std::to_string(line) + ": the value of the line\r\n";
@@ -129,6 +131,10 @@ void respond(int connection, const std::string& target)
     {
         sendSmall(connection, 5);
     }
+    else if (target == "/kept")
+    {
+        sendSmall(connection, 5, "keep-alive");
+    }
     else if (target.rfind("/headers/", 0) == 0)
     {
         sendSmall(connection, numbers.at(0));
@@ -172,7 +178,8 @@ void receiveBody(int connection, const std::string& head, size_t headSize, std::
     }
 }
 
-void serve(int connection)
+/// @return whether the connection stays open for another request
+bool serve(int connection)
 {
     std::string head;
     std::vector<char> buffer(1U << 20);
@@ -182,13 +189,15 @@ void serve(int connection)
         const ssize_t count = ::recv(connection, buffer.data(), 4096, 0);
         if (count <= 0)
         {
-            return;
+            return false;
         }
         head.append(buffer.data(), static_cast<size_t>(count));
     }
     receiveBody(connection, head, end + 4, buffer);
     const size_t start = head.find(' ') + 1;
-    respond(connection, head.substr(start, head.find(' ', start) - start));
+    const std::string target = head.substr(start, head.find(' ', start) - start);
+    respond(connection, target);
+    return target == "/kept";
 }
 
 } // namespace
@@ -219,7 +228,9 @@ int main()
         const int connection = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
         if (connection >= 0)
         {
-            serve(connection);
+            while (serve(connection))
+            {
+            }
             ::close(connection);
         }
     }
