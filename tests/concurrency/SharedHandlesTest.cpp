@@ -5,6 +5,7 @@
 #include "Trust.hpp"
 #include "support/ConnectTo.hpp"
 #include "support/ScriptedServer.hpp"
+#include "support/TextOf.hpp"
 
 #include "blocxx/Array.hpp"
 #include "blocxx/Cancellation.hpp"
@@ -31,6 +32,7 @@ namespace
 
 using concurrency_test::inAllThreads;
 using testing::IsEmpty;
+using zol_test::textOf;
 using namespace ZOLNS2;
 
 constexpr int THREADS = 16;
@@ -70,12 +72,6 @@ template <class T, class Pod, class Factory>
 const T& made(const blocxx::LazyGlobal<T, Pod, Factory>& global)
 {
     return global;
-}
-
-std::string textOf(const MIME::ContentRef& content)
-{
-    const blocxx::Array<char> bytes = getContentData(content, 100);
-    return std::string(bytes.begin(), bytes.end());
 }
 
 } // namespace

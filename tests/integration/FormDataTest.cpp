@@ -1,7 +1,7 @@
 #include "support/ChildProcess.hpp"
-#include "support/ContentText.hpp"
 #include "support/ScriptedContent.hpp"
 #include "support/TemporaryDirectory.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/mime/MultipartContent.hpp"
 #include "zol/mime/TypedContent.hpp"

@@ -1,5 +1,5 @@
 #include "support/ChildProcess.hpp"
-#include "support/ContentText.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/http/Response.hpp"
 #include "zol/mime/MultipartMixedContent.hpp"

@@ -1,20 +1,20 @@
 #pragma once
 
+#include "support/StreamState.hpp"
+#include "support/TextOf.hpp"
+
 #include "blocxx/Array.hpp"
 #include "blocxx/String.hpp"
 #include "openwbem/OW_HTTPUtils.hpp"
 #include "zol/http/Headers.hpp"
 
-#include <ios>
 #include <string>
 
 namespace parsing_test
 {
 
-inline std::string textOf(const blocxx::String& text)
-{
-    return std::string(text.c_str(), text.length());
-}
+using zol_test::stateOf;
+using zol_test::textOf;
 
 /// "HTTP/1.1|200"
 inline std::string shown(const blocxx::Array<blocxx::String>& words)
@@ -47,14 +47,6 @@ inline std::string shown(const ZOLNS2::HTTP::Headers& headers)
         text += (text.empty() ? "" : "&") + textOf(header.name) + "=" + textOf(header.value);
     }
     return text;
-}
-
-/// "good", or those of E (eofbit), F (failbit) and B (badbit) that are set.
-inline std::string stateOf(const std::ios& stream)
-{
-    const std::string bits = std::string(stream.eof() ? "E" : "") +
-                             ((stream.rdstate() & std::ios_base::failbit) != 0 ? "F" : "") + (stream.bad() ? "B" : "");
-    return bits.empty() ? "good" : bits;
 }
 
 } // namespace parsing_test

@@ -3,9 +3,9 @@
 #include "Getting.hpp"
 #include "Trust.hpp"
 #include "support/Allocations.hpp"
-#include "support/ContentText.hpp"
 #include "support/NginxServer.hpp"
 #include "support/Process.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/http/HTTPClient.hpp"
 #include "zol/http/Response.hpp"

@@ -62,15 +62,9 @@ private:
 #define ZOL_LOG(log, LEVEL, message)                                                                                   \
     do                                                                                                                 \
     {                                                                                                                  \
-        if ((log).admits(::blocxx::E_##LEVEL##_LEVEL))                                                                 \
+        if ((log).admits(::blocxx::E_##LEVEL##_LEVEL)) /* before anything else: most programs log nothing */           \
         {                                                                                                              \
             const ::blocxx::ErrnoKeeper errnoKeeper;                                                                   \
-            try                                                                                                        \
-            {                                                                                                          \
-                (log).write(::blocxx::Logger::STR_##LEVEL##_CATEGORY, (message), __LINE__);                            \
-            }                                                                                                          \
-            catch (const ::std::bad_alloc&) /* logging fails nobody */                                                 \
-            {                                                                                                          \
-            }                                                                                                          \
+            BLOCXX_LOG_UNFAILING((log).write(::blocxx::Logger::STR_##LEVEL##_CATEGORY, (message), __LINE__))           \
         }                                                                                                              \
     } while (false)

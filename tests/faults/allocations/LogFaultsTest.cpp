@@ -1,6 +1,7 @@
 #include "allocations/FailingAllocations.hpp"
 #include "common/Operations.hpp"
 #include "common/Watchdog.hpp"
+#include "support/LogCapture.hpp"
 #include "support/TemporaryDirectory.hpp"
 
 #include "blocxx/FileAppender.hpp"
@@ -40,25 +41,6 @@ private:
 
     const zol_test::TemporaryDirectory m_folder;
     const blocxx::LogAppenderRef m_former;
-};
-
-/// While it lives, a log listens that shows none of what is said: what steps aside for a log does so.
-class QuietLog
-{
-public:
-    QuietLog() : m_scope(blocxx::LogAppenderRef(new Appender)) {}
-
-private:
-    class Appender : public LogAppender
-    {
-    public:
-        Appender() : LogAppender(ALL_COMPONENTS, getCategoriesForLevel(blocxx::E_FATAL_ERROR_LEVEL), "%m") {}
-
-    private:
-        void doProcessLogMessage(const blocxx::String&, const blocxx::LogMessage&) const override {}
-    };
-
-    const blocxx::LogAppenderScope m_scope;
 };
 
 std::optional<std::string> logAll()
@@ -126,7 +108,8 @@ TEST_P(LoggedFetchFaults, ALogMakesNoFetchFail)
     std::size_t points = 0;
     std::size_t failures = 0;
     {
-        const QuietLog quiet;
+        // A log that listens and shows none of what is said: what steps aside for a log does so.
+        const zol_test::LogCapture quiet(blocxx::E_FATAL_ERROR_LEVEL);
         points = pointsOf(operation);
         failures = failuresOf(operation, points, watchdog);
     }

@@ -3,6 +3,7 @@
 #include "support/Certificates.hpp"
 #include "support/ExchangeFailures.hpp"
 #include "support/NginxServer.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/http/Exchange.hpp"
 #include "zol/http/RequestBuilder.hpp"
@@ -17,6 +18,7 @@ namespace exchange_integration
 
 using zol_test::expectFailure;
 using zol_test::failureOf;
+using zol_test::textOf;
 using ZOLNS2::HTTP::exchange;
 using ZOLNS2::HTTP::ExchangeException;
 using ZOLNS2::HTTP::ExchangeOptions;
@@ -25,11 +27,6 @@ using ZOLNS2::HTTP::Request;
 using ZOLNS2::HTTP::RequestBuilder;
 using ZOLNS2::HTTP::Url;
 using ZOLNS2::MIME::ContentRef;
-
-inline std::string textOf(const blocxx::String& text)
-{
-    return std::string(text.c_str(), text.length());
-}
 
 /// "http://127.0.0.1:<port><target>"
 std::string plainUrl(std::uint16_t port, const std::string& target = "/", const std::string& host = "127.0.0.1");

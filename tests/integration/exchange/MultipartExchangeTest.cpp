@@ -1,6 +1,6 @@
 #include "Getting.hpp"
 #include "StandaloneServers.hpp"
-#include "support/ContentText.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/http/MIMEContentIStream.hpp"
 #include "zol/mime/MultipartReader.hpp"

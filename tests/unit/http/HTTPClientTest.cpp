@@ -1,11 +1,11 @@
 #include "zol/http/HTTPClient.hpp"
 
-#include "support/ContentText.hpp"
 #include "support/Descriptor.hpp"
 #include "support/LogLines.hpp"
 #include "support/ScriptedContent.hpp"
 #include "support/ScriptedServer.hpp"
 #include "support/TemporaryDirectory.hpp"
+#include "support/TextOf.hpp"
 
 #include "blocxx/LogMessage.hpp"
 #include "blocxx/Socket.hpp"

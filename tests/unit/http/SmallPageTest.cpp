@@ -2,6 +2,7 @@
 #include "support/Allocations.hpp"
 #include "support/LogCapture.hpp"
 #include "support/ScriptedServer.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/http/Exchange.hpp"
 #include "zol/http/HTTPClient.hpp"
@@ -30,13 +31,9 @@ using zol_test::LogRecord;
 using zol_test::RandomHeads;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
+using zol_test::textOf;
 using namespace ZOLNS2;
 using namespace ZOLNS2::HTTP;
-
-std::string textOf(const String& text)
-{
-    return {text.c_str(), text.length()};
-}
 
 Request requestFor(const ScriptedServer& server, const Headers& headers = Headers())
 {

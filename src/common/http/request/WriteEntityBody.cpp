@@ -97,7 +97,7 @@ bool copyInLargeBlocks(std::streambuf& to, MIMEContentIStreamBuf& body)
     constexpr std::streamsize BLOCK_SIZE = 65536;
     const std::unique_ptr<char[]> block(new char[BLOCK_SIZE]);
     // With the head in front the first block fills the put area; those behind it then go past that.
-    auto size = BLOCK_SIZE - static_cast<std::streamsize>(PutArea::held(to)) % BLOCK_SIZE;
+    auto size = BLOCK_SIZE - static_cast<std::streamsize>(PutArea::size(to)) % BLOCK_SIZE;
     bool copiedAny = false;
     for (; !isAtEnd(body); size = BLOCK_SIZE)
     {

@@ -6,8 +6,6 @@
 #include "zol/text/TormudaTextOperations.hpp"
 #include "zol/text/untokenize.hpp"
 
-#include <new>
-
 namespace ZOLNS2::HTTP::HTTPResponseUnit
 {
 
@@ -67,13 +65,8 @@ void storeStatusLine(const Words& words, StatusLine& statusLine)
 
 void logFields(OperationLog& log, const OpenWBEM::HTTPHeaderMap& headerMap)
 {
-    try
-    {
-        dump_to_log(headerMap.begin(), headerMap.end(), log.logger(), "header: ", true, log.signature());
-    }
-    catch (const std::bad_alloc&) // NOLINT(bugprone-empty-catch): records without memory are dropped
-    {
-    }
+    BLOCXX_LOG_UNFAILING(
+        dump_to_log(headerMap.begin(), headerMap.end(), log.logger(), "header: ", true, log.signature()))
 }
 
 void logHead(OperationLog& log, const Words& words, const OpenWBEM::HTTPHeaderMap& headerMap)
@@ -85,13 +78,7 @@ void logHead(OperationLog& log, const Words& words, const OpenWBEM::HTTPHeaderMa
     ZOL_LOG(log, DEBUG3, "Obtained HTTP headers:");
     logFields(log, headerMap);
     ZOL_LOG(log, DEBUG3, "Converting header format from response:");
-    try
-    {
-        dump_to_log(words, log.logger(), "Response status line: ", true, log.signature());
-    }
-    catch (const std::bad_alloc&) // NOLINT(bugprone-empty-catch): as above
-    {
-    }
+    BLOCXX_LOG_UNFAILING(dump_to_log(words, log.logger(), "Response status line: ", true, log.signature()))
     ZOL_LOG(log, DEBUG3, "End response lines");
 }
 

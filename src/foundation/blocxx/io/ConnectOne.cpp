@@ -9,11 +9,22 @@
 namespace blocxx
 {
 
+namespace
+{
+
+OneConnect unconnected(ConnectAttempts::EOutcome outcome, int error = 0)
+{
+    return {outcome, error, FileDescriptor()};
+}
+
+} // namespace
+
 OneConnect connectToOne(const SocketAddress& address, const Deadline& deadline, OperationBounds* bounds)
 {
-    if (bounds != nullptr && bounds->reached() != 0)
+    const auto boundReached = [bounds] { return bounds != nullptr && bounds->reached() != 0; };
+    if (boundReached())
     {
-        return {ConnectAttempts::E_BOUND_REACHED, 0, FileDescriptor()};
+        return unconnected(ConnectAttempts::E_BOUND_REACHED);
     }
     int error = 0;
     FileDescriptor socket = beginConnect(address, error);
@@ -23,15 +34,15 @@ OneConnect connectToOne(const SocketAddress& address, const Deadline& deadline, 
         if (!waitUntilReady(socket.get(), POLLOUT, deadline, bounds, &events))
         {
             const int reason = errno;
-            if (bounds != nullptr && bounds->reached() != 0)
+            if (boundReached())
             {
-                return {ConnectAttempts::E_BOUND_REACHED, 0, FileDescriptor()};
+                return unconnected(ConnectAttempts::E_BOUND_REACHED);
             }
             if (reason == ETIMEDOUT)
             {
-                return {ConnectAttempts::E_TIMED_OUT, 0, FileDescriptor()};
+                return unconnected(ConnectAttempts::E_TIMED_OUT);
             }
-            return {ConnectAttempts::E_FAILED, reason, FileDescriptor()};
+            return unconnected(ConnectAttempts::E_FAILED, reason);
         }
         // A failed connect shows as an error and a hang-up as well.
         error = events == POLLOUT ? 0 : connectOutcome(socket.get());
@@ -42,11 +53,11 @@ OneConnect connectToOne(const SocketAddress& address, const Deadline& deadline, 
     }
     if (error != 0)
     {
-        return {ConnectAttempts::E_FAILED, error, FileDescriptor()};
+        return unconnected(ConnectAttempts::E_FAILED, error);
     }
-    if (bounds != nullptr && bounds->reached() != 0)
+    if (boundReached())
     {
-        return {ConnectAttempts::E_BOUND_REACHED, 0, FileDescriptor()};
+        return unconnected(ConnectAttempts::E_BOUND_REACHED);
     }
     return {ConnectAttempts::E_CONNECTED, 0, std::move(socket)};
 }

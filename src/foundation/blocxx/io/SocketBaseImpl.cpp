@@ -1,6 +1,5 @@
 #include "io/SocketBaseImpl.hpp"
 
-#include "io/ConnectAttempts.hpp"
 #include "io/ConnectOne.hpp"
 #include "io/SocketNames.hpp"
 #include "io/TimeoutText.hpp"
@@ -60,6 +59,11 @@ private:
     BLOCXX_THROW_ERR(SocketException, message.c_str(), ETIMEDOUT);
 }
 
+[[noreturn]] void throwConnectFailed(const String& tried, int error)
+{
+    BLOCXX_THROW_ERR(SocketException, Format("Failed to connect to: %1", tried).c_str(), error);
+}
+
 } // namespace
 
 SocketBaseImpl::SocketBaseImpl() : receiveTimeout(DefaultTimeout::instance().get()), sendTimeout(receiveTimeout) {}
@@ -110,19 +114,11 @@ String SocketBaseImpl::connectToAny(const SocketAddress& address, const Deadline
     ConnectAttempts attempts(address, setBounds());
     const ConnectAttempts::EOutcome outcome = attempts.run(deadline);
     const String unsuccessful = attempts.describeTheUnsuccessful();
-    if (outcome == ConnectAttempts::E_TIMED_OUT)
-    {
-        throwTimedOut("connect", unsuccessful, connectTimeout);
-    }
-    if (outcome == ConnectAttempts::E_BOUND_REACHED)
-    {
-        throwBoundReached("connect", unsuccessful);
-    }
     if (outcome == ConnectAttempts::E_FAILED)
     {
-        const Format message("Failed to connect to: %1", unsuccessful);
-        BLOCXX_THROW_ERR(SocketException, message.c_str(), attempts.tellingError());
+        throwConnectFailed(unsuccessful, attempts.tellingError());
     }
+    requireEnded(outcome, unsuccessful);
     start(attempts.takeSocket(), attempts.connectedAddress());
     return unsuccessful;
 }
@@ -137,16 +133,21 @@ void SocketBaseImpl::connectToOnly(const SocketAddress& address, const Deadline&
         return;
     }
     const String tried = address.toString();
-    if (result.outcome == ConnectAttempts::E_TIMED_OUT)
+    requireEnded(result.outcome, tried);
+    throwConnectFailed(ExceptionDetail::FormatMsg(tried.c_str(), result.error).get(), result.error);
+}
+
+// Throws where a connect was given up before it came to an end of its own.
+void SocketBaseImpl::requireEnded(ConnectAttempts::EOutcome outcome, const String& tried)
+{
+    if (outcome == ConnectAttempts::E_TIMED_OUT)
     {
         throwTimedOut("connect", tried, connectTimeout);
     }
-    if (result.outcome == ConnectAttempts::E_BOUND_REACHED)
+    if (outcome == ConnectAttempts::E_BOUND_REACHED)
     {
         throwBoundReached("connect", tried);
     }
-    const Format message("Failed to connect to: %1", ExceptionDetail::FormatMsg(tried.c_str(), result.error).get());
-    BLOCXX_THROW_ERR(SocketException, message.c_str(), result.error);
 }
 
 OperationBounds& SocketBaseImpl::bounds()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/FileDescriptor.hpp"
+#include "io/ConnectAttempts.hpp"
 #include "io/Deadline.hpp"
 #include "io/OperationBounds.hpp"
 #include "io/SocketStreams.hpp"
@@ -112,6 +113,7 @@ private:
     [[noreturn]] void throwBoundReached(const char* phase, const String& addresses);
     String connectToAny(const SocketAddress& address, const Deadline& deadline);
     void connectToOnly(const SocketAddress& address, const Deadline& deadline);
+    void requireEnded(ConnectAttempts::EOutcome outcome, const String& tried);
     void start(FileDescriptor&& socket, const SocketAddress& peer);
     void forgetErrorText()
     {

@@ -1,7 +1,7 @@
 #include "Getting.hpp"
 #include "support/Allocations.hpp"
-#include "support/ContentText.hpp"
 #include "support/ScriptedServer.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/mime/MultipartReader.hpp"
 

@@ -1,7 +1,7 @@
 #include "ReadOnce.hpp"
-#include "support/ContentText.hpp"
 #include "support/ScriptedContent.hpp"
 #include "support/TemporaryDirectory.hpp"
+#include "support/TextOf.hpp"
 
 #include "blocxx/NULLReferenceException.hpp"
 #include "zol/mime/ContentException.hpp"

@@ -1,8 +1,8 @@
 #include "zol/mime/OctetStreamContent.hpp"
 
 #include "ReadOnce.hpp"
-#include "support/ContentText.hpp"
 #include "support/ScriptedContent.hpp"
+#include "support/TextOf.hpp"
 
 #include "blocxx/NULLReferenceException.hpp"
 #include "zol/mime/TextContent.hpp"

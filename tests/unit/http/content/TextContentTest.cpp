@@ -1,8 +1,8 @@
 #include "zol/mime/TextContent.hpp"
 
-#include "support/ContentText.hpp"
 #include "support/LogCapture.hpp"
 #include "support/ScriptedContent.hpp"
+#include "support/TextOf.hpp"
 
 #include "blocxx/NULLReferenceException.hpp"
 #include "zol/mime/OctetStreamContent.hpp"

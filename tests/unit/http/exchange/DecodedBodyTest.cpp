@@ -1,8 +1,8 @@
 #include "exchange/DecodedBody.hpp"
 
 #include "ExchangeWith.hpp"
-#include "support/ContentText.hpp"
 #include "support/ScriptedContent.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/mime/ContentException.hpp"
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "support/ContentText.hpp"
 #include "support/ExchangeFailures.hpp"
 #include "support/ScriptedServer.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/http/Exchange.hpp"
 #include "zol/http/ExchangeException.hpp"
@@ -16,6 +16,7 @@ namespace exchange_test
 
 using zol_test::expectFailure;
 using zol_test::failureOf;
+using zol_test::textOf;
 using ZOLNS2::HTTP::exchange;
 using ZOLNS2::HTTP::ExchangeException;
 using ZOLNS2::HTTP::ExchangeOptions;
@@ -76,12 +77,7 @@ inline ExchangeResponse responseTo(const std::string& bytes, const ExchangeOptio
 /// The bytes of a body, however it ends.
 inline std::string bodyOf(const ExchangeResponse& response)
 {
-    return zol_test::textOf(response.getContent());
-}
-
-inline std::string textOf(const blocxx::String& text)
-{
-    return std::string(text.c_str(), text.length());
+    return textOf(response.getContent());
 }
 
 } // namespace exchange_test

@@ -1,8 +1,8 @@
 #include "zol/mime/MultipartReader.hpp"
 
 #include "support/Allocations.hpp"
-#include "support/ContentText.hpp"
 #include "support/ScriptedContent.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/http/ExchangeException.hpp"
 #include "zol/http/MIMEContentIStream.hpp"

@@ -1,8 +1,8 @@
 #include "zol/http/RequestBuilder.hpp"
 
 #include "ReadContent.hpp"
-#include "support/ContentText.hpp"
 #include "support/ScriptedContent.hpp"
+#include "support/TextOf.hpp"
 
 #include "blocxx/SSLCtxMgr.hpp"
 #include "zol/http/ChunkedContent.hpp"

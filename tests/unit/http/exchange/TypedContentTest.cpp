@@ -1,8 +1,8 @@
 #include "zol/mime/TypedContent.hpp"
 
 #include "ReadContent.hpp"
-#include "support/ContentText.hpp"
 #include "support/ScriptedContent.hpp"
+#include "support/TextOf.hpp"
 
 #include "blocxx/NULLReferenceException.hpp"
 #include "zol/mime/ContentBIO.hpp"

@@ -1,9 +1,9 @@
 // A content of the library's own goes out in other ways while no log listens; the outcome has to be the same.
 
 #include "request/WriteEntityBody.hpp"
+#include "support/LogCapture.hpp"
 #include "support/TemporaryDirectory.hpp"
 
-#include "blocxx/LogAppender.hpp"
 #include "zol/http/MIMEContentIStream.hpp"
 #include "zol/http/Response.hpp"
 #include "zol/mime/OctetStreamContent.hpp"
@@ -23,28 +23,10 @@
 
 using namespace ZOLNS2;
 using MIME::ContentRef;
+using zol_test::LogCapture;
 
 namespace
 {
-
-/// Hears everything while it lives, so that every way is the plain one.
-class ListeningLog
-{
-public:
-    ListeningLog() : m_scope(blocxx::LogAppenderRef(new Appender)) {}
-
-private:
-    class Appender : public blocxx::LogAppender
-    {
-    public:
-        Appender() : LogAppender(ALL_COMPONENTS, ALL_CATEGORIES, "%m") {}
-
-    private:
-        void doProcessLogMessage(const blocxx::String&, const blocxx::LogMessage&) const override {}
-    };
-
-    const blocxx::LogAppenderScope m_scope;
-};
 
 /// Takes so many bytes, and then no more, or throws.
 class LimitedBuffer : public std::streambuf
@@ -173,7 +155,7 @@ TEST_F(UploadPaths, WriteTheSameWhateverTheOutputTakes)
             {
                 SCOPED_TRACE(std::to_string(room) + (throws ? " bytes, then throws" : " bytes"));
                 const Outcome fast = written(content, room, throws);
-                const ListeningLog log;
+                const LogCapture log; // of everything: so that every way is the plain one
                 const Outcome plain = written(content, room, throws);
                 EXPECT_EQ(fast.bits, plain.bits);
                 EXPECT_TRUE(fast == plain) << fast.bytes.size() << " bytes instead of " << plain.bytes.size();
@@ -190,7 +172,7 @@ TEST_F(UploadPaths, ReadTheSameWhateverTheSizeOfTheReads)
         {
             SCOPED_TRACE(blockSize);
             const std::vector<Outcome> fast = readInBlocks(content, blockSize);
-            const ListeningLog log;
+            const LogCapture log;
             EXPECT_TRUE(readInBlocks(content, blockSize) == fast);
         }
     }

@@ -1,7 +1,7 @@
 #include "response/CreateContent.hpp"
 
-#include "support/ContentText.hpp"
 #include "support/LogLines.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/mime/OctetStreamContent.hpp"
 #include "zol/mime/TextContent.hpp"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/ContentText.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/http/Response.hpp"
 #include "zol/mime/OctetStreamContent.hpp"

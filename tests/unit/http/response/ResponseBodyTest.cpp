@@ -1,7 +1,7 @@
 #include "support/ConnectTo.hpp"
-#include "support/ContentText.hpp"
 #include "support/LogLines.hpp"
 #include "support/ScriptedServer.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/http/HTTPException.hpp"
 #include "zol/http/Response.hpp"

@@ -1,7 +1,7 @@
 #include "zol/http/Response.hpp"
 
-#include "support/ContentText.hpp"
 #include "support/LogLines.hpp"
+#include "support/TextOf.hpp"
 
 #include "blocxx/LogAppender.hpp"
 #include "blocxx/LogMessage.hpp"

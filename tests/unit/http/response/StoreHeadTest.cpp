@@ -1,6 +1,7 @@
 #include "response/StoreHead.hpp"
 
 #include "RandomHeads.hpp"
+#include "support/TextOf.hpp"
 
 #include "zol/http/HTTPException.hpp"
 
@@ -17,15 +18,11 @@
 namespace
 {
 
+using zol_test::textOf;
 using ZOLNS2::HTTP::Header;
 using ZOLNS2::HTTP::HeadInPlace;
 using ZOLNS2::HTTP::HTTPException;
 using ZOLNS2::HTTP::Response;
-
-std::string textOf(const blocxx::String& text)
-{
-    return {text.c_str(), text.length()};
-}
 
 /// What a head left in a response, and how many bytes were read.
 struct Stored

@@ -9,6 +9,30 @@
 #include <new>
 #include <sstream>
 
+/// @internal Statements that write records: without memory for a record it is dropped, and nothing else fails.
+#define BLOCXX_LOG_UNFAILING(statements)                                                                               \
+    try                                                                                                                \
+    {                                                                                                                  \
+        statements;                                                                                                    \
+    }                                                                                                                  \
+    catch (const ::std::bad_alloc&) /* dropped */                                                                      \
+    {                                                                                                                  \
+    }
+
+/// @internal What all logging statements do where `condition` holds.
+#define BLOCXX_LOG_WHERE(condition, statements)                                                                        \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        const ::blocxx::ErrnoKeeper blocxxErrnoKeeper;                                                                 \
+        if (condition)                                                                                                 \
+        {                                                                                                              \
+            BLOCXX_LOG_UNFAILING(statements)                                                                           \
+        }                                                                                                              \
+    } while (false)
+
+#define BLOCXX_LOG_RECORD(logger, category, message)                                                                   \
+    ::blocxx::Logger::asLogger(logger).logMessage(category, (message), __FILE__, __LINE__, __PRETTY_FUNCTION__)
+
 /// @name Logging statements
 /// `logger` is a Logger or a LoggerRef and is evaluated twice. `message` is anything that converts to a String, usually
 /// a Format; it is evaluated only when the logger's level admits the category. errno stays what it was, also when
@@ -16,21 +40,8 @@
 /// throw std::bad_alloc.
 /// @{
 #define BLOCXX_LOG_ADMITTED(logger, LEVEL, CATEGORY, message)                                                          \
-    do                                                                                                                 \
-    {                                                                                                                  \
-        const ::blocxx::ErrnoKeeper blocxxErrnoKeeper;                                                                 \
-        if (::blocxx::Logger::asLogger(logger).getLogLevel() >= ::blocxx::LEVEL)                                       \
-        {                                                                                                              \
-            try                                                                                                        \
-            {                                                                                                          \
-                ::blocxx::Logger::asLogger(logger).logMessage(::blocxx::Logger::CATEGORY, (message), __FILE__,         \
-                                                              __LINE__, __PRETTY_FUNCTION__);                          \
-            }                                                                                                          \
-            catch (const ::std::bad_alloc&) /* logging fails nobody */                                                 \
-            {                                                                                                          \
-            }                                                                                                          \
-        }                                                                                                              \
-    } while (false)
+    BLOCXX_LOG_WHERE(::blocxx::Logger::asLogger(logger).getLogLevel() >= ::blocxx::LEVEL,                              \
+                     BLOCXX_LOG_RECORD(logger, ::blocxx::Logger::CATEGORY, message))
 
 #define BLOCXX_LOG_FATAL_ERROR(logger, message)                                                                        \
     BLOCXX_LOG_ADMITTED(logger, E_FATAL_ERROR_LEVEL, STR_FATAL_CATEGORY, message)
@@ -43,43 +54,16 @@
 
 /// Logs in any category, if the logger's appender takes it.
 #define BLOCXX_LOG(logger, category, message)                                                                          \
-    do                                                                                                                 \
-    {                                                                                                                  \
-        const ::blocxx::ErrnoKeeper blocxxErrnoKeeper;                                                                 \
-        if (::blocxx::Logger::asLogger(logger).categoryIsEnabled(category))                                            \
-        {                                                                                                              \
-            try                                                                                                        \
-            {                                                                                                          \
-                ::blocxx::Logger::asLogger(logger).logMessage((category), (message), __FILE__, __LINE__,               \
-                                                              __PRETTY_FUNCTION__);                                    \
-            }                                                                                                          \
-            catch (const ::std::bad_alloc&) /* logging fails nobody */                                                 \
-            {                                                                                                          \
-            }                                                                                                          \
-        }                                                                                                              \
-    } while (false)
+    BLOCXX_LOG_WHERE(::blocxx::Logger::asLogger(logger).categoryIsEnabled(category),                                   \
+                     BLOCXX_LOG_RECORD(logger, (category), message))
 
 // NOLINTBEGIN(bugprone-macro-parentheses): the message is a chain of insertions.
 /// As above, with a message of the form `"port " << port`.
 #define BLOCXX_SLOG_ADMITTED(logger, LEVEL, CATEGORY, message)                                                         \
-    do                                                                                                                 \
-    {                                                                                                                  \
-        const ::blocxx::ErrnoKeeper blocxxErrnoKeeper;                                                                 \
-        if (::blocxx::Logger::asLogger(logger).getLogLevel() >= ::blocxx::LEVEL)                                       \
-        {                                                                                                              \
-            try                                                                                                        \
-            {                                                                                                          \
-                ::std::ostringstream blocxxMessage;                                                                    \
-                blocxxMessage.imbue(::std::locale::classic());                                                         \
-                blocxxMessage << message;                                                                              \
-                ::blocxx::Logger::asLogger(logger).logMessage(::blocxx::Logger::CATEGORY, blocxxMessage.str(),         \
-                                                              __FILE__, __LINE__, __PRETTY_FUNCTION__);                \
-            }                                                                                                          \
-            catch (const ::std::bad_alloc&) /* logging fails nobody */                                                 \
-            {                                                                                                          \
-            }                                                                                                          \
-        }                                                                                                              \
-    } while (false)
+    BLOCXX_LOG_WHERE(::blocxx::Logger::asLogger(logger).getLogLevel() >= ::blocxx::LEVEL,                              \
+                     ::std::ostringstream blocxxMessage;                                                               \
+                     blocxxMessage.imbue(::std::locale::classic()); blocxxMessage << message;                          \
+                     BLOCXX_LOG_RECORD(logger, ::blocxx::Logger::CATEGORY, blocxxMessage.str()))
 // NOLINTEND(bugprone-macro-parentheses)
 
 #define BLOCXX_SLOG_FATAL_ERROR(logger, message)                                                                       \

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "blocxx/String.hpp"
 #include "zol/mime/Content.hpp"
 
 #include <limits>
@@ -7,6 +8,11 @@
 
 namespace zol_test
 {
+
+inline std::string textOf(const blocxx::String& text)
+{
+    return {text.c_str(), text.length()};
+}
 
 /// All bytes of a content, from its beginning.
 inline std::string textOf(const ZOLNS2::MIME::ContentRef& content)
