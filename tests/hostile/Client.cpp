@@ -92,9 +92,13 @@ blocxx::SSLClientCtxRef contextOf(const Row& row, const Place& place)
     {
         options.verifyMode = blocxx::SSLOpts::MODE_DISABLED;
     }
-    else if (row.client.trust == E_THE_AUTHORITY)
+    else if (row.client.trust != E_SYSTEM)
     {
         options.trustStore = blocxx::String(place.trustFile);
+    }
+    if (row.client.trust == E_LISTS_ARE_DEMANDED)
+    {
+        options.crls = options.trustStore;
     }
     return blocxx::SSLClientCtxRef(new blocxx::SSLClientCtx(options));
 }

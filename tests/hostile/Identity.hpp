@@ -19,9 +19,10 @@ struct Identity
 /// What the client trusts.
 enum ETrust
 {
-    E_THE_AUTHORITY,      ///< and the revocation lists of the row's identity
-    E_SYSTEM,             ///< the system's certificates
-    E_NOTHING_IS_VERIFIED ///< verification is switched off
+    E_THE_AUTHORITY,       ///< and the revocation lists of the row's identity
+    E_SYSTEM,              ///< the system's certificates
+    E_NOTHING_IS_VERIFIED, ///< verification is switched off
+    E_LISTS_ARE_DEMANDED   ///< the authority, and of every issuer a list among those of the row's identity
 };
 
 /// @name Identities
@@ -48,6 +49,8 @@ Identity clientsCertificateIdentity();
 Identity unknownCriticalIdentity();
 Identity revokedIdentity();
 Identity expiredListIdentity();
+Identity soundListIdentity();
+Identity missingListIdentity(); ///< of its intermediate authority
 Identity shortKeyIdentity();
 Identity shortAuthorityKeyIdentity();
 Identity sha1Identity();

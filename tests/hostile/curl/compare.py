@@ -73,6 +73,8 @@ def command_for(facts, port, trust, folder, curl):
         command += ["--max-filesize", known["bodyLimit"]]
     if known["trust"] == "0":
         command += ["--cacert", trust]
+    elif known["trust"] == "3":
+        command += ["--cacert", trust, "--crlfile", trust]
     elif known["trust"] == "2":
         command += ["-k"]
     if int(known["upload"]):

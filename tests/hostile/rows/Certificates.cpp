@@ -87,6 +87,18 @@ std::vector<Row> certificateRows()
                 "certificate revoked"),
         refused("CertificateWithAnExpiredList", "shows a certificate whose issuer's list has expired",
                 &expiredListIdentity, "CRL has expired"),
+        accepted("CertificateWithItsDemandedList", "shows a certificate that its issuer's list does not name",
+                 &soundListIdentity)
+            .trusting(E_LISTS_ARE_DEMANDED),
+        refused("CertificateRevokedOnADemandedList", "shows a certificate that its issuer's list names",
+                &revokedIdentity, "certificate revoked")
+            .trusting(E_LISTS_ARE_DEMANDED),
+        refused("CertificateWithAnExpiredDemandedList", "shows a certificate whose issuer's list has expired",
+                &expiredListIdentity, "CRL has expired")
+            .trusting(E_LISTS_ARE_DEMANDED),
+        refused("CertificateWithoutItsDemandedList", "shows a certificate of an issuer without a list",
+                &missingListIdentity, "unable to get certificate CRL")
+            .trusting(E_LISTS_ARE_DEMANDED),
         weak("CertificateOfAShortKey", "shows a certificate with an RSA key of 1024 bits", &shortKeyIdentity,
              "key too weak"),
         weak("CertificateBelowAShortKey", "shows a certificate below an authority with a key of 1024 bits",
