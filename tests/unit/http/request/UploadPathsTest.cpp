@@ -28,7 +28,7 @@ using zol_test::LogCapture;
 namespace
 {
 
-/// Takes so many bytes, and then no more, or throws.
+/// Takes so many bytes, and then throws, or refuses more once.
 class LimitedBuffer : public std::streambuf
 {
 public:
@@ -45,11 +45,15 @@ protected:
         {
             throw std::runtime_error("the device broke");
         }
+        if (step < static_cast<std::size_t>(count))
+        {
+            m_room += 1000;
+        }
         return static_cast<std::streamsize>(step);
     }
 
 private:
-    const std::size_t m_room;
+    std::size_t m_room;
     const bool m_throws;
     std::string m_taken;
 };
@@ -105,12 +109,16 @@ ContentRef received(std::size_t count)
 class UploadPaths : public testing::Test
 {
 protected:
+    /// The size of a file that is not there.
+    static constexpr std::size_t UNREADABLE = std::size_t(-1);
+
     ContentRef files(const std::vector<std::size_t>& sizes)
     {
         blocxx::Array<blocxx::String> names;
         for (const std::size_t size : sizes)
         {
-            names.push_back(m_folder.write("file" + std::to_string(names.size()), bytes(size)).c_str());
+            const std::string name = "file" + std::to_string(names.size());
+            names.push_back(size == UNREADABLE ? name.c_str() : m_folder.write(name, bytes(size)).c_str());
         }
         return ContentRef(new MIME::FileApplicationOctetStreamContent(names));
     }
@@ -123,6 +131,7 @@ protected:
             files({0}),
             files({4096, 0, 65536, 1}),
             files({100000, 70000}),
+            files({70000, UNREADABLE}),
             received(40000),
             received(16384),
         };
