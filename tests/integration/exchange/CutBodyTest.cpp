@@ -1,5 +1,5 @@
 #include "Getting.hpp"
-#include "StandaloneServers.hpp"
+#include "support/StandaloneServers.hpp"
 
 #include "zol/http/MIMEContentIStream.hpp"
 
@@ -14,6 +14,7 @@ namespace
 
 using namespace exchange_integration;
 using testing::HasSubstr;
+using zol_test::PythonServer;
 
 /// Sends "/<framing>/<end>": a body of 100 bytes in a frame of more, and then ends in some way.
 const char* const SERVER = R"py(

@@ -1,6 +1,6 @@
 #include "Getting.hpp"
-#include "StandaloneServers.hpp"
 #include "support/ScriptedContent.hpp"
+#include "support/StandaloneServers.hpp"
 #include "support/TemporaryDirectory.hpp"
 
 #include "zol/mime/MultipartContent.hpp"
@@ -15,6 +15,7 @@ namespace
 {
 
 using namespace exchange_integration;
+using zol_test::PythonServer;
 
 /// Responds to a form with a line for each part: its name, its file name, its type, its size and its checksum.
 const char* const EMAIL_SERVER = R"py(

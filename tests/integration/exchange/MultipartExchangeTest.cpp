@@ -1,5 +1,5 @@
 #include "Getting.hpp"
-#include "StandaloneServers.hpp"
+#include "support/StandaloneServers.hpp"
 #include "support/TextOf.hpp"
 
 #include "zol/http/MIMEContentIStream.hpp"
@@ -15,6 +15,7 @@ namespace
 {
 
 using namespace exchange_integration;
+using zol_test::PythonServer;
 using zol_test::textOf;
 using ZOLNS2::MIME::MultipartPart;
 using ZOLNS2::MIME::MultipartReader;

@@ -1,7 +1,7 @@
 #include "Getting.hpp"
-#include "StandaloneServers.hpp"
 #include "Trust.hpp"
 #include "support/ScriptedServer.hpp"
+#include "support/StandaloneServers.hpp"
 
 #include "zol/http/MIMEContentIStream.hpp"
 
@@ -22,6 +22,7 @@ using testing::AnyOf;
 using testing::HasSubstr;
 using zol_integration::trusting;
 using zol_test::Certificate;
+using zol_test::OpensslServer;
 using zol_test::ScriptedServer;
 using zol_test::ServerConnection;
 

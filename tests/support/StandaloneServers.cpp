@@ -1,11 +1,9 @@
-#include "StandaloneServers.hpp"
+#include "support/StandaloneServers.hpp"
 
 #include <stdexcept>
 
-namespace exchange_integration
+namespace zol_test
 {
-
-using zol_test::ChildProcess;
 
 namespace
 {
@@ -23,7 +21,7 @@ std::uint16_t portBehind(const ChildProcess& process, const std::string& words)
 
 } // namespace
 
-OpensslServer::OpensslServer(const zol_test::Certificate& own, const std::vector<std::string>& more)
+OpensslServer::OpensslServer(const Certificate& own, const std::vector<std::string>& more)
 {
     m_folder.write("page.txt", "served by openssl\n");
     std::vector<std::string> command{"openssl",     "s_server",
@@ -44,4 +42,4 @@ PythonServer::PythonServer(const char* program, const char* interpreter)
 {
 }
 
-} // namespace exchange_integration
+} // namespace zol_test

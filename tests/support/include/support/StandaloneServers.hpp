@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace exchange_integration
+namespace zol_test
 {
 
 /// `openssl s_server`, serving the files of a folder over HTTP/1.0, their bodies up to the close.
@@ -17,17 +17,17 @@ class OpensslServer
 {
 public:
     /// @param more arguments beside those that every such server needs
-    explicit OpensslServer(const zol_test::Certificate& own, const std::vector<std::string>& more = {});
+    explicit OpensslServer(const Certificate& own, const std::vector<std::string>& more = {});
 
     std::uint16_t port() const { return m_port; }
-    const zol_test::TemporaryDirectory& folder() const { return m_folder; }
+    const TemporaryDirectory& folder() const { return m_folder; }
 
     /// Ends the process: its connections end without a word of TLS.
     void stop() { m_process->stop(); }
 
 private:
-    zol_test::TemporaryDirectory m_folder;
-    std::unique_ptr<zol_test::ChildProcess> m_process;
+    TemporaryDirectory m_folder;
+    std::unique_ptr<ChildProcess> m_process;
     std::uint16_t m_port = 0;
 };
 
@@ -40,8 +40,8 @@ public:
     std::uint16_t port() const { return m_port; }
 
 private:
-    std::unique_ptr<zol_test::ChildProcess> m_process;
+    std::unique_ptr<ChildProcess> m_process;
     std::uint16_t m_port = 0;
 };
 
-} // namespace exchange_integration
+} // namespace zol_test
