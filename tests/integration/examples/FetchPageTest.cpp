@@ -11,16 +11,12 @@ namespace
 {
 
 using examples_test::example;
+using examples_test::urlOf;
 using testing::HasSubstr;
 using namespace zol_test;
 
 const std::string OK = "HTTP/1.1 200 OK\r\n";
 const std::string CUT = OK + "Content-Length: 10\r\n\r\nbody";
-
-std::string urlOf(const ScriptedServer& server)
-{
-    return "http://" + server.address() + "/page";
-}
 
 void expectCut(const ScriptedServer::Script& script, const std::string& words,
                std::chrono::seconds limit = std::chrono::seconds(30))
