@@ -1,18 +1,20 @@
+// usage: benchmark_server [CERTIFICATE KEY]
 // A loopback server that sends as fast as the kernel takes it, one connection after another, until its standard input
-// ends. It prints the port it listens on. What is asked for says what is sent; the body of a request is received and
-// dropped first:
+// ends; over TLS if it has a certificate and its key (PEM files). It prints the port it listens on. What is asked for says
+// what is sent; the body of a request is received and dropped first:
 //   /small              128 bytes under five header lines
 //   /kept               the same, and the connection stays open for the next request
 //   /headers/LINES      128 bytes under that many header lines
 //   /identity/SIZE      SIZE bytes
 //   /chunked/CHUNK/SIZE SIZE bytes in chunks of CHUNK bytes
 //   /multipart/PART/SIZE a multipart body of at least SIZE bytes in parts of PART bytes
-#include <netinet/in.h>
+#include "Loopback.hpp"
+#include "ServerConnection.hpp"
+
 #include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -21,33 +23,13 @@
 namespace
 {
 
-bool sendAll(int connection, const char* data, size_t size)
-{
-    while (size > 0)
-    {
-        const ssize_t sent = ::send(connection, data, size, MSG_NOSIGNAL);
-        if (sent <= 0)
-        {
-            return false;
-        }
-        data += sent;
-        size -= static_cast<size_t>(sent);
-    }
-    return true;
-}
-
-bool sendAll(int connection, const std::string& data)
-{
-    return sendAll(connection, data.data(), data.size());
-}
-
 /// Sends `unit` again and again until `size` bytes are out.
-bool sendRepeated(int connection, const std::string& unit, size_t size)
+bool sendRepeated(ServerConnection& connection, const std::string& unit, size_t size)
 {
     while (size > 0)
     {
         const size_t count = std::min(size, unit.size());
-        if (!sendAll(connection, unit.data(), count))
+        if (!connection.send(unit.data(), count))
         {
             return false;
         }
@@ -77,7 +59,7 @@ std::vector<size_t> numbersOf(const std::string& target)
     return numbers;
 }
 
-void sendSmall(int connection, size_t headerLines, const std::string& persistence = "close")
+void sendSmall(ServerConnection& connection, size_t headerLines, const std::string& persistence = "close")
 {
     std::string head = "HTTP/1.1 200 OK\r\nContent-Type: text/plain; charset=UTF-8\r\nContent-Length: 128\r\n"
                        "Connection: " +
@@ -86,32 +68,32 @@ void sendSmall(int connection, size_t headerLines, const std::string& persistenc
     {
         head += "X-Line-" + std::to_string(line) + ": the value of the line\r\n";
     }
-    sendAll(connection, head + "\r\n" + std::string(128, 'x'));
+    connection.send(head + "\r\n" + std::string(128, 'x'));
 }
 
-void sendIdentity(int connection, size_t size)
+void sendIdentity(ServerConnection& connection, size_t size)
 {
-    sendAll(connection, "HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nContent-Length: " +
-                            std::to_string(size) + "\r\nConnection: close\r\n\r\n");
+    connection.send("HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nContent-Length: " +
+                    std::to_string(size) + "\r\nConnection: close\r\n\r\n");
     sendRepeated(connection, std::string(1U << 20, 'x'), size);
 }
 
-void sendChunked(int connection, size_t chunkSize, size_t size)
+void sendChunked(ServerConnection& connection, size_t chunkSize, size_t size)
 {
-    sendAll(connection, "HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nTransfer-Encoding: chunked\r\n"
-                        "Connection: close\r\n\r\n");
+    connection.send("HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nTransfer-Encoding: chunked\r\n"
+                    "Connection: close\r\n\r\n");
     char sizeLine[24];
     std::snprintf(sizeLine, sizeof sizeLine, "%zx\r\n", chunkSize);
     const std::string chunk = sizeLine + std::string(chunkSize, 'x') + "\r\n";
     sendRepeated(connection, repeated(chunk), size / chunkSize * chunk.size());
-    sendAll(connection, "0\r\n\r\n");
+    connection.send("0\r\n\r\n");
 }
 
-void sendMultipart(int connection, size_t partSize, size_t size)
+void sendMultipart(ServerConnection& connection, size_t partSize, size_t size)
 {
     const std::string boundary = "----=_boundary_of_thirty_bytes"; // 30 bytes
-    sendAll(connection, "HTTP/1.1 200 OK\r\nContent-Type: multipart/mixed; boundary=\"" + boundary +
-                            "\"\r\nConnection: close\r\n\r\n");
+    connection.send("HTTP/1.1 200 OK\r\nContent-Type: multipart/mixed; boundary=\"" + boundary +
+                    "\"\r\nConnection: close\r\n\r\n");
     std::string body;
     const std::string line = "The quick brown fox jumps over the lazy dog, and the dog does not mind at all.\r\n";
     while (body.size() < partSize)
@@ -121,10 +103,10 @@ void sendMultipart(int connection, size_t partSize, size_t size)
     body.resize(partSize);
     const std::string part = "--" + boundary + "\r\ncontent-type: application/octet-stream\r\n\r\n" + body + "\r\n";
     sendRepeated(connection, repeated(part), std::max<size_t>(1, size / partSize) * part.size());
-    sendAll(connection, "--" + boundary + "--\r\n");
+    connection.send("--" + boundary + "--\r\n");
 }
 
-void respond(int connection, const std::string& target)
+void respond(ServerConnection& connection, const std::string& target)
 {
     const std::vector<size_t> numbers = numbersOf(target);
     if (target == "/small")
@@ -153,12 +135,12 @@ void respond(int connection, const std::string& target)
     }
     else
     {
-        sendAll(connection, "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
+        connection.send("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
     }
 }
 
 /// Drops what is left of the body that a head announces.
-void receiveBody(int connection, const std::string& head, size_t headSize, std::vector<char>& buffer)
+void receiveBody(ServerConnection& connection, const std::string& head, size_t headSize, std::vector<char>& buffer)
 {
     const std::string name = "Content-Length: ";
     const size_t field = head.find(name);
@@ -169,7 +151,7 @@ void receiveBody(int connection, const std::string& head, size_t headSize, std::
     size_t left = std::strtoull(head.c_str() + field + name.size(), nullptr, 10) - (head.size() - headSize);
     while (left > 0)
     {
-        const ssize_t count = ::recv(connection, buffer.data(), std::min(left, buffer.size()), 0);
+        const ssize_t count = connection.receive(buffer.data(), std::min(left, buffer.size()));
         if (count <= 0)
         {
             return;
@@ -179,14 +161,13 @@ void receiveBody(int connection, const std::string& head, size_t headSize, std::
 }
 
 /// @return whether the connection stays open for another request
-bool serve(int connection)
+bool serve(ServerConnection& connection, std::vector<char>& buffer)
 {
     std::string head;
-    std::vector<char> buffer(1U << 20);
     size_t end = std::string::npos;
     while ((end = head.find("\r\n\r\n")) == std::string::npos)
     {
-        const ssize_t count = ::recv(connection, buffer.data(), 4096, 0);
+        const ssize_t count = connection.receive(buffer.data(), 4096);
         if (count <= 0)
         {
             return false;
@@ -202,12 +183,17 @@ bool serve(int connection)
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
+    if (argc != 1 && argc != 3)
+    {
+        std::fprintf(stderr, "usage: %s [CERTIFICATE KEY]\n", argv[0]);
+        return 2;
+    }
+    std::signal(SIGPIPE, SIG_IGN); // OpenSSL writes without MSG_NOSIGNAL
+    const ServerContext context = argc == 3 ? serverContext(argv[1], argv[2]) : ServerContext();
     const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in address = loopbackAddress("0");
     socklen_t length = sizeof address;
     if (::bind(listener, reinterpret_cast<sockaddr*>(&address), length) != 0 || ::listen(listener, 128) != 0 ||
         ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0)
@@ -218,6 +204,7 @@ int main()
     std::printf("%d\n", ntohs(address.sin_port));
     std::fflush(stdout);
 
+    std::vector<char> buffer(1U << 20);
     for (;;)
     {
         pollfd waited[] = {{listener, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
@@ -225,13 +212,9 @@ int main()
         {
             return 0;
         }
-        const int connection = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-        if (connection >= 0)
+        ServerConnection connection(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC), context.get());
+        while (serve(connection, buffer))
         {
-            while (serve(connection))
-            {
-            }
-            ::close(connection);
         }
     }
 }

@@ -1,30 +1,29 @@
-// usage: fetch_zol PORT TARGET COUNT [data|stream]
-// COUNT fetches, a connection each; the body is pulled with getData of 64 KiB, or read through a MIMEContentIStream.
+// usage: fetch_zol PORT TARGET COUNT [stream] [lines=N] [trust=FILE]
+// COUNT fetches with getPage, a connection each; the body is pulled with getData of 64 KiB, or read through a
+// MIMEContentIStream.
 #include "PeakMemory.hpp"
-
-#include "zol/http.hpp"
-
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <vector>
+#include "ZolFetch.hpp"
 
 using namespace ZOLNS2;
 
 namespace
 {
 
-constexpr size_t BLOCK = 65536;
-
-size_t pull(const MIME::ContentRef& content, std::vector<char>& buffer)
+HTTP::Request requestFor(const FetchArguments& arguments, const blocxx::SSLClientCtxRef& context)
 {
-    const MIME::ContentStreamStateRef state = content->createInitialStreamState();
-    size_t total = 0;
-    for (size_t count = 0; (count = content->getData(buffer.data(), BLOCK, state)) != static_cast<size_t>(-1);)
+    HTTP::Headers headers;
+    headers.addHeader("Host", "127.0.0.1");
+    headers.addHeader("Connection", "close");
+    if (arguments.lines)
     {
-        total += count;
+        for (const auto& [name, value] : *arguments.lines)
+        {
+            headers.addHeader(name.c_str(), value.c_str());
+        }
     }
-    return total;
+    const blocxx::String authority = blocxx::String("127.0.0.1:") + arguments.port.c_str();
+    return HTTP::Request(HTTP::RequestLine("GET", arguments.target.c_str(), authority, HTTP::HTTP_1_1), headers,
+                         context);
 }
 
 size_t readStream(const MIME::ContentRef& content, std::vector<char>& buffer)
@@ -41,36 +40,30 @@ size_t readStream(const MIME::ContentRef& content, std::vector<char>& buffer)
 } // namespace
 
 int main(int argc, char** argv)
+try
 {
-    if (argc != 4 && argc != 5)
-    {
-        std::fprintf(stderr, "usage: %s PORT TARGET COUNT [data|stream]\n", argv[0]);
-        return 2;
-    }
-    const bool throughStream = argc == 5 && std::strcmp(argv[4], "stream") == 0;
-    HTTP::Headers headers;
-    headers.addHeader("Host", "127.0.0.1");
-    headers.addHeader("Connection", "close");
-    const HTTP::Request request(
-        HTTP::RequestLine("GET", argv[2], blocxx::String("127.0.0.1:") + argv[1], HTTP::HTTP_1_1), headers,
-        blocxx::SSLClientCtxRef());
+    const FetchArguments arguments(argc, argv, "[stream] [lines=N] [trust=FILE]");
+    const blocxx::SSLClientCtxRef context = contextFor(arguments);
+    const HTTP::Request request = requestFor(arguments, context);
+    std::optional<HTTP::Request> own;
     std::vector<char> buffer(BLOCK);
     size_t total = 0;
-    try
+    for (long count = arguments.count; count > 0; --count)
     {
-        for (long fetch = std::atol(argv[3]); fetch > 0; --fetch)
+        if (arguments.lines)
         {
-            HTTP::Response response = HTTP::getPage(request, blocxx::Timeout::relative(10));
-            while (const MIME::ContentRef content = response.getNextPart())
-            {
-                total += throughStream ? readStream(content, buffer) : pull(content, buffer);
-            }
+            own.emplace(requestFor(arguments, context));
+        }
+        HTTP::Response response = HTTP::getPage(own ? *own : request, blocxx::Timeout::relative(10));
+        while (const MIME::ContentRef content = response.getNextPart())
+        {
+            total += arguments.stream ? readStream(content, buffer) : pull(content, buffer);
         }
     }
-    catch (const blocxx::Exception& e)
-    {
-        std::fprintf(stderr, "fetch_zol: %s\n", e.getMessage());
-        return 1;
-    }
     std::printf("%zu bytes, peak %ld KiB\n", total, peakMemory());
+}
+catch (const blocxx::Exception& e)
+{
+    std::fprintf(stderr, "fetch_zol: %s\n", e.getMessage());
+    return 1;
 }

@@ -233,7 +233,7 @@ def static_build(args):
 def dependencies(args):
     tools = "-DZOL_BUILD_TOOLS=OFF"
     tests = "-DZOL_BUILD_TESTS=OFF"
-    benchmarks = "-DZOL_BUILD_BENCHMARKS=OFF"
+    peers = "-DZOL_BENCHMARK_PEERS=OFF"
     # The package that CMake is told not to find, and what has to be in the one sentence about it.
     packages = {
         "OpenSSL": ("OpenSSL 3.0 or newer is missing", "TLS", "libssl-dev", "cannot be built without"),
@@ -241,10 +241,11 @@ def dependencies(args):
         "CLI11": ("CLI11 is missing", "zolget", "libcli11-dev", tools),
         "GTest": ("GoogleTest is missing", "The tests", "libgtest-dev", tests),
         "Python3": ("Python 3 is missing", "The tests", "python3", tests),
-        "CURL": ("libcurl is missing", "The benchmarks", "libcurl4-openssl-dev", benchmarks),
-        "Poco": ("Poco is missing", "The benchmarks", "libpoco-dev", benchmarks),
-        "benchmark": ("Google Benchmark is missing", "The benchmarks", "libbenchmark-dev", benchmarks),
-        "GMime": ("GMime 3.0 (found through pkg-config) is missing", "The benchmarks", "pkg-config", benchmarks),
+        "Boost": ("Boost 1.81 or newer is missing", "The benchmarks", "libboost1.81-dev", peers),
+        "CURL": ("libcurl is missing", "The benchmarks", "libcurl4-openssl-dev", peers),
+        "Poco": ("Poco is missing", "The benchmarks", "libpoco-dev", peers),
+        "benchmark": ("Google Benchmark is missing", "The program micro", "libbenchmark-dev", peers),
+        "GMime": ("GMime 3.0 (found through pkg-config) is missing", "The benchmarks", "pkg-config", peers),
     }
     # GMime is found by pkg-config, which is given a folder without modules.
     environment = dict(os.environ, PKG_CONFIG_LIBDIR=str(HERE), PKG_CONFIG_PATH="")
@@ -263,7 +264,7 @@ def dependencies(args):
         problems.append(done.stdout)
 
     # The options that the messages name keep their promise.
-    options = [tools, tests, benchmarks]
+    options = [tools, tests, "-DZOL_BUILD_BENCHMARKS=ON", peers]
     needless = [option for option in disabled if not option.endswith(("OpenSSL=ON", "ZLIB=ON"))]
     done = configure(args, args.source, fresh(args.work), *options, *needless, environment=environment)
     if done.returncode != 0:
