@@ -1,0 +1,1 @@
+"""What scripts/benchmark is made of: what is measured, how, and how it is shown."""
