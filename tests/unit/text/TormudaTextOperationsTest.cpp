@@ -20,6 +20,30 @@ using testing::ElementsAre;
 using zol_test::LogCapture;
 using ZOLNS2::dump_to_log;
 
+namespace client
+{
+
+struct Base
+{
+};
+
+struct Derived : Base
+{
+};
+
+std::ostream& operator<<(std::ostream& out, const Derived&)
+{
+    return out << "printed";
+}
+
+} // namespace client
+
+// In no namespace, so that a using directive alone decides what competes with it.
+static std::string toString(const client::Base&)
+{
+    return "the program's own";
+}
+
 namespace
 {
 
@@ -253,4 +277,12 @@ TEST(DumpToLog, RecordsCarryTheSignatureOfTheOperationThatDumps)
         EXPECT_EQ(record.method, "void operation(int)");
         EXPECT_EQ(record.file, "TormudaTextOperations");
     }
+}
+
+TEST(ToString, LeavesAProgramsOwnFunctionItsCallsUnderAUsingDirective)
+{
+    using namespace ZOLNS2;
+    EXPECT_EQ(toString(client::Derived()), "the program's own");
+    EXPECT_EQ(toString(5), "5");
+    EXPECT_EQ(ZOLNS2::toString(client::Derived()), "printed");
 }

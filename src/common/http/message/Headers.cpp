@@ -23,15 +23,43 @@ const blocxx::COWReference<std::vector<Header>>& noHeaders()
     return *none;
 }
 
+Headers::const_iterator find(const Headers& headers, const blocxx::String& name)
+{
+    return std::find_if(headers.begin(), headers.end(),
+                        [&name](const Header& header) { return header.name.equalsIgnoreCase(name); });
+}
+
 } // namespace
 
 Headers::Headers() : m_headers(noHeaders()) {}
 
+Headers::Headers(std::initializer_list<Header> lines)
+    : m_headers(blocxx::COWReference<std::vector<Header>>::make(lines.begin(), lines.end()))
+{
+}
+
 blocxx::String Headers::getHeaderValue(const blocxx::String& name) const
 {
-    const auto found =
-        std::find_if(begin(), end(), [&name](const Header& header) { return header.name.equalsIgnoreCase(name); });
+    const const_iterator found = find(*this, name);
     return found == end() ? blocxx::String() : found->value;
+}
+
+bool Headers::has(const blocxx::String& name) const
+{
+    return find(*this, name) != end();
+}
+
+blocxx::Array<blocxx::String> Headers::getAll(const blocxx::String& name) const
+{
+    blocxx::Array<blocxx::String> values;
+    for (const Header& header : *this)
+    {
+        if (header.name.equalsIgnoreCase(name))
+        {
+            values.push_back(header.value);
+        }
+    }
+    return values;
 }
 
 void Headers::addHeader(const blocxx::String& name, const blocxx::String& value)

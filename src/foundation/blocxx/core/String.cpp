@@ -8,7 +8,6 @@
 #include <charconv>
 #include <ostream>
 #include <string_view>
-#include <type_traits>
 
 namespace blocxx
 {
@@ -50,9 +49,8 @@ std::string realText(Real number, int digits)
 }
 
 template <class Number>
-Number toUnsigned(const std::string& text, int base, const char* type)
+Number toNumber(const std::string& text, int base, const char* type)
 {
-    static_assert(std::is_unsigned_v<Number>, "std::from_chars takes a sign for signed types");
     Number number{};
     const char* const end = text.data() + text.size();
     if (base >= MIN_BASE && base <= MAX_BASE)
@@ -73,6 +71,8 @@ String::String(Int32 number) : m_text(std::to_string(number)) {}
 String::String(UInt32 number) : m_text(std::to_string(number)) {}
 String::String(Int64 number) : m_text(std::to_string(number)) {}
 String::String(UInt64 number) : m_text(std::to_string(number)) {}
+String::String(long long number) : m_text(std::to_string(number)) {}
+String::String(unsigned long long number) : m_text(std::to_string(number)) {}
 String::String(Real32 number) : m_text(realText(number, REAL32_DIGITS)) {}
 String::String(Real64 number) : m_text(realText(number, REAL64_DIGITS)) {}
 
@@ -150,14 +150,44 @@ StringArray String::tokenize(const char* delimiters) const
     return tokens;
 }
 
+UInt8 String::toUInt8(int base) const
+{
+    return toNumber<UInt8>(m_text, base, "UInt8");
+}
+
 UInt16 String::toUInt16(int base) const
 {
-    return toUnsigned<UInt16>(m_text, base, "UInt16");
+    return toNumber<UInt16>(m_text, base, "UInt16");
+}
+
+UInt32 String::toUInt32(int base) const
+{
+    return toNumber<UInt32>(m_text, base, "UInt32");
 }
 
 UInt64 String::toUInt64(int base) const
 {
-    return toUnsigned<UInt64>(m_text, base, "UInt64");
+    return toNumber<UInt64>(m_text, base, "UInt64");
+}
+
+Int8 String::toInt8(int base) const
+{
+    return toNumber<Int8>(m_text, base, "Int8");
+}
+
+Int16 String::toInt16(int base) const
+{
+    return toNumber<Int16>(m_text, base, "Int16");
+}
+
+Int32 String::toInt32(int base) const
+{
+    return toNumber<Int32>(m_text, base, "Int32");
+}
+
+Int64 String::toInt64(int base) const
+{
+    return toNumber<Int64>(m_text, base, "Int64");
 }
 
 std::ostream& operator<<(std::ostream& out, const String& text)

@@ -13,6 +13,13 @@ Timeout Timeout::absolute(const DateTime& dt) noexcept
     return {E_ABSOLUTE, dt, 0};
 }
 
+Timeout Timeout::atMoment(std::chrono::microseconds sinceTheEpoch) noexcept
+{
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceTheEpoch);
+    return absolute(DateTime(static_cast<std::time_t>(seconds.count()),
+                             static_cast<std::uint32_t>((sinceTheEpoch - seconds).count())));
+}
+
 Timeout Timeout::relative(float seconds) noexcept
 {
     return {E_RELATIVE, DateTime(), seconds};

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <limits>
 
@@ -77,4 +78,37 @@ TEST(DateTime, CurrentIsNow)
     EXPECT_GE(now.get(), before);
     EXPECT_LE(now.get(), after + 1);
     EXPECT_LT(now.getMicrosecond(), 1000000U);
+}
+
+TEST(Timeout, OfASpanIsRelative)
+{
+    using namespace std::chrono_literals;
+    EXPECT_EQ(Timeout(1500ms), Timeout::relative(1.5F));
+    EXPECT_EQ(Timeout(2min), Timeout::relative(120));
+    EXPECT_EQ(Timeout(std::chrono::duration<double>(0.25)), Timeout::relative(0.25F));
+    const Timeout passed = 5s;
+    EXPECT_EQ(passed, Timeout::relative(5));
+}
+
+TEST(Timeout, OfAMomentIsAbsolute)
+{
+    using namespace std::chrono;
+    const system_clock::time_point moment(seconds(1000) + microseconds(5) + nanoseconds(999));
+    EXPECT_EQ(Timeout(moment), Timeout::absolute(DateTime(1000, 5)));
+    EXPECT_EQ(Timeout(time_point<system_clock, hours>(hours(1))), Timeout::absolute(DateTime(3600)));
+    const Timeout beforeTheEpoch = system_clock::time_point(-microseconds(1));
+    EXPECT_EQ(beforeTheEpoch, Timeout::absolute(DateTime(-1, 999999)));
+}
+
+TEST(Timeout, OfAMomentOfTheSteadyClockIsThatOfTheWallClock)
+{
+    using namespace std::chrono;
+    const auto toSeconds = [](const DateTime& moment)
+    { return static_cast<double>(moment.get()) + static_cast<double>(moment.getMicrosecond()) / 1e6; };
+    const double before = toSeconds(DateTime::getCurrent());
+    const Timeout timeout = steady_clock::now() + seconds(100);
+    const double after = toSeconds(DateTime::getCurrent());
+    EXPECT_EQ(timeout.getType(), Timeout::E_ABSOLUTE);
+    EXPECT_GE(toSeconds(timeout.getAbsolute()), before + 99.999);
+    EXPECT_LE(toSeconds(timeout.getAbsolute()), after + 100.001);
 }

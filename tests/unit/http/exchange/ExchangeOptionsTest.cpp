@@ -147,6 +147,33 @@ TEST(ExchangeDeadline, EndsAHeadThatDrips)
                   "not done by its deadline (1 seconds)");
 }
 
+TEST(ExchangeDeadline, CanBeAMoment)
+{
+    ScriptedServer server(dripping("", "HTTP/1.1 200 OK\r\nX: " + std::string(1000, 'a')));
+    ExchangeOptions options;
+    options.deadline = std::chrono::system_clock::now() + std::chrono::seconds(1);
+    const Bound bound(std::chrono::seconds(5));
+    expectFailure([&] { exchange(get(server), options); }, ExchangeException::E_HEAD, ExchangeException::E_DEADLINE,
+                  "not done by its deadline (the moment that was set)");
+}
+
+TEST(ExchangeDeadline, ThatIsPastEndsAnExchangeAtOnce)
+{
+    ScriptedServer server(zol_test::respondingWith("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nbody"));
+    ExchangeOptions options;
+    options.deadline = Timeout::absolute(blocxx::DateTime(1000));
+    expectFailure([&] { exchange(get(server), options); }, ExchangeException::E_CONNECT, ExchangeException::E_DEADLINE,
+                  "not done by its deadline (the moment that was set)");
+}
+
+TEST(ExchangeDeadline, OfAMomentFarAwayIsKept)
+{
+    ScriptedServer server(zol_test::respondingWith("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nbody"));
+    ExchangeOptions options;
+    options.deadline = std::chrono::system_clock::now() + std::chrono::hours(24);
+    EXPECT_EQ(bodyOf(exchange(get(server), options)), "body");
+}
+
 TEST(ExchangeDeadline, EndsABodyThatDrips)
 {
     ScriptedServer server(dripping(HEAD, std::string(1000, 'a')));

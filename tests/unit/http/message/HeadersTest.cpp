@@ -181,3 +181,39 @@ TEST(Headers, CanBeFormatted)
     headers.addHeader("A", "1");
     EXPECT_EQ(blocxx::Format("[%1]", headers).toString(), "[A: 1\r\n]");
 }
+
+TEST(Headers, AreMadeOfAList)
+{
+    const Headers headers{{"Accept", "text/plain"}, {"X", ""}, {"x", "2"}};
+    EXPECT_EQ(textOf(headers), "Accept: text/plain\r\nX: \r\nx: 2\r\n");
+    EXPECT_EQ(textOf(Headers{}), "");
+    const Headers copy{headers};
+    EXPECT_EQ(textOf(copy), textOf(headers));
+}
+
+TEST(Headers, OfAListCanBeAddedTo)
+{
+    Headers headers{{"A", "1"}};
+    const Headers before = headers;
+    headers.addHeader("B", "2");
+    EXPECT_EQ(textOf(headers), "A: 1\r\nB: 2\r\n");
+    EXPECT_EQ(textOf(before), "A: 1\r\n");
+}
+
+TEST(Headers, TellAnEmptyValueFromNone)
+{
+    const Headers headers{{"X-Empty", ""}};
+    EXPECT_TRUE(headers.has("x-empty"));
+    EXPECT_FALSE(headers.has("X-Empt"));
+    EXPECT_FALSE(Headers().has(""));
+}
+
+TEST(Headers, GiveAllValuesOfAName)
+{
+    const Headers headers{{"Set-Cookie", "a=1"}, {"Date", "today"}, {"set-cookie", "b=2"}};
+    const blocxx::Array<String> all = headers.getAll("SET-COOKIE");
+    ASSERT_EQ(all.size(), 2U);
+    EXPECT_EQ(all[0], "a=1");
+    EXPECT_EQ(all[1], "b=2");
+    EXPECT_TRUE(headers.getAll("Server").empty());
+}

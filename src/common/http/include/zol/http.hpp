@@ -1,8 +1,18 @@
 #pragma once
 
 /// @file
-/// Everything that the library offers.
+/// Everything that the library offers, and what programs need beside it: sockets and their time-outs, TLS, logs.
 
+#include "blocxx/CerrAppender.hpp"
+#include "blocxx/FileAppender.hpp"
+#include "blocxx/Format.hpp"
+#include "blocxx/Logger.hpp"
+#include "blocxx/MultiAppender.hpp"
+#include "blocxx/NullAppender.hpp"
+#include "blocxx/SSLCtxMgr.hpp"
+#include "blocxx/Socket.hpp"
+#include "blocxx/SyslogAppender.hpp"
+#include "blocxx/Timeout.hpp"
 #include "zol/http/ChunkedContent.hpp"
 #include "zol/http/Exchange.hpp"
 #include "zol/http/ExchangeConnection.hpp"

@@ -4,8 +4,8 @@
 #include "blocxx/Exception.hpp"
 #include "blocxx/vector.hpp"
 
-#include <algorithm>
 #include <cstddef>
+#include <initializer_list>
 #include <iterator>
 #include <utility>
 
@@ -72,6 +72,10 @@ public:
     {
     }
 
+    /// An array of these elements: `Array<int>::of({1, 2, 3})`. Not a constructor, which would change what
+    /// `Array<int>{3}` means: an array of three elements.
+    static Array of(std::initializer_list<T> elements) { return Array(elements.begin(), elements.end()); }
+
     ~Array() = default;
 
     Array& operator=(const Array&) = default;
@@ -106,7 +110,17 @@ public:
     reference front() { return m_vector->front(); }
     reference back() { return m_vector->back(); }
 
-    bool contains(const T& value) const { return std::find(begin(), end(), value) != end(); }
+    bool contains(const T& value) const
+    {
+        for (const T& element : vector())
+        {
+            if (element == value)
+            {
+                return true;
+            }
+        }
+        return false;
+    }
 
     void reserve(size_type count) { m_vector->reserve(count); }
     void push_back(const T& value) { m_vector->push_back(value); }
@@ -150,6 +164,9 @@ public:
     /// Exchanges the handles; copies no element.
     void swap(Array& other) noexcept { m_vector.swap(other.m_vector); }
 
+    template <class U>
+    friend bool operator==(const Array<U>& left, const Array<U>& right);
+
 private:
     /// What all new arrays of this type share. It is never destroyed, so that arrays can be made at any time of a
     /// process's life.
@@ -175,7 +192,7 @@ private:
 template <class T>
 bool operator==(const Array<T>& left, const Array<T>& right)
 {
-    return left.size() == right.size() && std::equal(left.begin(), left.end(), right.begin());
+    return left.vector() == right.vector();
 }
 
 } // namespace blocxx

@@ -4,7 +4,7 @@
 #include "blocxx/ReferenceHelpers.hpp"
 
 #include <atomic>
-#include <functional>
+#include <cstdint>
 #include <memory>
 #include <utility>
 
@@ -248,7 +248,7 @@ bool operator!=(const COWReference<T>& left, const COWReference<U>& right) noexc
 template <class T>
 bool operator<(const COWReference<T>& left, const COWReference<T>& right) noexcept
 {
-    return std::less<const T*>()(left.getPtr(), right.getPtr());
+    return reinterpret_cast<std::uintptr_t>(left.getPtr()) < reinterpret_cast<std::uintptr_t>(right.getPtr());
 }
 /// @}
 

@@ -4,7 +4,7 @@
 #include "blocxx/IntrusiveCountableBase.hpp"
 #include "blocxx/ReferenceHelpers.hpp"
 
-#include <functional>
+#include <cstdint>
 #include <utility>
 
 namespace blocxx
@@ -175,7 +175,7 @@ bool operator!=(T* left, const IntrusiveReference<T>& right) noexcept
 template <class T>
 bool operator<(const IntrusiveReference<T>& left, const IntrusiveReference<T>& right) noexcept
 {
-    return std::less<T*>()(left.getPtr(), right.getPtr());
+    return reinterpret_cast<std::uintptr_t>(left.getPtr()) < reinterpret_cast<std::uintptr_t>(right.getPtr());
 }
 
 } // namespace blocxx

@@ -4,10 +4,10 @@
 /// The logging statements; included through Logger.hpp.
 
 #include "blocxx/ErrnoKeeper.hpp"
+#include "blocxx/internal/LogText.hpp"
 
-#include <locale>
 #include <new>
-#include <sstream>
+#include <ostream>
 
 /// @internal Statements that write records: without memory for a record it is dropped, and nothing else fails.
 #define BLOCXX_LOG_UNFAILING(statements)                                                                               \
@@ -61,9 +61,9 @@
 /// As above, with a message of the form `"port " << port`.
 #define BLOCXX_SLOG_ADMITTED(logger, LEVEL, CATEGORY, message)                                                         \
     BLOCXX_LOG_WHERE(::blocxx::Logger::asLogger(logger).getLogLevel() >= ::blocxx::LEVEL,                              \
-                     ::std::ostringstream blocxxMessage;                                                               \
-                     blocxxMessage.imbue(::std::locale::classic()); blocxxMessage << message;                          \
-                     BLOCXX_LOG_RECORD(logger, ::blocxx::Logger::CATEGORY, blocxxMessage.str()))
+                     ::blocxx::Internal::LogText blocxxMessage;                                                        \
+                     blocxxMessage.stream() << message;                                                                \
+                     BLOCXX_LOG_RECORD(logger, ::blocxx::Logger::CATEGORY, blocxxMessage.text()))
 // NOLINTEND(bugprone-macro-parentheses)
 
 #define BLOCXX_SLOG_FATAL_ERROR(logger, message)                                                                       \

@@ -2,9 +2,7 @@
 
 #include "blocxx/COWReference.hpp"
 
-#include <algorithm>
-#include <functional>
-#include <map>
+#include <map> // and std::less
 #include <utility>
 
 namespace blocxx
@@ -94,6 +92,11 @@ public:
     /// Exchanges the handles; copies no entry.
     void swap(Map& other) noexcept { m_map.swap(other.m_map); }
 
+    template <class K, class V, class C>
+    friend bool operator==(const Map<K, V, C>& left, const Map<K, V, C>& right);
+    template <class K, class V, class C>
+    friend bool operator<(const Map<K, V, C>& left, const Map<K, V, C>& right);
+
 private:
     /// What all new maps of this type share. It is never destroyed, so that maps can be made at any time of a process's
     /// life.
@@ -117,13 +120,13 @@ void swap(Map<Key, T, Compare>& left, Map<Key, T, Compare>& right) noexcept
 template <class Key, class T, class Compare>
 bool operator==(const Map<Key, T, Compare>& left, const Map<Key, T, Compare>& right)
 {
-    return left.size() == right.size() && std::equal(left.begin(), left.end(), right.begin());
+    return left.map() == right.map();
 }
 
 template <class Key, class T, class Compare>
 bool operator<(const Map<Key, T, Compare>& left, const Map<Key, T, Compare>& right)
 {
-    return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end());
+    return left.map() < right.map();
 }
 
 } // namespace blocxx

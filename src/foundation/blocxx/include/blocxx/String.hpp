@@ -8,6 +8,8 @@
 #include <cstring>
 #include <iosfwd>
 #include <string>
+#include <string_view>
+#include <type_traits>
 #include <utility>
 
 namespace blocxx
@@ -39,6 +41,11 @@ public:
     explicit String(const char* text, std::size_t length) : m_text(orEmpty(text), text == nullptr ? 0 : length) {}
     String(const std::string& text) : m_text(text) {}
     String(std::string&& text) noexcept : m_text(std::move(text)) {}
+    /// For a std::string_view alone: what converts to one and to a std::string as well is not left without a choice.
+    template <class View, class = std::enable_if_t<std::is_same_v<View, std::string_view>>>
+    explicit String(View text) : m_text(text)
+    {
+    }
     explicit String(char c) : m_text(1, c) {}
     /// @name Decimal numbers
     /// @{
@@ -46,6 +53,8 @@ public:
     explicit String(UInt32 number);
     explicit String(Int64 number);
     explicit String(UInt64 number);
+    explicit String(long long number);
+    explicit String(unsigned long long number);
     /// @}
     /// @name Numbers with at most 8 or 16 significant digits, as printf's "%.8g" and "%.16g" write them in the C locale
     /// @{
@@ -59,6 +68,17 @@ public:
     /// Terminated, never null; valid until the string changes or goes.
     const char* c_str() const noexcept { return m_text.c_str(); }
     String toString() const { return *this; }
+    /// Valid until the string changes or goes.
+    operator std::string_view() const noexcept { return m_text; }
+
+    /// @name The bytes, for a range-based for
+    /// Valid until the string changes in another way or goes.
+    /// @{
+    const char* begin() const noexcept { return m_text.data(); }
+    const char* end() const noexcept { return m_text.data() + m_text.size(); }
+    char* begin() noexcept { return m_text.data(); }
+    char* end() noexcept { return m_text.data() + m_text.size(); }
+    /// @}
 
     /// The byte at `index`; NUL at the end and beyond it.
     char charAt(std::size_t index) const noexcept { return index < m_text.size() ? m_text[index] : '\0'; }
@@ -130,12 +150,19 @@ public:
     StringArray tokenize(const char* delimiters = " \n\r\t\v") const;
 
     /// @name Conversion to numbers
-    /// The whole text has to be digits of the base: no sign, no white space, no prefix. `errno` is left alone.
+    /// The whole text has to be digits of the base: no white space, no prefix, and no sign but a minus in front of what
+    /// becomes a signed number. `errno` is left alone.
     /// @param base 2 to 36
     /// @throws StringConversionException for anything else, and for a number that does not fit
     /// @{
+    UInt8 toUInt8(int base = 10) const;
     UInt16 toUInt16(int base = 10) const;
+    UInt32 toUInt32(int base = 10) const;
     UInt64 toUInt64(int base = 10) const;
+    Int8 toInt8(int base = 10) const;
+    Int16 toInt16(int base = 10) const;
+    Int32 toInt32(int base = 10) const;
+    Int64 toInt64(int base = 10) const;
     /// @}
 
 private:
@@ -245,3 +272,10 @@ inline String operator+(char left, const String& right)
 BLOCXX_COMMON_API std::ostream& operator<<(std::ostream& out, const String& text);
 
 } // namespace blocxx
+
+/// For unordered containers; the same as the hash of a std::string_view of the bytes.
+template <>
+struct std::hash<blocxx::String>
+{
+    std::size_t operator()(const blocxx::String& text) const noexcept { return std::hash<std::string_view>()(text); }
+};

@@ -3,6 +3,8 @@
 #include "blocxx/BLOCXX_config.h"
 #include "blocxx/DateTime.hpp"
 
+#include <chrono>
+
 namespace blocxx
 {
 
@@ -19,6 +21,27 @@ public:
         E_RELATIVE,
         E_RELATIVE_WITH_RESET
     };
+
+    /// @name From what <chrono> measures
+    /// A span is that of `relative`, a moment that of `absolute`: `connection.setTimeouts(std::chrono::seconds(5))`.
+    /// @{
+    template <class Number, class Unit>
+    Timeout(const std::chrono::duration<Number, Unit>& span) noexcept
+        : Timeout(E_RELATIVE, DateTime(), std::chrono::duration<float>(span).count())
+    {
+    }
+    template <class Duration>
+    Timeout(const std::chrono::time_point<std::chrono::system_clock, Duration>& moment) noexcept
+        : Timeout(atMoment(std::chrono::floor<std::chrono::microseconds>(moment.time_since_epoch())))
+    {
+    }
+    /// The moment of the wall clock that this one is now.
+    template <class Duration>
+    Timeout(const std::chrono::time_point<std::chrono::steady_clock, Duration>& moment) noexcept
+        : Timeout(std::chrono::system_clock::now() + (moment - std::chrono::steady_clock::now()))
+    {
+    }
+    /// @}
 
     /// Expires at a moment of the wall clock. What is left is measured when an operation starts; setting the clock
     /// during the operation changes nothing.
@@ -42,6 +65,8 @@ public:
     float getRelative() const noexcept { return m_seconds; }
 
 private:
+    static Timeout atMoment(std::chrono::microseconds sinceTheEpoch) noexcept;
+
     constexpr Timeout(ETimeoutType type, DateTime moment, float seconds) noexcept
         : m_type(type), m_seconds(seconds), m_moment(moment)
     {

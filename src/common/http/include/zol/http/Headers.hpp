@@ -1,11 +1,12 @@
 #pragma once
 
-#include "blocxx/Array.hpp" // lets COWReference share a vector
+#include "blocxx/Array.hpp"
 #include "blocxx/COWReference.hpp"
 #include "blocxx/String.hpp"
 #include "zol/Export.hpp"
 
 #include <cstddef>
+#include <initializer_list>
 #include <iosfwd>
 #include <utility>
 #include <vector>
@@ -39,8 +40,8 @@ public:
 /// one object is changed by one thread at a time.
 ///
 /// @code
-/// HTTP::Headers headers;
-/// headers.addHeader("Accept", "text/plain");
+/// HTTP::Headers headers{{"Accept", "text/plain"}};
+/// headers.addHeader("Accept-Language", "en");
 /// const blocxx::String accepted = headers.getHeaderValue("accept");
 /// @endcode
 class ZOL_API Headers
@@ -49,6 +50,8 @@ public:
     using const_iterator = std::vector<Header>::const_iterator;
 
     Headers();
+    /// The lines in their order: `Headers{{"Accept", "text/plain"}, {"User-Agent", "example/1.0"}}`.
+    Headers(std::initializer_list<Header> lines);
     // Copies only: a moved-from collection stays usable, and a copy costs no more than a count.
     Headers(const Headers&) = default;
     Headers& operator=(const Headers&) = default;
@@ -61,6 +64,12 @@ public:
     /// The value of the first header of that name, compared without regard to ASCII case (RFC 9110, section 5.1); empty
     /// if there is none. An absent header and an empty value look alike.
     blocxx::String getHeaderValue(const blocxx::String& name) const;
+
+    /// Whether there is a header of that name, also one with an empty value; compared in the same way.
+    bool has(const blocxx::String& name) const;
+
+    /// The values of all headers of that name, in their order; compared in the same way.
+    blocxx::Array<blocxx::String> getAll(const blocxx::String& name) const;
 
     /// Appends a line, also when the name is there already. The arguments may belong to this collection.
     void addHeader(const blocxx::String& name, const blocxx::String& value);

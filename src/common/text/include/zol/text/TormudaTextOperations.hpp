@@ -5,9 +5,9 @@
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
 #include "blocxx/String.hpp"
+#include "zol/Export.hpp"
 
 #include <ostream>
-#include <sstream>
 #include <utility>
 
 /// @file
@@ -22,22 +22,37 @@
 namespace ZOLNS2
 {
 
-/// What the value's output operator writes.
-template <class T>
-blocxx::String toString(const T& value);
-
-/// "[first,second]"
-template <class A, class B>
-blocxx::String toString(const std::pair<A, B>& value);
-
-template <class T>
-blocxx::String toString(const T& value)
+namespace TextOperationsDetail
 {
-    std::ostringstream out;
-    out << value;
-    return out.str();
+
+/// A value of any type that has an output operator. Valid while the value is.
+class Printable
+{
+public:
+    template <class T, class = decltype(std::declval<std::ostream&>() << std::declval<const T&>())>
+    Printable(const T& value) // NOLINT(google-explicit-constructor, bugprone-forwarding-reference-overload)
+        : m_value(&value), m_print([](std::ostream& out, const void* it) { out << *static_cast<const T*>(it); })
+    {
+    }
+
+    ZOL_API blocxx::String text() const;
+
+private:
+    const void* m_value;
+    void (*m_print)(std::ostream&, const void*);
+};
+
+} // namespace TextOperationsDetail
+
+/// What the value's output operator writes. Any other function `toString` that takes the value, also as an object of a base
+/// class, is preferred, so that a using directive for this namespace changes the meaning of no call.
+template <class = void>
+blocxx::String toString(const TextOperationsDetail::Printable& value)
+{
+    return value.text();
 }
 
+/// "[first,second]"
 template <class A, class B>
 blocxx::String toString(const std::pair<A, B>& value)
 {
