@@ -9,12 +9,14 @@ LIBRARIES = (BEAST, CURL, POCO, GMIME)
 
 @dataclass(frozen=True)
 class Target:
-    """At most `limit`, and for each name in `times` at most that many times what it costs there."""
+    """At most `limit`, and for each name in `times` at most that many times what it costs there. `once`: what is limited is
+    our cost with repeated string instructions taken once, for a work that has to copy every byte."""
     limit: float | None = None
     times: dict[str, float] = field(default_factory=dict)
+    once: bool = False
 
     def __str__(self):
-        texts = [] if self.limit is None else [f"≤ {number(self.limit)}"]
+        texts = [] if self.limit is None else [f"≤ {number(self.limit)}{' (rep once)' if self.once else ''}"]
         texts += [f"≤ {other}" if factor == 1 else f"≤ {factor:.4g} × {other}" for other, factor in self.times.items()]
         return ", ".join(texts)
 
@@ -38,7 +40,7 @@ class Row:
 
     @property
     def is_met(self):
-        return self.target.is_met(self.values)
+        return self.target.is_met({**self.values, OURS: self.once} if self.target.once else self.values)
 
     @property
     def against(self):

@@ -43,6 +43,11 @@ class Rows(unittest.TestCase):
     def test_what_nobody_else_does_has_no_ratio(self):
         self.assertIsNone(Row("a growth", {OURS: 3}).ratio)
 
+    def test_a_target_for_string_instructions_taken_once_looks_at_that_cost(self):
+        self.assertTrue(Row("a copy", {OURS: 1.25}, Target(0.5, once=True), once=0.25).is_met)
+        self.assertFalse(Row("a copy", {OURS: 1.25}, Target(0.5), once=0.25).is_met)
+        self.assertEqual(str(Target(0.5, once=True)), "≤ 0.5 (rep once)")
+
     def test_numbers_are_short(self):
         for value, text in ((12345.6, "12 346"), (99.96, "99.96"), (1.5, "1.5"), (0.0123456, "0.0123"), (0, "0"),
                             (0.000312, "0.000312")):
