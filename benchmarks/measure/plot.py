@@ -5,7 +5,7 @@ from xml.sax.saxutils import escape
 from .row import BARE, BEAST, CURL, GMIME, LIBRARIES, OURS, POCO
 
 COLOURS = {OURS: "#1a1a1a", BARE: "#8c8c8c", BEAST: "#d1495b", CURL: "#00798c", POCO: "#edae49", GMIME: "#7b5ea7"}
-LABELS, WIDTH, LINE, TOP = 520, 460, 18, 56
+LABELS, WIDTH, LINE, TOP = 570, 460, 18, 56
 # What is further away stands at the border, with an arrow.
 LEAST, MOST = 1 / 10, 100
 

@@ -17,7 +17,7 @@ class Target:
 
     def __str__(self):
         texts = [] if self.limit is None else [f"≤ {number(self.limit)}{' (rep once)' if self.once else ''}"]
-        texts += [f"≤ {other}" if factor == 1 else f"≤ {factor:.4g} × {other}" for other, factor in self.times.items()]
+        texts += [f"≤ {other}" if factor == 1 else f"≤ {factor:.3g} × {other}" for other, factor in self.times.items()]
         return ", ".join(texts)
 
     def is_met(self, values):
