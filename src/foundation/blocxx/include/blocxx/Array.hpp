@@ -19,6 +19,7 @@ BLOCXX_DECLARE_APIEXCEPTION(OutOfBounds, BLOCXX_COMMON_API)
 namespace ArrayDetail
 {
 
+/// Throws the OutOfBoundsException of an array of `size` elements.
 [[noreturn]] BLOCXX_COMMON_API void throwOutOfBounds(std::size_t size, std::size_t index);
 
 } // namespace ArrayDetail
@@ -110,6 +111,7 @@ public:
     reference front() { return m_vector->front(); }
     reference back() { return m_vector->back(); }
 
+    /// Whether an element is equal to `value`.
     bool contains(const T& value) const
     {
         for (const T& element : vector())
@@ -125,6 +127,7 @@ public:
     void reserve(size_type count) { m_vector->reserve(count); }
     void push_back(const T& value) { m_vector->push_back(value); }
     void push_back(T&& value) { m_vector->push_back(std::move(value)); }
+    /// As push_back().
     void append(const T& value) { push_back(value); }
     void pop_back() { m_vector->pop_back(); }
 

@@ -18,7 +18,9 @@ class DirectOutput;
 struct FailureReason;
 } // namespace Internal
 
+/// The bytes of a buffer that is given no size.
 const std::size_t BASE_BUF_SIZE = 256;
+/// The bytes that a content is asked for at a time.
 const std::size_t HTTP_BUF_SIZE = 4096;
 
 /// A stream buffer over a device that subclasses supply through two hooks, `buffer_from_device` and
@@ -59,6 +61,7 @@ const std::size_t HTTP_BUF_SIZE = 4096;
 class BLOCXX_COMMON_API BaseStreamBuffer : public std::streambuf
 {
 public:
+    /// Which sides the buffer has.
     enum EDirectionFlag
     {
         E_IN,
@@ -90,6 +93,7 @@ public:
     BaseStreamBuffer& operator=(const BaseStreamBuffer&) = delete;
     ~BaseStreamBuffer() override;
 
+    /// How the input ended, if it has.
     EInputState inputState() const { return m_inputState; }
 
     /// The `errno` value of the input's failure, 0 if the input has not failed. It is the error code of an exception
@@ -112,6 +116,7 @@ public:
 
     /// As inputError() and inputErrorText(), for the first write that failed.
     int outputError() const { return m_outputError; }
+    /// The reason for the failed output in words; empty if there is none.
     String outputErrorText() const { return m_outputErrorText; }
 
     /// Names the stream on which badbit is set when the input fails; null for none. The stream must outlive its
@@ -127,6 +132,7 @@ protected:
         E_NEGATIVE_FAILS ///< a failure, the reason in `errno`
     };
 
+    /// As the public one, and what a negative result of buffer_from_device() means.
     BaseStreamBuffer(EDirectionFlag direction, std::size_t bufSize, ENegativeResult negativeResult);
 
     int_type underflow() override;
@@ -137,7 +143,9 @@ protected:
 
     /// Drops unread input and pending output; the input counts as open again and the output as sent.
     virtual void initBuffers();
+    /// Allocates the buffer of the input.
     virtual void initGetBuffer();
+    /// Allocates the buffer of the output.
     virtual void initPutBuffer();
 
     /// Writes all of n bytes. @return negative on failure, the reason in `errno`; the bytes are lost then. An exception

@@ -32,6 +32,12 @@ struct Count
 ///
 /// What the object's destructor throws is dropped. Threads: references that share an object may be used on different
 /// threads; one reference is modified by one thread at a time.
+///
+/// @code
+/// const blocxx::COWReference<std::vector<int>> first(new std::vector<int>(3));
+/// blocxx::COWReference<std::vector<int>> second = first; // shares the vector
+/// second->push_back(4);                                  // copies it first
+/// @endcode
 template <class T>
 class COWReference
 {

@@ -18,12 +18,14 @@ T* COWReferenceClone(T* object)
     return object->clone();
 }
 
+/// A copy of the elements, which the caller owns.
 template <class T>
 std::vector<T>* COWReferenceClone(std::vector<T>* object)
 {
     return new std::vector<T>(*object);
 }
 
+/// A copy of the elements, which the caller owns.
 template <class Key, class T, class Compare>
 std::map<Key, T, Compare>* COWReferenceClone(std::map<Key, T, Compare>* object)
 {

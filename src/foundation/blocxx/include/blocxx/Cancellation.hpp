@@ -35,6 +35,7 @@ public:
     /// `errno`. Not a cancellation point of the thread.
     void cancel() const noexcept;
 
+    /// Whether cancel() was called, in this process or before a fork.
     bool isCancelled() const noexcept;
 
     /// For poll(2) beside other descriptors: readable once the handle is cancelled. It stays the handle's, and is only

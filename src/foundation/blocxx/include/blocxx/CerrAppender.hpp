@@ -10,6 +10,7 @@ namespace blocxx
 class BLOCXX_COMMON_API CerrAppender : public LogAppender
 {
 public:
+    /// The pattern to use where the program has none of its own.
     static const GlobalString STR_DEFAULT_MESSAGE_PATTERN;
 
     /// @throws LogMessagePatternFormatterException

@@ -16,9 +16,13 @@ class StringBuffer;
 template <class T>
 class Array;
 
+/// Strings in order.
 using StringArray = Array<String>;
+/// A counted handle to a logger.
 using LoggerRef = IntrusiveReference<Logger>;
+/// A counted handle to an appender.
 using LogAppenderRef = IntrusiveReference<LogAppender>;
+/// A counted handle to a TLS context; null for plain TCP.
 using SSLClientCtxRef = IntrusiveReference<SSLClientCtx>;
 
 } // namespace blocxx

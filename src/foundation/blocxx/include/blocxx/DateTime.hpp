@@ -14,14 +14,19 @@ class BLOCXX_COMMON_API DateTime
 public:
     /// The epoch.
     constexpr DateTime() noexcept : m_seconds(0), m_microseconds(0) {}
+    /// @param seconds since the epoch
+    /// @param microseconds beyond them
     constexpr explicit DateTime(std::time_t seconds, std::uint32_t microseconds = 0) noexcept
         : m_seconds(seconds), m_microseconds(microseconds)
     {
     }
 
+    /// The time of the wall clock.
     static DateTime getCurrent();
 
+    /// Whole seconds since the epoch.
     constexpr std::time_t get() const noexcept { return m_seconds; }
+    /// The microseconds beyond the second.
     constexpr std::uint32_t getMicrosecond() const noexcept { return m_microseconds; }
 
 private:

@@ -24,7 +24,9 @@ namespace blocxx
 class BLOCXX_COMMON_API Exception : public std::exception
 {
 public:
+    /// The id of a class that has none of its own.
     static constexpr int UNKNOWN_SUBCLASS_ID = -1;
+    /// The code of an exception that has none.
     static constexpr int UNKNOWN_ERROR_CODE = -1;
 
     ~Exception() noexcept override;
@@ -42,8 +44,11 @@ public:
 
     /// The source file or unit that threw; never null, empty when there is none.
     const char* getFile() const noexcept;
+    /// The line in getFile().
     int getLine() const noexcept { return m_line; }
+    /// What the thrower gave, an `errno` value or a status in most cases; -1 for none.
     int getErrorCode() const noexcept { return m_errorCode; }
+    /// The number of the class in ExceptionIds.hpp; -1 for none.
     int getSubClassId() const noexcept { return m_subClassId; }
     /// The exception that led to this one, owned by this one; null when there is none.
     const Exception* getSubException() const noexcept { return m_otherException.get(); }
@@ -61,7 +66,9 @@ protected:
     Exception& operator=(const Exception& other) noexcept;
 
     void swap(Exception& other) noexcept;
+    /// For the constructors of derived classes.
     void setSubClassId(int subClassId) noexcept { m_subClassId = subClassId; }
+    /// For the constructors of derived classes.
     void setErrorCode(int errorCode) noexcept { m_errorCode = errorCode; }
 
 private:
@@ -81,8 +88,11 @@ BLOCXX_COMMON_API std::ostream& operator<<(std::ostream& out, const Exception& e
 /// They are logged in the error category of component "blocxx.Exception", with `description`, which tells where the
 /// exception was caught. What the appender throws passes through.
 /// @{
+/// One of an unknown type.
 BLOCXX_COMMON_API void logErroneousException(const char* description);
+/// With what() of the exception.
 BLOCXX_COMMON_API void logErroneousException(const char* description, const std::exception& exception);
+/// With the text form of the exception.
 BLOCXX_COMMON_API void logErroneousException(const char* description, const Exception& exception);
 /// @}
 

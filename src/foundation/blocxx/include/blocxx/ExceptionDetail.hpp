@@ -18,6 +18,8 @@ BLOCXX_COMMON_API void portable_strerror_r(int errnum, char* buffer, unsigned si
 class BLOCXX_COMMON_API FormatMsg
 {
 public:
+    /// @param msg null counts as empty
+    /// @param errnum an `errno` value
     FormatMsg(const char* msg, int errnum);
     FormatMsg(const FormatMsg&) = delete;
     FormatMsg& operator=(const FormatMsg&) = delete;

@@ -6,6 +6,7 @@
 namespace blocxx::ExceptionIds
 {
 
+/// The subclass ids. A number is never changed or used again.
 enum EExceptionIds : int
 {
     UnknownHostExceptionId = -9,

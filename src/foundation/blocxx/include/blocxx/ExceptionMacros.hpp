@@ -29,8 +29,11 @@
         void rethrow() const override;                                                                                 \
     };
 
+/// Declares class NAMEException, an Exception, exported by LINKAGE.
 #define BLOCXX_DECLARE_APIEXCEPTION(NAME, LINKAGE) BLOCXX_DECLARE_APIEXCEPTION2(NAME, ::blocxx::Exception, LINKAGE)
+/// Declares class NAMEException, a BASE, for the program alone.
 #define BLOCXX_DECLARE_EXCEPTION2(NAME, BASE) BLOCXX_DECLARE_APIEXCEPTION2(NAME, BASE, )
+/// Declares class NAMEException, an Exception, for the program alone.
 #define BLOCXX_DECLARE_EXCEPTION(NAME) BLOCXX_DECLARE_APIEXCEPTION2(NAME, ::blocxx::Exception, )
 
 /// The members of NAMEException; ID is the expression that becomes its subclass id.
@@ -56,6 +59,7 @@
 
 /// The subclass id stays what the thrower passed; BASE's own id, if it has one, takes the place of -1.
 #define BLOCXX_DEFINE_EXCEPTION2(NAME, BASE) BLOCXX_DEFINE_EXCEPTION_MEMBERS(NAME, BASE, subClassId)
+/// The same for a class that was declared without a base.
 #define BLOCXX_DEFINE_EXCEPTION(NAME) BLOCXX_DEFINE_EXCEPTION2(NAME, ::blocxx::Exception)
 
 /// A subclass id of -1 becomes ID; any other stays.
@@ -66,6 +70,7 @@
 /// The id is that of the class's name in ExceptionIds.
 #define BLOCXX_DEFINE_EXCEPTION_WITH_BASE_AND_ID(NAME, BASE)                                                           \
     BLOCXX_DEFINE_EXCEPTION_WITH_BASE_AND_ID_AUX(NAME, BASE, ::blocxx::ExceptionIds::NAME##ExceptionId)
+/// The same for a class that was declared without a base.
 #define BLOCXX_DEFINE_EXCEPTION_WITH_ID(NAME) BLOCXX_DEFINE_EXCEPTION_WITH_BASE_AND_ID(NAME, ::blocxx::Exception)
 
 // NOLINTEND(bugprone-macro-parentheses)

@@ -11,9 +11,16 @@ namespace blocxx
 /// because it is opened again as soon as its name is gone or belongs to another file.
 ///
 /// Nothing is thrown after construction: a record that cannot be written is dropped, and the next one tries again.
+///
+/// @code
+/// blocxx::LogAppender::setDefaultLogAppender(blocxx::LogAppenderRef(
+///     new blocxx::FileAppender(blocxx::LogAppender::ALL_COMPONENTS, blocxx::LogAppender::ALL_CATEGORIES, "fetch.log",
+///                              "%d %-6p %c: %m")));
+/// @endcode
 class BLOCXX_COMMON_API FileAppender : public LogAppender
 {
 public:
+    /// The pattern to use where the program has none of its own.
     static const GlobalString STR_DEFAULT_MESSAGE_PATTERN;
 
     /// @param flushLog whether each record is written at once; otherwise they gather, and the last ones are written

@@ -107,6 +107,7 @@ Argument argumentOf(const T& argument) noexcept
 class BLOCXX_COMMON_API Format
 {
 public:
+    /// The placeholders are %1 to %9.
     static constexpr std::size_t MAX_ARGUMENTS = 9;
 
     /// @param format null counts as empty
@@ -122,7 +123,9 @@ public:
     Format& operator=(const Format&) = default;
     virtual ~Format();
 
+    /// The text.
     operator String() const { return m_text; }
+    /// The text.
     String toString() const { return m_text; }
     /// Valid as long as this object lives.
     const char* c_str() const noexcept { return m_text.c_str(); }

@@ -11,6 +11,7 @@ namespace blocxx
 /// Makes the array of a GlobalStringArray: the words of the text.
 struct GlobalStringArrayFactory
 {
+    /// The words of `text`. The caller owns the array.
     static StringArray* create(const char* text) { return new StringArray(String(text).tokenize()); }
 };
 

@@ -15,6 +15,8 @@ namespace blocxx
 class BLOCXX_COMMON_API IOIFCStreamBuffer : public BaseStreamBuffer
 {
 public:
+    /// @param dev     not owned; outlives the buffer
+    /// @param bufSize bytes for each direction
     explicit IOIFCStreamBuffer(IOIFC* dev, EDirectionFlag direction = E_IN_OUT, int bufSize = 65536);
     ~IOIFCStreamBuffer() override;
 

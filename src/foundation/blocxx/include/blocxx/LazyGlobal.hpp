@@ -12,6 +12,7 @@ namespace blocxx
 template <class T, class Pod>
 struct LazyGlobalDefaultFactory
 {
+    /// An object made of `datum`. The caller owns it.
     static T* create(const Pod& datum) { return new T(datum); }
 };
 
@@ -19,6 +20,7 @@ struct LazyGlobalDefaultFactory
 template <class T>
 struct LazyGlobalDefaultConstructor
 {
+    /// A default-constructed object. The caller owns it.
     static T* create(int) { return new T(); }
 };
 
@@ -42,6 +44,7 @@ struct LazyGlobal
         }
     }
 
+    /// The object, which is created now if it is not there.
     T& get() const
     {
         T* const instance = m_instance.load(std::memory_order_acquire);
@@ -84,6 +87,7 @@ private:
 template <class T>
 struct DefaultConstructedLazyGlobal
 {
+    /// The global itself.
     using type = LazyGlobal<T, int, LazyGlobalDefaultConstructor<T>>;
 };
 

@@ -32,6 +32,10 @@ using LoggerConfigMap = Map<String, String>;
 ///
 /// Threads: everything static may be called on any thread at any time, and records may arrive on several threads at
 /// once; a subclass serialises its own output.
+///
+/// @code
+/// blocxx::LogAppender::setDefaultLogAppender(blocxx::LogAppenderRef(new blocxx::CerrAppender)); // logs everything
+/// @endcode
 class BLOCXX_COMMON_API LogAppender : public IntrusiveCountableBase
 {
 public:
@@ -56,7 +60,9 @@ public:
     /// Formats and processes the record if its component and its category are both enabled.
     void logMessage(const LogMessage& message) const;
 
+    /// Whether the appender takes records of the category.
     bool categoryIsEnabled(const String& category) const;
+    /// Whether the appender takes records of the component in the category.
     bool componentAndCategoryAreEnabled(const String& component, const String& category) const;
 
     /// The level of the most verbose category that the appender takes. It says nothing about the less verbose ones:
@@ -76,13 +82,19 @@ public:
 
     /// The one element "*", which means everything.
     static const GlobalStringArray ALL_COMPONENTS;
+    /// As ALL_COMPONENTS.
     static const GlobalStringArray ALL_CATEGORIES;
 
+    /// A pattern with the milliseconds since the start, thread, category, component and message.
     static const GlobalString STR_TTCC_MESSAGE_FORMAT;
 
+    /// For createLogAppender(): the log of the system.
     static const GlobalString TYPE_SYSLOG;
+    /// For createLogAppender(): standard error.
     static const GlobalString TYPE_STDERR;
+    /// For createLogAppender(): a file.
     static const GlobalString TYPE_FILE;
+    /// For createLogAppender(): nowhere.
     static const GlobalString TYPE_NULL;
 
 protected:
@@ -110,6 +122,7 @@ private:
 class BLOCXX_COMMON_API LogAppenderScope
 {
 public:
+    /// @param appender as for LogAppender::setThreadLogAppender()
     explicit LogAppenderScope(const LogAppenderRef& appender);
     LogAppenderScope(const LogAppenderScope&) = delete;
     LogAppenderScope& operator=(const LogAppenderScope&) = delete;

@@ -18,11 +18,17 @@ struct BLOCXX_COMMON_API LogMessage
     {
     }
 
+    /// Who logs: "zol.common.http".
     String component;
+    /// "ERROR", "DEBUG3", or one of the program's own.
     String category;
+    /// The text.
     String message;
+    /// The source file; null for none. Not owned.
     const char* filename;
+    /// The line in it; -1 for none.
     int fileline;
+    /// The function; null for none. Not owned.
     const char* methodname;
 };
 

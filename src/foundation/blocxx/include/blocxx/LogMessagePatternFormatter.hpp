@@ -40,6 +40,7 @@ struct LogMessagePatternPiece;
 class BLOCXX_COMMON_API LogMessagePatternFormatter
 {
 public:
+    /// The pattern to use where the program has none of its own.
     static const GlobalString STR_DEFAULT_MESSAGE_PATTERN;
 
     /// @throws LogMessagePatternFormatterException

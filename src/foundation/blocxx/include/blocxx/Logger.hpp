@@ -30,6 +30,8 @@ BLOCXX_DECLARE_APIEXCEPTION(Logger, BLOCXX_COMMON_API)
 class BLOCXX_COMMON_API Logger : public IntrusiveCountableBase
 {
 public:
+    /// @name The names of the categories
+    /// @{
     static const GlobalString STR_NONE_CATEGORY;
     static const GlobalString STR_FATAL_CATEGORY;
     static const GlobalString STR_ERROR_CATEGORY;
@@ -39,6 +41,8 @@ public:
     static const GlobalString STR_DEBUG2_CATEGORY;
     static const GlobalString STR_DEBUG3_CATEGORY;
     static const GlobalString STR_ALL_CATEGORY;
+    /// @}
+    /// The component of a logger that is given none.
     static const GlobalString STR_DEFAULT_COMPONENT;
 
     /// Error codes of LoggerException.
@@ -58,6 +62,7 @@ public:
         takeAppender();
     }
 
+    /// The same with a name that is copied.
     Logger(const String& defaultComponent, const LogAppenderRef& appender = LogAppenderRef())
         : m_component(defaultComponent), m_appender(appender), m_level(E_NONE_LEVEL)
     {
@@ -73,11 +78,16 @@ public:
 
     void swap(Logger& other) noexcept;
 
+    /// The most verbose level that is logged.
     ELogLevel getLogLevel() const { return m_level; }
+    /// The appender still takes only its own categories.
     void setLogLevel(ELogLevel level) { m_level = level; }
+    /// As stringToLogLevel().
     void setLogLevel(const String& level) { m_level = stringToLogLevel(level); }
 
+    /// The component of records that name none.
     String getDefaultComponent() const { return component(); }
+    /// @param component copied
     void setDefaultComponent(const String& component);
 
     /// @name Handing a record to the appender
@@ -111,9 +121,11 @@ public:
                    const char* methodname = nullptr) const;
     /// @}
 
+    /// Whether the logger's level admits records of that level.
     bool levelIsEnabled(ELogLevel level) const { return m_level >= level; }
     /// Whether the appender takes such records.
     bool categoryIsEnabled(const String& category) const;
+    /// Whether the appender takes such records of the component.
     bool componentAndCategoryAreEnabled(const String& component, const String& category) const;
 
     /// The level of a category's name in any case; E_FATAL_ERROR_LEVEL for an unknown one.
@@ -121,7 +133,9 @@ public:
     /// The category of a level; "NONE" for a number that is not a level.
     static String logLevelToString(ELogLevel level);
 
+    /// For the macros, which take loggers and handles.
     static const Logger& asLogger(const Logger& logger) { return logger; }
+    /// @throws NULLReferenceException for a null handle
     static const Logger& asLogger(const LoggerRef& logger) { return *logger; }
 
 private:

@@ -30,6 +30,7 @@
         }                                                                                                              \
     } while (false)
 
+/// @internal Writes one record.
 #define BLOCXX_LOG_RECORD(logger, category, message)                                                                   \
     ::blocxx::Logger::asLogger(logger).logMessage(category, (message), __FILE__, __LINE__, __PRETTY_FUNCTION__)
 
@@ -39,6 +40,7 @@
 /// nothing is logged and when `message` throws. A record for which there is no memory is dropped: the statement does not
 /// throw std::bad_alloc.
 /// @{
+/// @internal Writes a record if the level of the logger admits it.
 #define BLOCXX_LOG_ADMITTED(logger, LEVEL, CATEGORY, message)                                                          \
     BLOCXX_LOG_WHERE(::blocxx::Logger::asLogger(logger).getLogLevel() >= ::blocxx::LEVEL,                              \
                      BLOCXX_LOG_RECORD(logger, ::blocxx::Logger::CATEGORY, message))

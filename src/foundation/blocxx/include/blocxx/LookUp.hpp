@@ -29,6 +29,7 @@ namespace blocxx
 ///   long as the resolver does; the limits are looked at before and after it.
 struct LookUp
 {
+    /// Which addresses to look for.
     enum EFamily
     {
         E_ANY_FAMILY,

@@ -9,7 +9,9 @@ namespace blocxx
 class BLOCXX_COMMON_API MultiAppender : public LogAppender
 {
 public:
+    /// With one member.
     explicit MultiAppender(const LogAppenderRef& appender);
+    /// Members in the order in which they get the records.
     explicit MultiAppender(const Array<LogAppenderRef>& appenders);
     ~MultiAppender() override;
 

@@ -43,6 +43,11 @@ void destroy(T* object) noexcept
 
 /// A counted pointer to any object. Dereferencing a null reference throws NULLReferenceException. Threads: different
 /// references to one object may be used on different threads; one reference is used by one thread at a time.
+///
+/// @code
+/// const blocxx::Reference<std::ostream> out(new std::ofstream("log"));
+/// *out << "shared by all copies of the handle";
+/// @endcode
 template <class T>
 class Reference
 {

@@ -18,6 +18,7 @@ namespace blocxx
 class BLOCXX_COMMON_API SSLOpts
 {
 public:
+    /// What is asked of the peer's certificate.
     enum VerifyMode_t
     {
         MODE_DISABLED,  ///< any certificate is accepted: nothing protects against an impostor

@@ -22,6 +22,7 @@ namespace blocxx
 
 class SocketBaseImpl;
 
+/// The descriptor of a socket.
 using SocketHandle_t = Select_t;
 
 /// A client's stream socket, plain TCP or TLS: a handle on shared state.
@@ -85,19 +86,23 @@ public:
     /// the next connect.
     void setOwnCertificateUsed(bool used);
 
+    /// Whether it was connected and not disconnected since; the peer may have closed.
     bool isConnected() const;
 
     /// Bounds `connect`; infinite at first. Takes effect at the next connect.
     void setConnectTimeout(const Timeout& timeout);
+    /// Bounds a connect, the TLS handshake included.
     Timeout getConnectTimeout() const;
 
     /// Bounds one read: the longest time without a byte of data. Under TLS, session tickets and key updates are not
     /// data.
     void setReceiveTimeout(const Timeout& timeout);
+    /// Bounds each read.
     Timeout getReceiveTimeout() const;
 
     /// Bounds one write: the longest time in which no byte of data leaves.
     void setSendTimeout(const Timeout& timeout);
+    /// Bounds each write, as long as it makes no progress.
     Timeout getSendTimeout() const;
 
     /// Sets all three.
@@ -164,6 +169,7 @@ public:
     /// each connect. The output stream throws `std::ios_base::failure` when a write fails; what is not flushed before
     /// the socket disconnects is dropped. They and another stream buffer over the socket do not mix.
     std::istream& getInputStream();
+    /// The output side; as getInputStream().
     std::ostream& getOutputStream();
 
     /// The address connected to, with the name it was asked for by; UNSET if not connected.
@@ -174,6 +180,7 @@ public:
 
     /// The descriptor, -1 if not connected. The socket owns it.
     Select_t getSelectObj() const override;
+    /// The descriptor, which stays the socket's; -1 if there is none.
     SocketHandle_t getfd() const;
 
     /// OpenSSL's object; null for a plain socket and for one that is not connected. The socket owns it.

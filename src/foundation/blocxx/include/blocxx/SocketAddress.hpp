@@ -22,9 +22,15 @@ BLOCXX_DECLARE_APIEXCEPTION(UnknownHost, BLOCXX_COMMON_API)
 /// An address to connect to: the name that was asked for, a port, and the addresses the name has.
 ///
 /// A value; distinct objects may be used on distinct threads.
+///
+/// @code
+/// const blocxx::SocketAddress address = blocxx::SocketAddress::getByName("www.example.com", 443);
+/// std::cout << address.toString();
+/// @endcode
 class BLOCXX_COMMON_API SocketAddress
 {
 public:
+    /// What an address is.
     enum AddressType
     {
         UNSET,
@@ -49,6 +55,7 @@ public:
     /// the text names the host.
     static SocketAddress getByName(const String& host, unsigned short port, const LookUp& limits);
 
+    /// UNSET for an address that was made without one.
     AddressType getType() const { return m_first.generic.sa_family == AF_UNSPEC ? UNSET : INET; }
 
     /// In host order; 0 for an UNSET address.
@@ -74,6 +81,7 @@ public:
 
     /// The first address as the system calls take it; null and 0 for an UNSET address.
     const sockaddr* getNativeForm() const;
+    /// The bytes of the native form.
     std::size_t getNativeFormSize() const;
 
     /// Takes the address and the port from what a system call gave, keeps the name. A form that is neither IPv4 nor

@@ -7,6 +7,7 @@ namespace blocxx
 class SocketFlags
 {
 public:
+    /// Whether a socket speaks TLS.
     enum ESSLFlag
     {
         E_NOT_SSL, ///< plain TCP

@@ -104,13 +104,16 @@ public:
 
     /// Negative, zero or positive, by the values of unsigned bytes; a proper prefix comes first.
     int compareTo(const String& other) const noexcept { return m_text.compare(other.m_text); }
+    /// The same with a C string.
     int compareTo(const char* other) const noexcept { return m_text.compare(orEmpty(other)); }
     bool equals(const String& other) const noexcept { return m_text == other.m_text; }
     bool equals(const char* other) const noexcept { return m_text == orEmpty(other); }
+    /// Whether the texts differ in nothing but the case of ASCII letters.
     bool equalsIgnoreCase(const String& other) const noexcept
     {
         return length() == other.length() && equalsFolded(other.c_str());
     }
+    /// The same with a C string.
     bool equalsIgnoreCase(const char* other) const noexcept
     {
         return length() == std::strlen(orEmpty(other)) && equalsFolded(orEmpty(other));
@@ -273,9 +276,14 @@ BLOCXX_COMMON_API std::ostream& operator<<(std::ostream& out, const String& text
 
 } // namespace blocxx
 
+namespace std
+{
+
 /// For unordered containers; the same as the hash of a std::string_view of the bytes.
 template <>
-struct std::hash<blocxx::String>
+struct hash<blocxx::String>
 {
     std::size_t operator()(const blocxx::String& text) const noexcept { return std::hash<std::string_view>()(text); }
 };
+
+} // namespace std

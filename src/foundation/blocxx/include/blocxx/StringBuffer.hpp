@@ -24,6 +24,7 @@ class Bool;
 class BLOCXX_COMMON_API StringBuffer
 {
 public:
+    /// The bytes that are allocated first unless told otherwise.
     static constexpr std::size_t BLOCXX_DEFAULT_ALLOCATION_UNIT = 128;
 
     /// @param capacity bytes to make room for, terminator included; 0 means the default

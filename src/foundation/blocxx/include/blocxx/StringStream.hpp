@@ -14,18 +14,22 @@ namespace blocxx
 class BLOCXX_COMMON_API OStringStreamBuf : public BaseStreamBuffer
 {
 public:
+    /// The bytes that are allocated first unless told otherwise.
     static constexpr std::size_t DEFAULT_SIZE = 256;
 
     /// @param size bytes to make room for at the start
     explicit OStringStreamBuf(std::size_t size = DEFAULT_SIZE);
     ~OStringStreamBuf() override;
 
+    /// A copy of the text.
     String toString() const { return String(pbase(), length()); }
     /// Moves the text out; the buffer is empty afterwards.
     String releaseString();
+    /// The bytes collected.
     std::size_t length() const noexcept { return static_cast<std::size_t>(pptr() - pbase()); }
     /// Terminated; valid until the next operation.
     const char* c_str() const noexcept;
+    /// Drops the text.
     void reset() noexcept { setp(pbase(), epptr()); }
 
 protected:

@@ -12,6 +12,7 @@ namespace blocxx
 class BLOCXX_COMMON_API SyslogAppender : public LogAppender
 {
 public:
+    /// The pattern to use where the program has none of its own.
     static const GlobalString STR_DEFAULT_MESSAGE_PATTERN;
 
     /// @param identity the name of the program in the log; not blank

@@ -12,9 +12,16 @@ namespace blocxx
 ///
 /// A span is measured with the monotonic clock. Zero, negative spans, a span that is not a number, and moments in the
 /// past leave no time: the operation fails unless it is ready at once. An infinite span never expires.
+///
+/// @code
+/// options.connectTimeout = blocxx::Timeout::relative(10);
+/// const std::time_t now = blocxx::DateTime::getCurrent().get();
+/// options.deadline = blocxx::Timeout::absolute(blocxx::DateTime(now + 60)); // one moment for several exchanges
+/// @endcode
 class BLOCXX_COMMON_API Timeout
 {
 public:
+    /// What the value is.
     enum ETimeoutType
     {
         E_ABSOLUTE,
@@ -56,6 +63,7 @@ public:
     /// Never expires; the same as `relative` with positive infinity. Usable during static initialisation.
     static const Timeout infinite;
 
+    /// Which of the functions above made it.
     ETimeoutType getType() const noexcept { return m_type; }
 
     /// The moment of an absolute time-out; the epoch for the others.

@@ -26,6 +26,7 @@ class OW_HTTP_API HTTPChunkDecoder
 public:
     /// @name Limits; what is exactly as large is accepted
     /// @{
+    /// The most hexadecimal digits of a chunk's size.
     static constexpr unsigned MAX_SIZE_DIGITS = 16;
     /// Bytes of the line with a chunk's size, without its end.
     static constexpr std::size_t MAX_SIZE_LINE_LENGTH = std::size_t{4} * 1024;
@@ -42,12 +43,15 @@ public:
         E_LEAVE_TRAILER ///< stop in front of it for good: the caller reads it
     };
 
+    /// At the first byte of a body.
     explicit HTTPChunkDecoder(ETrailer trailer = E_TAKE_TRAILER) : m_trailer(trailer) {}
 
     /// Where decoding stopped, in what was to be decoded and in the room for data.
     struct Progress
     {
+        /// Behind the last byte that was taken.
         const char* from;
+        /// Behind the last byte that was written.
         char* to;
     };
 
@@ -83,8 +87,11 @@ public:
         m_dataLeft = 0;
     }
 
+    /// Whether the message has come to its end.
     bool isComplete() const { return m_state == E_COMPLETE; }
+    /// Whether the input is not chunked coding; it stays so.
     bool isBroken() const { return m_state == E_BROKEN; }
+    /// Whether it is complete or broken: no more input is taken.
     bool isOver() const { return m_state >= E_COMPLETE; }
 
 private:

@@ -34,6 +34,7 @@ public:
     explicit HTTPChunkedIStreamBuffer(std::istream& istr);
     ~HTTPChunkedIStreamBuffer() override;
 
+    /// The wrapped stream.
     std::istream& getInputStreamOrig() { return m_istr; }
 
     /// Gets ready for another body, which begins at the position of the wrapped stream: after the former body, if that
@@ -83,8 +84,10 @@ private:
 class OW_HTTP_API HTTPChunkedIStreamBase
 {
 protected:
+    /// @param istr outlives this object
     explicit HTTPChunkedIStreamBase(std::istream& istr) : m_buffer(istr) {}
 
+    /// The buffer of the stream.
     HTTPChunkedIStreamBuffer m_buffer;
 };
 

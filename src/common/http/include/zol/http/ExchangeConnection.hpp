@@ -26,6 +26,7 @@ class ExchangeLink;
 class ZOL_API ExchangeConnection
 {
 public:
+    /// Made by exchange(). @param link not null
     explicit ExchangeConnection(const blocxx::IntrusiveReference<ExchangeLink>& link);
     ExchangeConnection(const ExchangeConnection&);
     ExchangeConnection& operator=(const ExchangeConnection&);
@@ -43,6 +44,7 @@ public:
     /// What TLS has agreed on; none on a plain connection.
     std::optional<blocxx::TlsFacts> getTlsFacts() const;
 
+    /// For the library itself: the connection that the handles share.
     const blocxx::IntrusiveReference<ExchangeLink>& link() const { return m_link; }
 
 private:

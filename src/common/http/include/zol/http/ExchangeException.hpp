@@ -60,7 +60,9 @@ public:
     ExchangeException* clone() const override;
     void rethrow() const override;
 
+    /// What was going on when it failed.
     EPhase phase() const { return m_phase; }
+    /// What went wrong; getMessage() has the words.
     ECause cause() const { return m_cause; }
 
     /// The `errno` value that the system gave; 0 if it gave none.
@@ -72,6 +74,7 @@ public:
     /// Whether the server cannot have acted on the request: a connection that was kept from an earlier exchange ended
     /// before the first byte of a response (RFC 9112, section 9.3.1). The library itself sends nothing again.
     bool isSafeToRepeat() const { return m_isSafeToRepeat; }
+    /// For the library itself, and for programs that pass such a failure on.
     void setSafeToRepeat() { m_isSafeToRepeat = true; }
 
 private:

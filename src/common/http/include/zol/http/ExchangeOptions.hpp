@@ -28,6 +28,7 @@ class ExchangeObserver;
 /// @endcode
 struct ZOL_API ExchangeOptions
 {
+    /// As `bodyLimit`: any number of bytes.
     static constexpr std::uint64_t NO_LIMIT = std::numeric_limits<std::uint64_t>::max();
 
     ExchangeOptions();
@@ -68,6 +69,7 @@ struct ZOL_API ExchangeOptions
     /// Sends the head of a request with content first and waits for the server's "100 Continue" (RFC 9110, section
     /// 10.1.1), at most this long; then the content is sent all the same.
     bool expectContinue = false;
+    /// How long to wait for "100 Continue".
     blocxx::Timeout continueTimeout = blocxx::Timeout::relative(1);
 
     /// The addresses to look for.

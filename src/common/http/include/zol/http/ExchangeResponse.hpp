@@ -56,23 +56,32 @@ public:
     /// What readAll() takes unless told otherwise: 64 MiB.
     static constexpr std::size_t READ_ALL_LIMIT = std::size_t{64} * 1024 * 1024;
 
+    /// What an exchange knows of a response before its body. For the library itself; the members below give its parts.
     struct Head
     {
+        /// As getStatusLine().
         StatusLine statusLine;
+        /// As getHeaders().
         Headers headers;
+        /// As getContentType().
         MIME::ContentTypeHeader contentType;
+        /// As getUrl().
         blocxx::String url;
+        /// As redirectNote().
         blocxx::String redirectNote;
     };
 
+    /// Made by exchange(). @param body not null
     ExchangeResponse(const Head& head, const blocxx::IntrusiveReference<ReceivedBody>& body,
                      const ExchangeConnection& connection);
+    /// Made by exchange(). @param body not null
     ExchangeResponse(Head&& head, const blocxx::IntrusiveReference<ReceivedBody>& body,
                      const ExchangeConnection& connection);
     ExchangeResponse(const ExchangeResponse&);
     ExchangeResponse& operator=(const ExchangeResponse&);
     ~ExchangeResponse();
 
+    /// Version, status code and reason phrase.
     const StatusLine& getStatusLine() const { return m_head.statusLine; }
 
     /// The status code.
@@ -101,6 +110,7 @@ public:
     /// The body, to be read once. It is framed exactly: its reader cannot run into a later response. Never null.
     MIME::ContentRef getContent() const;
 
+    /// How the body ended; E_OPEN until its end has been reported to a reader.
     EBodyEnd bodyEnd() const;
 
     /// How the body ended in words, with the system's, OpenSSL's or zlib's reason, the address or the limit. Empty while

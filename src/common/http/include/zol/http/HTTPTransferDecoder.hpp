@@ -21,9 +21,19 @@ namespace ZOLNS2::HTTP
 ///
 /// A decoder holds its own handle to the connection and so keeps it open for as long as the body may still be read. It
 /// is read once, from front to back, by one reader at a time.
+///
+/// @code
+/// HTTP::HTTPTransferDecoderRef body = HTTP::getTransferDecoder(connection, response.headers);
+/// std::cout << body->istream().rdbuf();
+/// if (!body->bodyIsComplete())
+/// {
+///     std::cerr << "the body was cut\n";
+/// }
+/// @endcode
 class ZOL_API HTTPTransferDecoder : public blocxx::IntrusiveCountableBase
 {
 public:
+    /// Reads nothing. @param connection shared by the decoder
     explicit HTTPTransferDecoder(HTTPConnection connection);
     ~HTTPTransferDecoder() override;
 
@@ -56,6 +66,7 @@ using HTTPTransferDecoderRef = blocxx::IntrusiveReference<HTTPTransferDecoder>;
 class ZOL_API ChunkedTransferDecoder : public HTTPTransferDecoder
 {
 public:
+    /// Reads nothing. @param connection shared by the decoder
     explicit ChunkedTransferDecoder(HTTPConnection connection);
     ~ChunkedTransferDecoder() override;
 
@@ -69,6 +80,7 @@ private:
 class ZOL_API DefaultTransferDecoder : public HTTPTransferDecoder
 {
 public:
+    /// Reads nothing. @param connection shared by the decoder
     explicit DefaultTransferDecoder(HTTPConnection connection);
     ~DefaultTransferDecoder() override;
 

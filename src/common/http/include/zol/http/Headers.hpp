@@ -19,6 +19,7 @@ class Header
 {
 public:
     Header() = default;
+    /// A line of this name and value.
     Header(blocxx::String headerName, blocxx::String headerValue)
         : name(std::move(headerName)), value(std::move(headerValue))
     {
@@ -30,7 +31,9 @@ public:
     {
     }
 
+    /// As given.
     blocxx::String name;
+    /// As given.
     blocxx::String value;
 };
 
@@ -47,6 +50,7 @@ public:
 class ZOL_API Headers
 {
 public:
+    /// Of the lines; random access.
     using const_iterator = std::vector<Header>::const_iterator;
 
     Headers();
@@ -59,6 +63,7 @@ public:
 
     /// Iterators over the lines in order, valid until this object is added to or assigned.
     const_iterator begin() const { return m_headers->begin(); }
+    /// Behind the last line; as begin().
     const_iterator end() const { return m_headers->end(); }
 
     /// The value of the first header of that name, compared without regard to ASCII case (RFC 9110, section 5.1); empty

@@ -54,8 +54,10 @@ private:
 class ZOL_API MIMEContentIStreamBase
 {
 protected:
+    /// @throws as the constructor of MIMEContentIStreamBuf
     explicit MIMEContentIStreamBase(const MIME::ContentRef& content) : m_buffer(content) {}
 
+    /// The buffer of the stream.
     MIMEContentIStreamBuf m_buffer;
 };
 

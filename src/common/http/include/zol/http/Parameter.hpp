@@ -13,6 +13,7 @@ class Parameter
 {
 public:
     Parameter() = default;
+    /// A pair of this name and value.
     Parameter(blocxx::String parameterName, blocxx::String parameterValue)
         : name(std::move(parameterName)), value(std::move(parameterValue))
     {
@@ -24,7 +25,9 @@ public:
     {
     }
 
+    /// As given.
     blocxx::String name;
+    /// As given.
     blocxx::String value;
 };
 

@@ -35,6 +35,7 @@ using EntityBodyRef = blocxx::Reference<PayloadIStream>;
 class ZOL_API Request
 {
 public:
+    /// The TLS client context of a request; null for plain TCP.
     using SSLContextRef = blocxx::IntrusiveReference<blocxx::SSLClientCtx>;
 
     /// @param content the body, or null
@@ -44,9 +45,13 @@ public:
     /// A request without body.
     Request(const RequestLine& line, const Headers& headers, const SSLContextRef& sslContext);
 
+    /// Method, target, version, and the server that it is sent to.
     const RequestLine& getRequestLine() const { return m_requestLine; }
+    /// The headers as they are sent.
     const Headers& getHeaders() const { return m_headers; }
+    /// The body; null for none.
     const MIME::ContentRef& getContent() const { return m_content; }
+    /// The TLS context; null for plain TCP.
     const SSLContextRef& getSSLContext() const { return m_sslContext; }
 
     /// A new stream over the body from its first byte; null if there is no body.

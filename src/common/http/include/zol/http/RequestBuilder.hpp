@@ -42,6 +42,8 @@ namespace ZOLNS2::HTTP
 class ZOL_API RequestBuilder
 {
 public:
+    /// @param method as it goes onto the wire: "GET"; checked by build()
+    /// @param url    where the request goes, and its target
     RequestBuilder(const blocxx::String& method, const Url& url);
 
     /// Adds a header, behind those that were given before.

@@ -40,6 +40,7 @@ public:
 
     /// "http" or "https"
     blocxx::String scheme() const { return m_isSecure ? "https" : "http"; }
+    /// Whether the scheme is "https".
     bool isSecure() const { return m_isSecure; }
 
     /// The name or address, without brackets around an IPv6 address.

@@ -47,6 +47,7 @@ class ZOL_API Content : public blocxx::IntrusiveCountableBase
 public:
     ~Content() override;
 
+    /// The type of the bytes, as a Content-Type header gives it.
     virtual ContentTypeHeader getContentType() = 0;
 
     /// Whether getContentLength() can be asked.

@@ -24,11 +24,15 @@ class ZOL_API ContentTypeHeader
 {
 public:
     ContentTypeHeader();
+    /// Takes its parts as they are; nothing is checked.
     ContentTypeHeader(const blocxx::String& type, const blocxx::String& subtype,
                       const blocxx::Array<HTTP::Parameter>& parameters);
 
+    /// "text" of "text/plain".
     blocxx::String getType() const { return m_type; }
+    /// "plain" of "text/plain".
     blocxx::String getSubType() const { return m_subtype; }
+    /// In the order they were given.
     blocxx::Array<HTTP::Parameter> getParameters() const { return m_parameters; }
     /// The line last given to setContentTypeString(); empty for a header made from its parts.
     blocxx::String getContentTypeString() const { return m_headerText; }

@@ -101,6 +101,7 @@ public:
     /// Whether a part that was read with `state` has ended badly.
     bool endedBadly(const ContentStreamStateRef& state) const override;
 
+    /// Without the leading "--".
     blocxx::String getBoundary() const { return m_boundary; }
 
     /// The contents of the parts.

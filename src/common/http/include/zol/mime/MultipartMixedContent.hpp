@@ -15,6 +15,7 @@ namespace ZOLNS2::MIME
 class ZOL_API MultipartMixedContentStreamState : public ContentStreamState
 {
 public:
+    /// What is being written.
     enum EPhase
     {
         E_DELIMITER,         ///< "--", boundary, line end
@@ -53,6 +54,7 @@ class ZOL_API MultipartMixedContent : public Content, public ContentEnd
 public:
     /// @param boundary without the leading "--"
     explicit MultipartMixedContent(const blocxx::String& boundary);
+    /// @param parts in their order, none of them null
     MultipartMixedContent(const Contents& parts, const blocxx::String& boundary);
     ~MultipartMixedContent() override;
 
@@ -80,6 +82,7 @@ public:
     /// read once, like UnbufferedContent, cannot be the first part.
     ContentStreamStateRef createInitialStreamState() const override;
 
+    /// Without the leading "--".
     virtual blocxx::String getBoundary();
 
     /// To be set before the reading starts: the first delimiter of a state that has been made keeps the old one.

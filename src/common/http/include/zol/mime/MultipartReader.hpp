@@ -22,6 +22,7 @@ class MultipartScanner;
 class ZOL_API MultipartPart
 {
 public:
+    /// Made by MultipartReader::next(). @param content not null
     MultipartPart(const HTTP::Headers& headers, const ContentTypeHeader& contentType, const ContentRef& content);
     MultipartPart(const MultipartPart&);
     MultipartPart& operator=(const MultipartPart&);
@@ -71,8 +72,10 @@ private:
 class ZOL_API MultipartReader
 {
 public:
+    /// What a reader takes; more is an exception with the cause E_LIMIT.
     struct Limits
     {
+        /// As `bytes`: any number of them.
         static constexpr std::uint64_t NO_LIMIT = std::numeric_limits<std::uint64_t>::max();
 
         std::size_t parts = 1000;                           ///< the most parts
@@ -84,11 +87,13 @@ public:
     /// @throws HTTP::ExchangeException  phase E_BODY, cause E_MALFORMED: its type is not multipart, or names no boundary
     /// @throws what the content throws when it is asked for a reading
     explicit MultipartReader(const ContentRef& body);
+    /// The same with limits of its own. @throws as the one above
     MultipartReader(const ContentRef& body, const Limits& limits);
 
     /// Reads a content or a stream with this boundary. The stream outlives the reader and its parts.
     /// @throws HTTP::ExchangeException  phase E_BODY, cause E_MALFORMED: the boundary is empty
     MultipartReader(const ContentRef& body, const blocxx::String& boundary, const Limits& limits);
+    /// The same of a stream. @throws as the one above
     MultipartReader(std::istream& body, const blocxx::String& boundary, const Limits& limits);
 
     MultipartReader(const MultipartReader&);

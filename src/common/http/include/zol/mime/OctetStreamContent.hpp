@@ -38,9 +38,11 @@ class ZOL_API ApplicationOctetStreamContent : public Content, public ContentEnd
 public:
     /// @name Copying the bytes they are given
     /// @{
+    /// The bytes of the array.
     explicit ApplicationOctetStreamContent(const blocxx::Array<unsigned char>& bytes);
     /// For what getContentData() returns.
     explicit ApplicationOctetStreamContent(const blocxx::Array<char>& bytes);
+    /// `length` bytes from `bytes` on.
     ApplicationOctetStreamContent(const char* bytes, size_t length);
     /// The bytes from `first` up to `last`: input iterators over char, signed char, unsigned char or std::byte.
     template <class Iterator, class Value = typename std::iterator_traits<Iterator>::value_type>
@@ -104,10 +106,19 @@ public:
 /// getData() never reads across the end of a file, and returns 0 when a file ended exactly with the read before. A
 /// later file that cannot be opened ends the body. Deliberate: if the first one cannot be opened, or after such an
 /// early end, getData() returns 0 for ever and never reports the end of the data.
+///
+/// @code
+/// blocxx::Array<blocxx::String> names;
+/// names.push_back("first.bin");
+/// names.push_back("second.bin");
+/// const MIME::ContentRef both(new MIME::FileApplicationOctetStreamContent(names));
+/// @endcode
 class ZOL_API FileApplicationOctetStreamContent : public Content, public ContentEnd
 {
 public:
+    /// Files in the order in which they are delivered.
     explicit FileApplicationOctetStreamContent(const blocxx::Array<blocxx::String>& fileNames);
+    /// One file.
     explicit FileApplicationOctetStreamContent(const blocxx::String& fileName);
     ~FileApplicationOctetStreamContent() override;
 

@@ -46,6 +46,7 @@ public:
     size_t getData(char* buf, size_t len, const ContentStreamStateRef& state) override;
     ContentStreamStateRef createInitialStreamState() const override;
 
+    /// "plain" of "text/plain".
     virtual blocxx::String getSubtype() const = 0;
 
     /// Never: all bytes are there.

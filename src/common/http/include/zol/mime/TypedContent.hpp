@@ -26,6 +26,7 @@ public:
     TypedContent(const blocxx::String& bytes, const blocxx::String& type);
     /// @throws ContentException also if `content` is null
     TypedContent(const ContentRef& content, const blocxx::String& type);
+    /// The same with a type in its parts, which is not checked.
     TypedContent(const ContentRef& content, const ContentTypeHeader& type);
     ~TypedContent() override;
 

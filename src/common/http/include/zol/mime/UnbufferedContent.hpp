@@ -23,6 +23,11 @@ public:
 /// They can be read once, so there is only one stream state.
 ///
 /// Used by one reader at a time.
+///
+/// @code
+/// const MIME::ContentRef body = response.getNextPart(); // of what getPage() returned
+/// const blocxx::Array<char> start = MIME::getContentData(body, 1024);
+/// @endcode
 class ZOL_API UnbufferedContent : public Content, public ContentEnd
 {
 public:

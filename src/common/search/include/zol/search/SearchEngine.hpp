@@ -17,6 +17,7 @@ class ZOL_API ByteSink
 {
 public:
     virtual ~ByteSink() = default;
+    /// Takes the next `count` bytes.
     virtual void append(const char* bytes, std::size_t count) = 0;
 };
 
@@ -36,6 +37,7 @@ public:
     /// As boyer_moore_search says of its find().
     ZOL_API std::size_t findIn(const char* block, std::size_t length) const;
 
+    /// The bytes of the pattern.
     std::size_t length() const { return m_pattern.size(); }
 
     /// Looks for the pattern, which must not be empty, in `text` at `candidate` and after it. When it is there,

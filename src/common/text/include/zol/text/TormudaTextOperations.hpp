@@ -74,11 +74,13 @@ public:
     {
     }
 
+    /// Whether the dump would be written to a log.
     bool isWanted() const
     {
         return m_logger.getLogLevel() >= (m_debug ? blocxx::E_DEBUG3_LEVEL : blocxx::E_ERROR_LEVEL);
     }
 
+    /// Writes a line of the dump.
     void log(const blocxx::String& message, int line) const
     {
         m_logger.logMessage(m_debug ? blocxx::Logger::STR_DEBUG3_CATEGORY : blocxx::Logger::STR_ERROR_CATEGORY, message,
