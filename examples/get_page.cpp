@@ -1,6 +1,7 @@
 // Fetches a page of a server that is trusted, every byte of the request being the program's: get_page HOST[:PORT] PATH
 #include "zol/http.hpp"
 
+#include <chrono>
 #include <iostream>
 #include <stdexcept>
 
@@ -13,12 +14,11 @@ try
         std::cerr << "usage: get_page HOST[:PORT] PATH\n";
         return 2;
     }
-    HTTP::Headers headers; // nothing is added to them and nothing is checked
-    headers.addHeader("Host", argv[1]);
-    headers.addHeader("Connection", "close"); // the end of the connection is the end of the body
+    // Nothing is added and nothing is checked. The end of the connection is the end of the body.
+    const HTTP::Headers headers{{"Host", argv[1]}, {"Connection", "close"}};
     const HTTP::RequestLine line("GET", argv[2], argv[1], HTTP::HTTP_1_1);
     const HTTP::Request request(line, headers, blocxx::SSLClientCtxRef());
-    HTTP::Response response = HTTP::getPage(request, blocxx::Timeout::relative(10)); // bounds the connect alone
+    HTTP::Response response = HTTP::getPage(request, std::chrono::seconds(10)); // bounds the connect alone
 
     while (const MIME::ContentRef part = response.getNextPart())
     {

@@ -1,5 +1,4 @@
 // Fetches a URL to standard output and writes what the library does meanwhile into a file: log_to_file URL FILE
-#include "blocxx/FileAppender.hpp"
 #include "zol/http.hpp"
 
 #include <iostream>

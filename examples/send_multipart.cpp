@@ -16,9 +16,7 @@ try
     const blocxx::IntrusiveReference<MIME::MultipartContent> body(new MIME::MultipartContent("related"));
     body->setParameter("type", "text/html"); // RFC 2387 demands it
     body->addPart(MIME::ContentRef(new MIME::FileContent(argv[2], "text/html")));
-    HTTP::Headers imageHeaders;
-    imageHeaders.addHeader("Content-ID", "<image>");
-    body->addPart(MIME::ContentRef(new MIME::FileContent(argv[3], "image/png")), imageHeaders);
+    body->addPart(MIME::ContentRef(new MIME::FileContent(argv[3], "image/png")), {{"Content-ID", "<image>"}});
 
     const HTTP::Request request = HTTP::RequestBuilder("POST", HTTP::Url(argv[1])).content(body).build();
     const HTTP::ExchangeResponse response = HTTP::exchange(request);

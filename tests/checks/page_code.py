@@ -15,6 +15,7 @@ AROUND = """
 #include "zol/http.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
