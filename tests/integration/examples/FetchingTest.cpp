@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -38,13 +39,14 @@ TEST(FetchToMemory, ShowsTypeAndSize)
 
 TEST(FetchToMemory, RefusesMoreThanItsLimit)
 {
+    const std::uint64_t LIMIT = 16777216;
     const NginxServer server;
-    server.folder().writeSparse("html/large", 16 * 1024 * 1024 + 1);
+    server.folder().writeSparse("html/large", LIMIT + 1);
     const Outcome outcome = run("fetch_to_memory", {urlOf(server, "/large")});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.output, "");
     EXPECT_THAT(outcome.errors, HasSubstr("16777216"));
-    server.folder().writeSparse("html/exact", 16 * 1024 * 1024);
+    server.folder().writeSparse("html/exact", LIMIT);
     EXPECT_EQ(run("fetch_to_memory", {urlOf(server, "/exact")}).status, 0);
 }
 
