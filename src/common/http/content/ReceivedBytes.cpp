@@ -50,7 +50,13 @@ void ReceivedBytes::clear()
 StoredBytes ReceivedBytes::take()
 {
     const bool takesBlocks = m_begin / BLOCK_SIZE != m_end / BLOCK_SIZE;
-    if (takesBlocks && m_begin % BLOCK_SIZE > size() / 64)
+    if (!takesBlocks)
+    {
+        StoredBytes piece = size() > 0 ? StoredBytes(place(m_begin), size()) : StoredBytes();
+        clear();
+        return piece;
+    }
+    if (m_begin % BLOCK_SIZE > size() / 64)
     {
         // Too much of the first one was dropped.
         ReceivedBytes packed;
@@ -66,14 +72,11 @@ StoredBytes ReceivedBytes::take()
     StoredBytes taken;
     const auto first = m_blocks.begin() + static_cast<std::ptrdiff_t>(m_begin / BLOCK_SIZE);
     const auto partial = m_blocks.begin() + static_cast<std::ptrdiff_t>(m_end / BLOCK_SIZE);
-    if (takesBlocks)
-    {
-        taken.m_blocks.reserve(static_cast<std::size_t>(partial - first) + 1);
-        taken.m_blocks.assign(std::make_move_iterator(first), std::make_move_iterator(partial));
-        taken.m_begin = m_begin % BLOCK_SIZE;
-        taken.m_end = taken.m_blocks.size() * BLOCK_SIZE;
-        m_begin = m_end - m_end % BLOCK_SIZE;
-    }
+    taken.m_blocks.reserve(static_cast<std::size_t>(partial - first) + 1);
+    taken.m_blocks.assign(std::make_move_iterator(first), std::make_move_iterator(partial));
+    taken.m_begin = m_begin % BLOCK_SIZE;
+    taken.m_end = taken.m_blocks.size() * BLOCK_SIZE;
+    m_begin = m_end - m_end % BLOCK_SIZE;
     if (const std::size_t rest = size(); rest > 0)
     {
         taken.appendBlock(place(m_begin), rest);

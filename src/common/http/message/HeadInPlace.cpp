@@ -140,11 +140,11 @@ const char* scanField(const char* at, const char* end, HeadInPlace::Field& field
 
 } // namespace
 
-bool HeadInPlace::scan(std::string_view bytes)
+bool HeadInPlace::scan(std::string_view bytes, EHead kind)
 {
     const char* const begin = bytes.data();
     const char* const end = begin + std::min(bytes.size(), MAX_SIZE);
-    const char* at = scanStatusLine(begin, end);
+    const char* at = kind == E_PART ? begin : scanStatusLine(begin, end);
     while (at != nullptr && at != end)
     {
         if (const char* const behind = skipLineEnd(at, end))

@@ -39,8 +39,14 @@ public:
     static constexpr std::size_t MAX_SIZE = std::size_t{64} * 1024;
     static constexpr std::size_t MAX_FIELDS = 1000;
 
+    enum EHead
+    {
+        E_RESPONSE,
+        E_PART ///< the same without a status line (RFC 2046, section 5.1)
+    };
+
     /// @return false if the bytes do not begin with a whole head of that form; the object is of no use then
-    bool scan(std::string_view bytes);
+    bool scan(std::string_view bytes, EHead kind = E_RESPONSE);
 
     Version version() const { return m_version; }
     unsigned short status() const { return m_status; }

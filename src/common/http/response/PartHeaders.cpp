@@ -1,5 +1,6 @@
 #include "response/PartHeaders.hpp"
 
+#include "message/HeadInPlace.hpp"
 #include "response/HTTPResponseUnit.hpp"
 #include "response/ReceivedBytesBuffer.hpp"
 #include "response/ResponseHead.hpp"
@@ -7,6 +8,7 @@
 #include "blocxx/String.hpp"
 #include "openwbem/OW_HTTPUtils.hpp"
 
+#include <algorithm>
 #include <istream>
 
 namespace ZOLNS2::HTTP::HTTPResponseUnit
@@ -28,7 +30,39 @@ blocxx::String sectionTypeOf(const OpenWBEM::HTTPHeaderMap& headerMap)
     return "Content-type: application/octet-stream";
 }
 
+bool isContentType(std::string_view name)
+{
+    constexpr std::string_view CONTENT_TYPE = "content-type";
+    return name.size() == CONTENT_TYPE.size() && std::equal(name.begin(), name.end(), CONTENT_TYPE.begin(),
+                                                            [](char c, char lower) { return (c | 0x20) == lower; });
+}
+
 } // namespace
+
+bool takePartHeadersInPlace(MIME::ReceivedBytes& data, std::string_view& type)
+{
+    const MIME::ReceivedBytes::Run run = data.runAt(0);
+    HeadInPlace head;
+    if (!head.scan({run.data, run.size}, HeadInPlace::E_PART))
+    {
+        return false;
+    }
+    const HeadInPlace::Field* found = nullptr;
+    for (const HeadInPlace::Field& field : head)
+    {
+        if (isContentType(field.nameView()))
+        {
+            if (found != nullptr)
+            {
+                return false;
+            }
+            found = &field;
+        }
+    }
+    type = found == nullptr ? std::string_view("application/octet-stream") : found->valueView();
+    data.dropFront(head.length());
+    return true;
+}
 
 void takePartHeaders(MIME::ReceivedBytes& data, MIME::ContentTypeHeader& contentType, OperationLog& log)
 {

@@ -1,5 +1,8 @@
 #include "response/CreateContent.hpp"
 
+#include "RandomHeads.hpp"
+#include "response/PartHeaders.hpp"
+#include "support/LogCapture.hpp"
 #include "support/LogLines.hpp"
 #include "support/TextOf.hpp"
 
@@ -10,7 +13,9 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <typeinfo>
+#include <vector>
 
 namespace
 {
@@ -19,6 +24,7 @@ using testing::ElementsAre;
 using zol_test::logLines;
 using zol_test::textOf;
 using ZOLNS2::HTTP::HTTPResponseUnit::createContent;
+using ZOLNS2::HTTP::HTTPResponseUnit::takePartHeadersInPlace;
 using ZOLNS2::MIME::ApplicationOctetStreamContent;
 using ZOLNS2::MIME::ContentRef;
 using ZOLNS2::MIME::ContentTypeHeader;
@@ -213,6 +219,75 @@ TEST(CreateContent, LogsThatAPartHasNoHeaders)
                             "DEBUG response: Failed parsing headers (no content-type supplied)...",
                             "DEBUG2 response: Setting section type to be: Content-type: application/octet-stream",
                             "DEBUG2 response: Creating an ApplicationOctetStreamContent type for the given data."));
+}
+
+/// What was made of a part.
+std::string made(const std::string& part, const ContentTypeHeader& type)
+{
+    const ContentRef content = contentOf(part, type);
+    return !content ? "nothing"
+                    : (isText(content)          ? "text "
+                       : isOctetStream(content) ? "octets "
+                                                : "") +
+                          textOf(content);
+}
+
+/// A part whose head is like those of responses, at times behind a line that does not lie in one piece, and at times cut.
+std::string randomPart(zol_test::RandomHeads& random)
+{
+    std::string part = random.next();
+    part.erase(0, part.find('\n') + 1);
+    part += std::string(random.below(30), 'b');
+    if (random.oneIn(10))
+    {
+        part.insert(0, "Long: " + std::string(16384 - random.below(200), 'x') + "\r\n");
+    }
+    if (random.oneIn(5))
+    {
+        const std::size_t cut = random.below(part.size() + 1);
+        // A type that ends behind a semicolon is not read in any useful time.
+        if (part.find(';', part.substr(0, cut).rfind('\n') + 1) >= cut)
+        {
+            part.resize(cut);
+        }
+    }
+    return part;
+}
+
+TEST(CreateContent, MakesTheSameOfAPartWhetherItIsLoggedOrNot)
+{
+    zol_test::RandomHeads random(5);
+    const std::vector<ContentTypeHeader> types{multipart(), multipart("charset=UTF-16; boundary=B")};
+    std::vector<std::string> parts;
+    std::vector<std::string> logged;
+    int inPlace = 0;
+    {
+        const zol_test::LogCapture log("ERROR");
+        for (std::size_t i = 0; i < 8000; ++i)
+        {
+            parts.push_back(randomPart(random));
+            logged.push_back(made(parts.back(), types[i % 2]));
+        }
+    }
+    for (std::size_t i = 0; i < parts.size(); ++i)
+    {
+        ASSERT_EQ(made(parts[i], types[i % 2]), logged[i]) << parts[i];
+        ReceivedBytes data;
+        data.append(parts[i].data(), parts[i].size());
+        std::string_view type;
+        inPlace += data.size() > 0 && takePartHeadersInPlace(data, type) ? 1 : 0;
+    }
+    EXPECT_GT(inPlace, 3000);
+    EXPECT_LT(inPlace, 7500);
+}
+
+TEST(CreateContent, TypeOfAPartWithParametersIsReadAsAWholeLine)
+{
+    EXPECT_TRUE(isText(contentOf("Content-Type: text /plain;charset=x/y\r\n\r\nhello")));
+    EXPECT_FALSE(contentOf("Content-Type: x;charset=text/y\r\n\r\nhello"));
+    EXPECT_FALSE(contentOf("Content-Type: text\r\n\r\nhello"));
+    EXPECT_FALSE(contentOf("Content-Type: /text\r\n\r\nhello"));
+    EXPECT_TRUE(isOctetStream(contentOf("Content-Type: Application \t/x/y\r\n\r\nhello")));
 }
 
 } // namespace
