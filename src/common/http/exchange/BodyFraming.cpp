@@ -21,7 +21,7 @@ namespace
 bool hasNoBody(const Request& request, const ReceivedHead& head)
 {
     const unsigned short status = head.statusLine.statusCode;
-    return request.getRequestLine().method == "HEAD" || status / 100 == 1 || status == 204 || status == 304;
+    return viewOf(request.getRequestLine().method) == "HEAD" || status / 100 == 1 || status == 204 || status == 304;
 }
 
 /// Whether the body is chunked. A coding that this client has not offered makes the framing unknown.
@@ -75,11 +75,51 @@ bool readLength(const ReceivedHead& head, std::uint64_t& length)
     return read;
 }
 
-/// RFC 9112, section 9.3; HTTP/1.0 has to ask for it.
-bool wantsToKeep(Version version, const Headers& fields)
+/// What the Connection fields of a message say.
+struct ConnectionOptions
 {
-    return !holdsToken(fields, "Connection", "close") &&
-           (version != HTTP_1_0 || holdsToken(fields, "Connection", "keep-alive"));
+    bool close = false;
+    bool keepAlive = false;
+
+    /// Most fields hold just one of the two.
+    void add(const blocxx::String& value)
+    {
+        if (isName(value, "close"))
+        {
+            close = true;
+        }
+        else if (isName(value, "keep-alive"))
+        {
+            keepAlive = true;
+        }
+        else
+        {
+            forEachElement(viewOf(value), [this](std::string_view option) { addElement(option); });
+        }
+    }
+
+    /// RFC 9112, section 9.3; HTTP/1.0 has to ask for it.
+    bool wantToKeep(Version version) const { return !close && (version != HTTP_1_0 || keepAlive); }
+
+private:
+    void addElement(std::string_view option)
+    {
+        close = close || equalsIgnoringCase(option, "close");
+        keepAlive = keepAlive || equalsIgnoringCase(option, "keep-alive");
+    }
+};
+
+ConnectionOptions connectionOptionsOf(const Headers& fields)
+{
+    ConnectionOptions options;
+    for (const Header& field : fields)
+    {
+        if (isName(field.name, "Connection"))
+        {
+            options.add(field.value);
+        }
+    }
+    return options;
 }
 
 /// The fields that frame a message, where there is at most one of each name.
@@ -133,7 +173,8 @@ BodyFraming framingFrom(const FramingFacts& facts, const Request& request, const
     // nothing behind such a body is trusted.
     const bool isSound = !(facts.isChunked && (facts.hasLength || head.statusLine.version == HTTP_1_0));
     framing.keepsConnection = isSound && framing.kind != BodyFraming::E_TO_CLOSE && head.statusLine.statusCode != 101 &&
-                              facts.wantsToKeep && wantsToKeep(request.getRequestLine().version, request.getHeaders());
+                              facts.wantsToKeep &&
+                              connectionOptionsOf(request.getHeaders()).wantToKeep(request.getRequestLine().version);
     return framing;
 }
 
@@ -150,14 +191,16 @@ BodyFraming framingOf(const Request& request, const ReceivedHead& head)
     }
     if (fields.connection != nullptr)
     {
-        facts.wantsToKeep = !isName(*fields.connection, "close") && wantsToKeep(head.statusLine.version, head.fields);
+        ConnectionOptions options;
+        options.add(*fields.connection);
+        facts.wantsToKeep = options.wantToKeep(head.statusLine.version);
     }
     return framingFrom(facts, request, head);
 }
 
 BodyFraming framingByLists(const Request& request, const ReceivedHead& head)
 {
-    FramingFacts facts{isChunked(head), false, 0, wantsToKeep(head.statusLine.version, head.fields)};
+    FramingFacts facts{isChunked(head), false, 0, connectionOptionsOf(head.fields).wantToKeep(head.statusLine.version)};
     facts.hasLength = readLength(head, facts.length);
     return framingFrom(facts, request, head);
 }

@@ -4,6 +4,7 @@
 #include "exchange/ContentTypeField.hpp"
 #include "exchange/DecodedBody.hpp"
 #include "exchange/ExchangeUnit.hpp"
+#include "exchange/ExtraFields.hpp"
 #include "exchange/FramedBody.hpp"
 #include "exchange/HeadFields.hpp"
 #include "exchange/HeadReceiver.hpp"
@@ -92,17 +93,22 @@ public:
 private:
     struct Received
     {
+        ExchangeLinkRef link;
+        blocxx::String url;
         ReceivedHead head;
-        size_t trailerLimit;
-        bool requestIsWhole;
+        size_t trailerLimit = 0;
+        bool requestIsWhole = false;
     };
 
-    ExchangeLinkRef linkFor(const Request& request, const Url& url, const ExchangeLinkRef& kept);
-    Received sendAndReceive(const Request& request, RequestContent* content, ExchangeLink& link);
-    blocxx::String extraFields(const Request& request, bool hasContent) const;
+    /// @param recent null for a request that is not the one before over its connection
+    Redirect step(const Request& request, const Url& url, RecentRequest* recent, const ExchangeLinkRef& kept,
+                  const Readings& readings, unsigned followed, Received& received);
+    ExchangeLinkRef linkFor(const Request& request, const Url& url, const RecentRequest* recent,
+                            const ExchangeLinkRef& kept);
+    void sendAndReceive(const Request& request, RecentRequest* recent, RequestContent* content, Received& received);
     Redirect redirectOf(const Request& request, const Url& url, const ReceivedHead& head, const Readings& readings,
                         unsigned followed) const;
-    ExchangeResponse respond(const Request& request, const Url& url, Received&& received, const ExchangeLinkRef& link,
+    ExchangeResponse respond(const Request& request, const MIME::ContentTypeHeader& type, Received& received,
                              const blocxx::String& note) const;
 
     const ExchangeOptions& m_options;
@@ -141,83 +147,114 @@ void requireServer(const ExchangeLink& link, const Url& url, const Request& requ
     }
 }
 
-ExchangeLinkRef Exchanging::linkFor(const Request& request, const Url& url, const ExchangeLinkRef& kept)
+ExchangeLinkRef Exchanging::linkFor(const Request& request, const Url& url, const RecentRequest* recent,
+                                    const ExchangeLinkRef& kept)
 {
     if (!kept)
     {
         return openLink(request, url, m_guard, m_options, m_withOwnCertificate);
     }
-    requireServer(*kept, url, request);
+    if (recent == nullptr)
+    {
+        requireServer(*kept, url, request);
+    }
     requireReusable(*kept);
+    if (recent == nullptr && !request.getContent())
+    {
+        kept->recent().request.remember(request, url);
+    }
     kept->begin(m_guard, m_options);
     return kept;
 }
 
 ExchangeResponse Exchanging::run(const Request& first, const ExchangeLinkRef& kept)
 {
-    checkRequest(first);
-    std::optional<Request> redirected;
-    Readings readings(first.getContent(), m_options.mostRedirects > 0);
-    for (unsigned followed = 0;; ++followed)
+    RecentRequest* const recent = kept ? kept->recent().request.ifSame(first) : nullptr;
+    if (recent == nullptr)
     {
-        const Request& request = redirected ? *redirected : first;
-        const Url url = urlOf(request);
-        ZOL_LOG(m_log, DEBUG2,
-                blocxx::Format("Making the following request: %1 %2", request.getRequestLine().method, url.toString()));
-        const ExchangeLinkRef link = linkFor(request, url, followed == 0 ? kept : ExchangeLinkRef());
-        if (m_options.observer != nullptr)
-        {
-            m_options.observer->connected(ExchangeConnection(link));
-        }
-        ZOL_LOG(m_log, DEBUG3, blocxx::Format("Connected to %1", link->socket().getPeerAddress().toString()));
-        Received received = sendAndReceive(request, readings.current(), *link);
-        ZOL_LOG(m_log, DEBUG2, blocxx::Format("Received: %1", received.head.statusLine.toString()));
-        ZOL_LOG(m_log, DEBUG3, received.requestIsWhole ? "The request was sent whole" : "The request was sent in part");
-        const Redirect redirect = redirectOf(request, url, received.head, readings, followed);
-        if (!redirect.next)
-        {
-            return respond(request, url, std::move(received), link, redirect.note);
-        }
+        checkRequest(first);
+    }
+    Readings readings(first.getContent(), m_options.mostRedirects > 0);
+    Received received;
+    Redirect redirect = recent != nullptr ? step(first, recent->url(), recent, kept, readings, 0, received)
+                                          : step(first, urlOf(first), nullptr, kept, readings, 0, received);
+    std::optional<Request> redirected;
+    for (unsigned followed = 1; redirect.next; ++followed)
+    {
         m_withOwnCertificate = m_withOwnCertificate && !redirect.toOtherOrigin;
         redirected = redirect.next;
         if (redirect.needsContent)
         {
-            readings.advance(followed + 1 < m_options.mostRedirects);
+            readings.advance(followed < m_options.mostRedirects);
         }
         else
         {
             readings = Readings(MIME::ContentRef(), false);
         }
+        received = Received();
+        redirect = step(*redirected, urlOf(*redirected), nullptr, ExchangeLinkRef(), readings, followed, received);
     }
+    const Request& last = redirected ? *redirected : first;
+    // Other responses over one connection mostly are of the type of the one before.
+    return received.link->servedBefore()
+               ? respond(last, received.link->recent().response.typeOf(received.head.fields), received, redirect.note)
+               : respond(last, contentTypeOf(received.head.fields, octetStreamType()), received, redirect.note);
 }
 
-Exchanging::Received Exchanging::sendAndReceive(const Request& request, RequestContent* content, ExchangeLink& link)
+Redirect Exchanging::step(const Request& request, const Url& url, RecentRequest* recent, const ExchangeLinkRef& kept,
+                          const Readings& readings, unsigned followed, Received& received)
 {
+    ZOL_LOG(m_log, DEBUG2,
+            blocxx::Format("Making the following request: %1 %2", request.getRequestLine().method, url.toString()));
+    received.link = linkFor(request, url, recent, kept);
+    if (m_options.observer != nullptr)
+    {
+        m_options.observer->connected(ExchangeConnection(received.link));
+    }
+    ZOL_LOG(m_log, DEBUG3, blocxx::Format("Connected to %1", received.link->socket().getPeerAddress().toString()));
+    sendAndReceive(request, recent, readings.current(), received);
+    ZOL_LOG(m_log, DEBUG2, blocxx::Format("Received: %1", received.head.statusLine.toString()));
+    ZOL_LOG(m_log, DEBUG3, received.requestIsWhole ? "The request was sent whole" : "The request was sent in part");
+    Redirect redirect = redirectOf(request, url, received.head, readings, followed);
+    if (recent != nullptr)
+    {
+        received.url = recent->urlText();
+    }
+    else
+    {
+        received.url = url.toString();
+    }
+    return redirect;
+}
+
+void Exchanging::sendAndReceive(const Request& request, RecentRequest* recent, RequestContent* content,
+                                Received& received)
+{
+    ExchangeLink& link = *received.link;
     HeadReceiver receiver(link, m_guard, m_options);
     RequestSender sender(link, m_guard, m_options, receiver);
-    const blocxx::String extra = extraFields(request, content != nullptr);
-    sender.send(request, viewOf(extra), content);
+    if (recent != nullptr)
+    {
+        sender.send(recent->head(m_options));
+    }
+    else
+    {
+        const blocxx::String extra = extraFields(request, m_options, content != nullptr);
+        sender.send(request, viewOf(extra), content);
+    }
     link.setDeadline(m_guard.within(m_options.headTimeout));
-    ReceivedHead head = sender.earlyResponse() ? ReceivedHead(*sender.earlyResponse()) : receiver.nextFinal();
-    sender.requireSentWhole(head);
+    if (sender.earlyResponse())
+    {
+        received.head = *sender.earlyResponse();
+    }
+    else
+    {
+        receiver.nextFinal(received.head);
+    }
+    sender.requireSentWhole(received.head);
     link.setDeadline(m_guard.deadline());
-    return {std::move(head), receiver.bytesLeft(), sender.sentWhole()};
-}
-
-blocxx::String Exchanging::extraFields(const Request& request, bool hasContent) const
-{
-    std::string fields;
-    const Headers& headers = request.getHeaders();
-    if (m_options.decompress && headers.getHeaderValue("Accept-Encoding").empty() &&
-        headers.getHeaderValue("Range").empty())
-    {
-        fields += "Accept-Encoding: gzip, deflate\r\n";
-    }
-    if (m_options.expectContinue && hasContent && !holdsToken(headers, "Expect", "100-continue"))
-    {
-        fields += "Expect: 100-continue\r\n";
-    }
-    return blocxx::String(std::move(fields));
+    received.trailerLimit = receiver.bytesLeft();
+    received.requestIsWhole = sender.sentWhole();
 }
 
 Redirect Exchanging::redirectOf(const Request& request, const Url& url, const ReceivedHead& head,
@@ -266,25 +303,23 @@ bool readCoding(const Request& request, const ReceivedHead& head, DecodedBody::E
     return codings == 1 && known;
 }
 
-ExchangeResponse Exchanging::respond(const Request& request, const Url& url, Received&& received,
-                                     const ExchangeLinkRef& link, const blocxx::String& note) const
+ExchangeResponse Exchanging::respond(const Request& request, const MIME::ContentTypeHeader& type, Received& received,
+                                     const blocxx::String& note) const
 {
     ReceivedHead& head = received.head;
     BodyFraming framing = framingOf(request, head);
     framing.keepsConnection = framing.keepsConnection && received.requestIsWhole;
     DecodedBody::ECoding coding = DecodedBody::E_GZIP;
     const bool decodes = m_options.decompress && !framing.isEmpty() && readCoding(request, head, coding);
-    const unsigned short status = head.statusLine.statusCode;
-    ExchangeResponse::Head result{std::move(head.statusLine), head.fields,
-                                  contentTypeOf(head.fields, octetStreamType()), url.toString(), note};
-    ReceivedBodyRef body(new FramedBody(link, m_guard, framing, result.contentType, status,
+    ReceivedBodyRef body(new FramedBody(received.link, m_guard, framing, type, head.statusLine.statusCode,
                                         decodes ? ExchangeOptions::NO_LIMIT : m_options.bodyLimit,
                                         received.trailerLimit, m_options.headTimeout));
     if (decodes)
     {
         body = ReceivedBodyRef(new DecodedBody(body, coding, m_options.bodyLimit));
     }
-    return ExchangeResponse(std::move(result), body, ExchangeConnection(link));
+    return ExchangeResponse(std::move(head.statusLine), head.fields, type, std::move(received.url), note, body,
+                            ExchangeConnection(received.link));
 }
 
 } // namespace

@@ -27,6 +27,15 @@ bool ExchangeLink::leadsTo(const Url& url, const Request::SSLContextRef& sslCont
     return m_host == url.host() && m_port == url.port() && m_sslContext == sslContext;
 }
 
+ExchangeLink::Recent& ExchangeLink::recent()
+{
+    if (!m_recent)
+    {
+        m_recent = std::make_unique<Recent>();
+    }
+    return *m_recent;
+}
+
 void ExchangeLink::begin(const ExchangeGuard& guard, const ExchangeOptions& options)
 {
     m_idle = false;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "exchange/ExchangeGuard.hpp"
+#include "exchange/RecentRequest.hpp"
+#include "exchange/RecentResponse.hpp"
 
 #include "blocxx/IOIFCStreamBuffer.hpp"
 #include "blocxx/IntrusiveCountableBase.hpp"
@@ -13,6 +15,7 @@
 #include "zol/http/Url.hpp"
 
 #include <cstddef>
+#include <memory>
 #include <string_view>
 
 namespace ZOLNS2::HTTP
@@ -67,6 +70,16 @@ public:
     bool isReusable();
     bool servedBefore() const { return m_exchanges > 1; }
 
+    /// What the exchange before leaves for one over the same connection.
+    struct Recent
+    {
+        RecentRequest request;
+        RecentResponse response;
+    };
+
+    /// For an exchange over a connection that is kept: the first one has nothing to do with it.
+    Recent& recent();
+
     static constexpr std::size_t INPUT_SIZE = 65536;
 
 private:
@@ -78,6 +91,7 @@ private:
     const blocxx::Internal::DirectInput m_direct;
     unsigned long m_exchanges = 0;
     bool m_idle = false;
+    std::unique_ptr<Recent> m_recent;
 };
 
 using ExchangeLinkRef = blocxx::IntrusiveReference<ExchangeLink>;

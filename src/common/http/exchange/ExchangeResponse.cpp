@@ -36,8 +36,12 @@ ExchangeResponse::ExchangeResponse(const Head& head, const ReceivedBodyRef& body
 {
 }
 
-ExchangeResponse::ExchangeResponse(Head&& head, const ReceivedBodyRef& body, const ExchangeConnection& connection)
-    : m_head(std::move(head)), m_body(body), m_connection(connection)
+ExchangeResponse::ExchangeResponse(StatusLine statusLine, const Headers& headers,
+                                   const MIME::ContentTypeHeader& contentType, blocxx::String url,
+                                   const blocxx::String& redirectNote, const ReceivedBodyRef& body,
+                                   const ExchangeConnection& connection)
+    : m_head{std::move(statusLine), headers, contentType, std::move(url), redirectNote}, m_body(body),
+      m_connection(connection)
 {
 }
 

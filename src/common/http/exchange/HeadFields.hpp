@@ -52,27 +52,32 @@ private:
     blocxx::String m_problem;
 };
 
-/// Calls `use(std::string_view)` with each element of the comma-separated lists that all fields of a name hold (RFC 9110,
-/// section 5.6.1), trimmed; empty ones are left out.
+/// Calls `use(std::string_view)` with each element of a comma-separated list (RFC 9110, section 5.6.1), trimmed; empty ones
+/// are left out.
+template <class Use>
+void forEachElement(std::string_view list, const Use& use)
+{
+    while (!list.empty())
+    {
+        const std::size_t comma = list.find(',');
+        const std::string_view element = withoutOuterBlanks(list.substr(0, comma));
+        list = comma == std::string_view::npos ? std::string_view() : list.substr(comma + 1);
+        if (!element.empty())
+        {
+            use(element);
+        }
+    }
+}
+
+/// The same with the lists that all fields of a name hold.
 template <class Use>
 void forEachElement(const Headers& fields, std::string_view name, const Use& use)
 {
     for (const Header& field : fields)
     {
-        if (!isName(field.name, name))
+        if (isName(field.name, name))
         {
-            continue;
-        }
-        std::string_view rest = viewOf(field.value);
-        while (!rest.empty())
-        {
-            const std::size_t comma = rest.find(',');
-            const std::string_view element = withoutOuterBlanks(rest.substr(0, comma));
-            rest = comma == std::string_view::npos ? std::string_view() : rest.substr(comma + 1);
-            if (!element.empty())
-            {
-                use(element);
-            }
+            forEachElement(viewOf(field.value), use);
         }
     }
 }

@@ -61,23 +61,29 @@ const char* parseStatusLine(std::string_view line, StatusLine& statusLine)
     return nullptr;
 }
 
-} // namespace
-
-ReceivedHead HeadReceiver::nextFinal()
+void appendFields(Headers& fields, const HeadInPlace& head)
 {
-    for (;;)
+    std::vector<Header>& lines = HeaderStore::linesOf(fields, head.fieldCount());
+    for (const HeadInPlace::Field& field : head)
     {
-        ReceivedHead head = next();
-        if (!head.isInterim())
-        {
-            return head;
-        }
+        lines.emplace_back(field.name, field.nameLength, field.value, field.valueLength);
     }
 }
 
-ReceivedHead HeadReceiver::next()
+} // namespace
+
+void HeadReceiver::nextFinal(ReceivedHead& head)
 {
-    ReceivedHead head;
+    next(head);
+    while (head.isInterim())
+    {
+        head = ReceivedHead();
+        next(head);
+    }
+}
+
+void HeadReceiver::next(ReceivedHead& head)
+{
     m_status = 0;
     if (!readInPlace(head))
     {
@@ -93,7 +99,6 @@ ReceivedHead HeadReceiver::next()
             ExchangeUnit::SOURCE_UNIT, __LINE__, ExchangeException::E_HEAD, ExchangeException::E_LIMIT,
             blocxx::Format("The server sent more than %1 interim responses", MOST_INTERIM).c_str(), 0, m_status);
     }
-    return head;
 }
 
 /// Reads a head that arrives in one piece, with the result of readLines, which takes any head line by line and costs three
@@ -113,10 +118,13 @@ bool HeadReceiver::readInPlace(ReceivedHead& head)
     head.statusLine.version = inPlace.version();
     head.statusLine.statusCode = inPlace.status();
     head.statusLine.reasonPhrase = toString(inPlace.reason());
-    std::vector<Header>& fields = HeaderStore::linesOf(head.fields, inPlace.fieldCount());
-    for (const HeadInPlace::Field& field : inPlace)
+    if (m_link.servedBefore())
     {
-        fields.emplace_back(field.name, field.nameLength, field.value, field.valueLength);
+        head.fields = m_link.recent().response.fieldsOf(inPlace);
+    }
+    else
+    {
+        appendFields(head.fields, inPlace);
     }
     m_lines.skip(inPlace.length(), inPlace.fieldCount() + 2);
     m_link.consume(inPlace.length());

@@ -33,13 +33,13 @@ public:
     {
     }
 
-    /// The next head.
+    /// The next head, into a new one.
     /// @throws ExchangeException
-    ReceivedHead next();
+    void next(ReceivedHead& head);
 
-    /// The next final head.
+    /// The next final head, into a new one.
     /// @throws ExchangeException
-    ReceivedHead nextFinal();
+    void nextFinal(ReceivedHead& head);
 
     /// Whether a byte of a response has been received.
     bool anyRead() const { return m_lines.anyRead(); }

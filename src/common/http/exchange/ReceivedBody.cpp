@@ -16,6 +16,14 @@ class ReceivedBodyStreamState : public MIME::ContentStreamState
 {
 };
 
+/// The body itself remembers how far it has been read, so that one cursor does for all. Never destroyed, so that a body can
+/// be read at any time of a process's life.
+const MIME::ContentStreamStateRef& onlyState()
+{
+    static const auto* const state = new MIME::ContentStreamStateRef(new ReceivedBodyStreamState);
+    return *state;
+}
+
 } // namespace
 
 ReceivedBody::ReceivedBody(const MIME::ContentTypeHeader& contentType, unsigned short status, std::uint64_t limit)
@@ -59,7 +67,7 @@ MIME::ContentStreamStateRef ReceivedBody::createInitialStreamState() const
         throw MIME::ContentException(ExchangeUnit::SOURCE_UNIT, __LINE__,
                                      "The body of a response that is read as it arrives can be read once");
     }
-    MIME::ContentStreamStateRef state(new ReceivedBodyStreamState);
+    const MIME::ContentStreamStateRef& state = onlyState();
     m_begun = true;
     return state;
 }

@@ -11,7 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
-#include <string>
+#include <utility>
 
 namespace ZOLNS2::HTTP
 {
@@ -52,6 +52,15 @@ std::uint64_t announcedLength(const Request& request)
 
 } // namespace
 
+void RequestSender::send(std::string_view head)
+{
+    if (m_options.observer != nullptr)
+    {
+        m_options.observer->sending(toString(head));
+    }
+    m_sentWhole = writeHead(head);
+}
+
 void RequestSender::send(const Request& request, std::string_view extraFields, RequestContent* content)
 {
     const std::size_t size = wireSizeOfHead(request.getRequestLine(), request.getHeaders(), extraFields);
@@ -60,15 +69,16 @@ void RequestSender::send(const Request& request, std::string_view extraFields, R
     char* const begin = large ? large.get() : usual;
     writeWireHead(begin, request.getRequestLine(), request.getHeaders(), extraFields);
     const std::string_view head(begin, size);
+    if (content == nullptr)
+    {
+        send(head);
+        return;
+    }
     if (m_options.observer != nullptr)
     {
         m_options.observer->sending(toString(head));
     }
-    if (content == nullptr)
-    {
-        m_sentWhole = writeHead(head);
-    }
-    else if (!m_options.expectContinue)
+    if (!m_options.expectContinue)
     {
         sendContent(head, *content, request);
     }
@@ -170,7 +180,8 @@ bool RequestSender::write(std::string_view bytes)
 /// Takes what the server says while the request is being sent. @return whether the sending continues
 bool RequestSender::receive()
 {
-    ReceivedHead head = receiveHead();
+    ReceivedHead head;
+    receiveHead(head);
     if (head.isInterim())
     {
         return true;
@@ -180,14 +191,13 @@ bool RequestSender::receive()
 }
 
 /// The head's time runs while the request is not being sent.
-ReceivedHead RequestSender::receiveHead()
+void RequestSender::receiveHead(ReceivedHead& head)
 {
     m_link.setDeadline(m_guard.within(m_options.headTimeout));
     try
     {
-        ReceivedHead head = m_receiver.next();
+        m_receiver.next(head);
         m_link.setDeadline(m_guard.deadline());
-        return head;
     }
     catch (const ExchangeException& exception)
     {
@@ -208,7 +218,9 @@ void RequestSender::receiveAfterFailure(int error)
         m_link.setDeadline(m_guard.within(m_options.headTimeout));
         try
         {
-            m_early = m_receiver.nextFinal();
+            ReceivedHead head;
+            m_receiver.nextFinal(head);
+            m_early = std::move(head);
             return;
         }
         catch (const ExchangeException&) // NOLINT(bugprone-empty-catch)

@@ -28,6 +28,9 @@ public:
     /// @throws ExchangeException  the content failed, or the sending did and no response explains it
     void send(const Request& request, std::string_view extraFields, RequestContent* content);
 
+    /// The same for a request without content whose head has been written already.
+    void send(std::string_view head);
+
     /// The final response that came while the request was being sent.
     const std::optional<ReceivedHead>& earlyResponse() const { return m_early; }
 
@@ -42,7 +45,7 @@ private:
     bool awaitContinue();
     void sendContent(std::string_view head, RequestContent& content, const Request& request);
     bool receive();
-    ReceivedHead receiveHead();
+    void receiveHead(ReceivedHead& head);
     void receiveAfterFailure(int error);
 
     ExchangeLink& m_link;

@@ -25,6 +25,9 @@ public:
         return lines;
     }
 
+    /// Whether both are copies of one collection that nothing has been added to since.
+    static bool areShared(const Headers& left, const Headers& right) { return left.m_headers == right.m_headers; }
+
     /// As Headers::getHeaderValue, without a copy. @return null if there is no such header; valid as an iterator is
     template <std::size_t N>
     static const blocxx::String* find(const Headers& headers, const char (&name)[N])

@@ -343,12 +343,20 @@ bool SocketBaseImpl::hasInput(const Timeout& timeout)
         errno = ENOTCONN;
         return false;
     }
-    const Deadline deadline(timeout);
+    const bool waits = timeout.getType() == Timeout::E_ABSOLUTE || timeout.getRelative() > 0;
+    const Deadline deadline(waits ? timeout : Timeout::infinite);
     while (!boundReached())
     {
         if (isInputAtHand())
         {
             return true;
+        }
+        if (!waits)
+        {
+            // Another look at the descriptor would be in vain.
+            m_receiveTimedOut = true;
+            errno = ETIMEDOUT;
+            return false;
         }
         if (!awaitInput(POLLIN, deadline))
         {

@@ -75,8 +75,9 @@ public:
     ExchangeResponse(const Head& head, const blocxx::IntrusiveReference<ReceivedBody>& body,
                      const ExchangeConnection& connection);
     /// Made by exchange(). @param body not null
-    ExchangeResponse(Head&& head, const blocxx::IntrusiveReference<ReceivedBody>& body,
-                     const ExchangeConnection& connection);
+    ExchangeResponse(StatusLine statusLine, const Headers& headers, const MIME::ContentTypeHeader& contentType,
+                     blocxx::String url, const blocxx::String& redirectNote,
+                     const blocxx::IntrusiveReference<ReceivedBody>& body, const ExchangeConnection& connection);
     ExchangeResponse(const ExchangeResponse&);
     ExchangeResponse& operator=(const ExchangeResponse&);
     ~ExchangeResponse();
