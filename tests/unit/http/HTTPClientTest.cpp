@@ -94,6 +94,36 @@ TEST(HTTPClient, FetchesAPageFromTheHostAndPortOfTheURL)
     EXPECT_THAT(server.requests(), ElementsAre("GET /page HTTP/1.1\r\n\r\n"));
 }
 
+TEST(HTTPClient, ReadsAHeadWholeWhateverItsSizeAndItsCuts)
+{
+    for (const size_t size : {16383U, 16384U, 16385U, 32768U, 65535U, 65536U, 65537U, 90000U})
+    {
+        std::string head = "HTTP/1.1 200 OK\r\nContent-Length: 20000\r\nFirst: 1\r\n";
+        while (head.size() + 200 < size)
+        {
+            head += "Line: " + std::string(100, 'v') + "\r\n";
+        }
+        head += "Last: " + std::string(size - head.size() - 10, 'z') + "\r\n\r\n";
+        ASSERT_EQ(head.size(), size);
+        for (const size_t cut : {size_t{16384}, size_t{16383}, size - 1, size})
+        {
+            ScriptedServer server(
+                [&](ServerConnection& peer)
+                {
+                    peer.receiveHead();
+                    const std::string bytes = head + std::string(20000, 'b');
+                    peer.send(bytes.substr(0, cut));
+                    peer.pause(std::chrono::milliseconds(2));
+                    peer.send(bytes.substr(cut));
+                });
+            const Response response = fetch(server.address());
+            EXPECT_EQ(textOf(response.headers.getHeaderValue("first")), "1") << size << " " << cut;
+            EXPECT_EQ(textOf(response.headers.getHeaderValue("last")).find_first_not_of('z'), std::string::npos);
+            EXPECT_EQ(textOf(response.contents[0]), std::string(20000, 'b')) << size << " " << cut;
+        }
+    }
+}
+
 TEST(HTTPClient, SendsTheRequestAsItWasComposedAndNothingElse)
 {
     ScriptedServer server(

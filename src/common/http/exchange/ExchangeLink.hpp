@@ -50,6 +50,9 @@ public:
     /// Waits for one read of at most `size` bytes, unless bytes are held. @return whether any are
     bool fill(std::size_t size = INPUT_SIZE) { return m_direct.fillGetArea(size); }
 
+    /// Waits for one read behind the bytes that are held, as far as the buffer has room. @return whether any came
+    bool fillMore() { return m_direct.extendGetArea(); }
+
     /// What is held, or what one read brings; large reads go past the buffer. @return 0 at the end of the input or when it
     /// failed
     std::size_t readSome(char* to, std::size_t room);

@@ -8,7 +8,7 @@
 
 #include "zol/http/ExchangeObserver.hpp"
 
-#include <streambuf>
+#include <cstddef>
 #include <string_view>
 #include <vector>
 
@@ -105,12 +105,14 @@ void HeadReceiver::next(ReceivedHead& head)
 /// times as much. Nothing is taken unless all of it is in place.
 bool HeadReceiver::readInPlace(ReceivedHead& head)
 {
-    if (m_link.input().sgetc() == std::streambuf::traits_type::eof())
+    if (!m_link.fill(HeadInPlace::FIRST_READ_SIZE))
     {
         throwEnded(); // the device must not be asked again
     }
     HeadInPlace inPlace;
-    if (!inPlace.scan(m_link.held().substr(0, m_lines.bytesLeft())))
+    const std::size_t most = m_lines.bytesLeft();
+    if (!inPlace.scan(m_link.held().substr(0, most)) &&
+        !(HeadInPlace::needsMore(m_link.held()) && m_link.fillMore() && inPlace.scan(m_link.held().substr(0, most))))
     {
         return false;
     }

@@ -142,6 +142,7 @@ const char* scanField(const char* at, const char* end, HeadInPlace::Field& field
 
 bool HeadInPlace::scan(std::string_view bytes, EHead kind)
 {
+    m_fields.clear();
     const char* const begin = bytes.data();
     const char* const end = begin + std::min(bytes.size(), MAX_SIZE);
     const char* at = kind == E_PART ? begin : scanStatusLine(begin, end);

@@ -39,14 +39,26 @@ public:
     static constexpr std::size_t MAX_SIZE = std::size_t{64} * 1024;
     static constexpr std::size_t MAX_FIELDS = 1000;
 
+    /// What is read for a head at first; nearly all have less. Filling a buffer of 64 KiB would copy so much of the body, whose
+    /// bytes can go past it, and the pages of the buffer would stay in memory.
+    static constexpr std::size_t FIRST_READ_SIZE = std::size_t{16} * 1024;
+
     enum EHead
     {
         E_RESPONSE,
         E_PART ///< the same without a status line (RFC 2046, section 5.1)
     };
 
-    /// @return false if the bytes do not begin with a whole head of that form; the object is of no use then
+    /// @return false if the bytes do not begin with a whole head of that form; the object is of no use until the next call
     bool scan(std::string_view bytes, EHead kind = E_RESPONSE);
+
+    /// Whether more bytes may make a head of what is held, although the first read has brought all that was asked for. Where
+    /// a head has ended in any form, its body must not be waited for.
+    static bool needsMore(std::string_view held)
+    {
+        return held.size() >= FIRST_READ_SIZE && held.find("\n\r\n") == std::string_view::npos &&
+               held.find("\n\n") == std::string_view::npos;
+    }
 
     Version version() const { return m_version; }
     unsigned short status() const { return m_status; }

@@ -31,6 +31,8 @@ public:
         return m_begin[m_size++];
     }
 
+    void clear() { m_size = 0; }
+
     std::size_t size() const { return m_size; }
     T* begin() { return m_begin; }
     T* end() { return m_begin + m_size; }

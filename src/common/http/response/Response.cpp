@@ -13,6 +13,7 @@
 #include "response/StoreHead.hpp"
 
 #include "blocxx/BaseStreamBuffer.hpp"
+#include "blocxx/internal/DirectInput.hpp"
 #include "blocxx/internal/ForcedUnwind.hpp"
 #include "blocxx/internal/GetArea.hpp"
 #include "zol/http/HTTPTransferDecoder.hpp"
@@ -53,6 +54,18 @@ enum EHeadInPlace
     E_NOT_IN_PLACE ///< nothing has been taken
 };
 
+/// One read of the connection. What it throws sets badbit, as it would on a stream.
+template <class Read>
+bool readOnce(HTTPConnectionImpl& connection, const Read& read)
+{
+    return blocxx::Internal::catchAllButUnwind(read,
+                                               [&]() -> bool
+                                               {
+                                                   connection.setstate(std::ios_base::badbit);
+                                                   throw;
+                                               });
+}
+
 /// Reads a head that arrives in one piece. The plain way, which is what the other overload of checkStatus does, reads line
 /// by line, through a stream and into a map; it costs three times as much. Both end the input without asking it again.
 EHeadInPlace readHeadInPlace(HTTPConnectionImpl& connection, Response& response, bool& hasType)
@@ -61,20 +74,16 @@ EHeadInPlace readHeadInPlace(HTTPConnectionImpl& connection, Response& response,
     {
         return E_NOT_IN_PLACE;
     }
-    const bool anyHeld = blocxx::Internal::catchAllButUnwind(
-        [&] { return connection.buffer().sgetc() != std::streambuf::traits_type::eof(); },
-        [&]() -> bool
-        {
-            connection.setstate(std::ios_base::badbit);
-            throw;
-        });
-    if (!anyHeld)
+    const blocxx::Internal::DirectInput input(&connection.buffer());
+    if (!readOnce(connection, [&] { return input.fillGetArea(HeadInPlace::FIRST_READ_SIZE); }))
     {
         connection.setstate(std::ios_base::eofbit | std::ios_base::failbit);
         return E_INPUT_ENDED;
     }
     HeadInPlace head;
-    if (!head.scan(blocxx::Internal::GetArea::of(connection.buffer())))
+    const auto held = [&] { return blocxx::Internal::GetArea::of(connection.buffer()); };
+    if (!head.scan(held()) && !(HeadInPlace::needsMore(held()) &&
+                                readOnce(connection, [&] { return input.extendGetArea(); }) && head.scan(held())))
     {
         return E_NOT_IN_PLACE;
     }

@@ -185,6 +185,11 @@ std::streamsize BaseStreamBuffer::readFromDevice(char* to, std::streamsize room,
 
 std::streamsize BaseStreamBuffer::noteRead(int result, std::streamsize room)
 {
+    if (result > 0 && result <= room && !m_deviceFailedInput)
+    {
+        m_inputState = E_INPUT_OPEN;
+        return result;
+    }
     const int error = errno;
     if (m_deviceFailedInput)
     {
@@ -201,8 +206,8 @@ std::streamsize BaseStreamBuffer::noteRead(int result, std::streamsize room)
         return 0;
     }
     // Deliberately not sticky: a reader that asks again after the end asks the device again.
-    m_inputState = result > 0 ? E_INPUT_OPEN : E_INPUT_ENDED;
-    return std::max(result, 0);
+    m_inputState = E_INPUT_ENDED;
+    return 0;
 }
 
 void BaseStreamBuffer::failInput(int error, const String& text)

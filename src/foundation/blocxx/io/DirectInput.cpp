@@ -23,6 +23,15 @@ bool DirectInput::fillGetArea(std::size_t atMost) const
            m_buffer->refill(static_cast<std::streamsize>(std::min(atMost, size)), false);
 }
 
+bool DirectInput::extendGetArea() const
+{
+    char* const end = m_buffer->egptr();
+    const std::streamsize room = m_buffer->getBuffer() + m_buffer->m_size - end;
+    const std::streamsize count = room > 0 ? m_buffer->readFromDevice(end, room, true) : 0;
+    m_buffer->setg(m_buffer->eback(), m_buffer->gptr(), end + count);
+    return count > 0;
+}
+
 std::size_t DirectInput::readDirect(char* to, std::size_t count, std::size_t ahead) const
 {
     m_buffer->setg(nullptr, nullptr, nullptr);

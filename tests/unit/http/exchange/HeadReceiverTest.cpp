@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <string>
 #include <utility>
 #include <vector>
@@ -172,6 +173,50 @@ TEST(ExchangeHead, InterimResponsesCountForTheSizeLimit)
     options.headLimit = interim.size() + OK.size() + EMPTY.size() - 1;
     expectFailure([&] { responseTo(interim + OK + EMPTY, options); }, ExchangeException::E_HEAD,
                   ExchangeException::E_LIMIT, "larger than");
+}
+
+TEST(ExchangeHead, IsReadWholeWhateverItsSizeAndItsCuts)
+{
+    for (const size_t size : {16383U, 16384U, 16385U, 32768U, 65535U, 65536U, 65537U, 90000U})
+    {
+        std::string head = OK + "Content-Length: 20000\r\nFirst: 1\r\n";
+        while (head.size() + 200 < size)
+        {
+            head += "Line: " + std::string(100, 'v') + "\r\n";
+        }
+        head += "Last: " + std::string(size - head.size() - 10, 'z') + "\r\n\r\n";
+        ASSERT_EQ(head.size(), size);
+        for (const size_t cut : {size_t{16384}, size_t{16383}, size - 1, size})
+        {
+            zol_test::ScriptedServer server(
+                [&](zol_test::ServerConnection& connection)
+                {
+                    connection.receiveHead();
+                    const std::string bytes = head + std::string(20000, 'b');
+                    connection.send(bytes.substr(0, cut));
+                    connection.pause(std::chrono::milliseconds(2));
+                    connection.send(bytes.substr(cut));
+                });
+            const ExchangeResponse response = exchange(get(server));
+            EXPECT_EQ(textOf(response.getHeaders().getHeaderValue("First")), "1") << size << " " << cut;
+            EXPECT_EQ(textOf(response.getHeaders().getHeaderValue("Last")).find_first_not_of('z'), std::string::npos);
+            EXPECT_EQ(bodyOf(response), std::string(20000, 'b')) << size << " " << cut;
+        }
+    }
+}
+
+TEST(ExchangeHead, DoesNotWaitForMoreOfItsBody)
+{
+    zol_test::ScriptedServer server(
+        [](zol_test::ServerConnection& connection)
+        {
+            connection.receiveHead();
+            connection.send(OK + "X: a\r\n folded\r\nContent-Length: 100000\r\n\r\n" + std::string(50000, 'b'));
+            connection.waitUntilPeerCloses();
+        });
+    ExchangeOptions options;
+    options.headTimeout = blocxx::Timeout::relative(3);
+    EXPECT_EQ(textOf(exchange(get(server), options).getHeaders().getHeaderValue("X")), "a folded");
 }
 
 TEST(ExchangeHead, SwitchingProtocolsIsReturned)

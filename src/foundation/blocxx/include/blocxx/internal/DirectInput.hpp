@@ -32,6 +32,10 @@ public:
     /// @return whether the get area holds any
     bool fillGetArea(std::size_t atMost) const;
 
+    /// Puts what one device read delivers behind the bytes that the get area holds, as far as the buffer has room.
+    /// @return whether anything came
+    bool extendGetArea() const;
+
     /// Reads straight from the device into the caller's memory, past an empty get area, as much as one read delivers.
     /// Up to `ahead` bytes after them may come along; those become the get area.
     /// @param to room for `count` + `ahead` bytes, all of which may be written to
