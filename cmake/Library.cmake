@@ -34,7 +34,8 @@ function(zol_add_library target)
     $<TARGET_PROPERTY:zol_warnings,INTERFACE_COMPILE_OPTIONS>
     # A library's calls to its own functions are its own: they are not replaced from outside, so they may be inlined.
     -fno-semantic-interposition)
-  target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
+  # For the same reason they need not be looked up by name when a program is loaded.
+  target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed -Wl,-O1 -Wl,-Bsymbolic-functions)
 
   if(ZOL_INSTALL)
     target_include_directories(${target} PUBLIC $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zol_http>)
