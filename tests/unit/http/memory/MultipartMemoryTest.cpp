@@ -254,7 +254,7 @@ TEST(MultipartMemory, NothingIsLostWhenAnAllocationFails)
     {
         HTTP::Response response;
         response.contentType.setContentTypeString("Content-Type: multipart/mixed; boundary=B");
-        Repeating body("--B\r\n\r\n", 100000, "\r\n" + TWO_PARTS);
+        Repeating body("--B\r\n\r\n", 400000, "\r\n" + TWO_PARTS);
         std::istream in(&body);
         response.parseResponseData(in);
         return response.contents.size();
