@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <future>
 #include <string>
 #include <utility>
 #include <vector>
@@ -207,16 +208,24 @@ TEST(ExchangeHead, IsReadWholeWhateverItsSizeAndItsCuts)
 
 TEST(ExchangeHead, DoesNotWaitForMoreOfItsBody)
 {
+    const std::string head = OK + "X: a\r\n folded\r\nContent-Length: 20000\r\n\r\n";
+    const std::string body(20000, 'b');
+    const size_t firstRead = 16384;
+    std::promise<void> returned;
     zol_test::ScriptedServer server(
-        [](zol_test::ServerConnection& connection)
+        [&, waiting = returned.get_future().share()](zol_test::ServerConnection& connection)
         {
             connection.receiveHead();
-            connection.send(OK + "X: a\r\n folded\r\nContent-Length: 100000\r\n\r\n" + std::string(50000, 'b'));
-            connection.waitUntilPeerCloses();
+            connection.send((head + body).substr(0, firstRead));
+            waiting.wait_for(std::chrono::seconds(30));
+            connection.send((head + body).substr(firstRead));
         });
     ExchangeOptions options;
-    options.headTimeout = blocxx::Timeout::relative(3);
-    EXPECT_EQ(textOf(exchange(get(server), options).getHeaders().getHeaderValue("X")), "a folded");
+    options.headTimeout = blocxx::Timeout::relative(5);
+    const ExchangeResponse response = exchange(get(server), options);
+    returned.set_value();
+    EXPECT_EQ(textOf(response.getHeaders().getHeaderValue("X")), "a folded");
+    EXPECT_EQ(bodyOf(response), body) << response.bodyEndText();
 }
 
 TEST(ExchangeHead, SwitchingProtocolsIsReturned)
