@@ -113,7 +113,7 @@ String SocketBaseImpl::connectToAny(const SocketAddress& address, const Deadline
 {
     ConnectAttempts attempts(address, setBounds());
     const ConnectAttempts::EOutcome outcome = attempts.run(deadline);
-    const String unsuccessful = attempts.describeTheUnsuccessful();
+    String unsuccessful = attempts.describeTheUnsuccessful();
     if (outcome == ConnectAttempts::E_FAILED)
     {
         throwConnectFailed(unsuccessful, attempts.tellingError());
