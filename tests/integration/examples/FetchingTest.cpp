@@ -5,9 +5,11 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
+#include <future>
 #include <string>
 
 namespace
@@ -133,9 +135,17 @@ TEST(FetchUntilInterrupted, FetchesTheWholePage)
 
 TEST(FetchUntilInterrupted, GivesUpAtTheSignalAndSaysSo)
 {
-    const ScriptedServer server(stall);
+    // A signal before the request has come would leave the script without its head.
+    std::promise<void> requested;
+    const ScriptedServer server(
+        [&requested](ServerConnection& connection)
+        {
+            connection.receiveHead();
+            requested.set_value();
+            connection.waitUntilPeerCloses(std::chrono::seconds(60));
+        });
     ChildProcess fetch = example("fetch_until_interrupted", {urlOf(server)});
-    ASSERT_TRUE(server.waitForConnections(1));
+    ASSERT_EQ(requested.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
     ::kill(fetch.pid(), SIGINT);
     EXPECT_EQ(fetch.wait(), 130);
     EXPECT_THAT(fetch.errorOutput(), HasSubstr("cancelled"));
