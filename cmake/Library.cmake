@@ -3,7 +3,7 @@
 #
 # A library of the project, shared or static as BUILD_SHARED_LIBS says. Each of its modules is a folder, the calling one
 # unless others are named: its sources are the .cpp files below it, its public headers the folder include/ in it. The
-# first number of VERSION is the shared object's version.
+# first number of VERSION is the shared object's version. The calling folder's exports.map says what is not exported.
 function(zol_add_library target)
   cmake_parse_arguments(arg "" "ALIAS;VERSION;OUTPUT" "MODULES;LINKS" ${ARGN})
   list(TRANSFORM arg_MODULES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
@@ -26,6 +26,7 @@ function(zol_add_library target)
     EXPORT_NAME ${arg_ALIAS}
     VERSION ${arg_VERSION}
     SOVERSION ${soversion}
+    LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/exports.map
     POSITION_INDEPENDENT_CODE ON # a static library may go into somebody's shared one
     INSTALL_RPATH $ORIGIN) # installed anywhere, the libraries find one another
   target_compile_features(${target} PUBLIC cxx_std_17)
@@ -35,7 +36,8 @@ function(zol_add_library target)
     # A library's calls to its own functions are its own: they are not replaced from outside, so they may be inlined.
     -fno-semantic-interposition)
   # For the same reason they need not be looked up by name when a program is loaded.
-  target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed -Wl,-O1 -Wl,-Bsymbolic-functions)
+  target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed -Wl,-O1 -Wl,-Bsymbolic-functions
+    -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
 
   if(ZOL_INSTALL)
     target_include_directories(${target} PUBLIC $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zol_http>)

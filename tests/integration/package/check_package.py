@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Checks one property of libzol_http, built or installed. usage: check_package.py [options] COMMAND
 
-  headers             every public header compiles alone, as C++17 and as C++20, without a warning, and zol/http.hpp
-                      includes all of zol/
+  headers             every public header compiles alone as C++17, and zol/http.hpp as C++20 and C++23 too, without a
+                      warning; zol/http.hpp includes all of zol/; without run-time type information there is one error,
+                      which says so
   versions            the shared objects carry their versions
   symbols             the shared objects export nothing outside the library's namespaces
   paths               no installed file names the folders that it was built in
@@ -79,9 +80,18 @@ def headers(args):
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
         return f"{name} as {standard}:\n{done.stdout}" if done.returncode else None
 
-    jobs = [(name, standard) for name in names for standard in ("c++17", "c++20")]
+    jobs = [(name, "c++17") for name in names]
+    jobs += [("zol/http.hpp", standard) for standard in ("c++20", "c++2b")]
     with concurrent.futures.ThreadPoolExecutor(max_workers=os.cpu_count()) as pool:
-        report([problem for problem in pool.map(compile_alone, jobs) if problem], jobs)
+        problems = [problem for problem in pool.map(compile_alone, jobs) if problem]
+
+    without_types = subprocess.run([args.compiler, "-std=c++17", "-fno-rtti", "-fsyntax-only", f"-I{root}", "-x", "c++",
+                                    root / "zol/http.hpp"], text=True, timeout=120, stdout=subprocess.PIPE,
+                                   stderr=subprocess.STDOUT, check=False).stdout
+    errors = [line for line in without_types.splitlines() if " error: " in line]
+    if len(errors) != 1 or "-fno-rtti" not in errors[0]:
+        problems.append(f"zol/http.hpp without run-time type information:\n{without_types}")
+    report(problems, jobs)
 
 
 def versions(args):

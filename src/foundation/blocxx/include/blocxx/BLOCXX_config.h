@@ -1,5 +1,10 @@
 #pragma once
 
+// Contents and streams are told apart by their type, and so are the exceptions that cross the library's border.
+#ifndef __cpp_rtti
+#error "libzol_http needs run-time type information: compile without -fno-rtti"
+#endif
+
 /// The name of the namespace that holds the library.
 #define BLOCXX_NAMESPACE blocxx
 

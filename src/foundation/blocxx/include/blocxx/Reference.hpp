@@ -19,8 +19,9 @@ BLOCXX_COMMON_API void logThrowingDestructor(const std::type_info& reference, co
 
 /// Deletes an object; what its destructor throws is logged and goes no further.
 template <class Reference, class T>
-void destroy(T* object) noexcept
+void destroy([[maybe_unused]] T* object) noexcept
 {
+#ifdef __cpp_rtti // The error of BLOCXX_config.h is to be the only one.
     const std::type_info* objectType = &typeid(T);
     if constexpr (std::is_polymorphic_v<T>)
     {
@@ -37,6 +38,7 @@ void destroy(T* object) noexcept
     {
         logThrowingDestructor(typeid(Reference), *objectType);
     }
+#endif
 }
 
 } // namespace ReferenceDetail
