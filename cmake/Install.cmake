@@ -15,10 +15,14 @@ write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/zol_httpConfigVersi
 install(FILES
     ${CMAKE_CURRENT_BINARY_DIR}/zol_httpConfig.cmake
     ${CMAKE_CURRENT_BINARY_DIR}/zol_httpConfigVersion.cmake
-  DESTINATION ${package_dir})
-install(EXPORT zol_http_targets NAMESPACE zol:: DESTINATION ${package_dir})
+  DESTINATION ${package_dir} COMPONENT development)
+install(EXPORT zol_http_targets NAMESPACE zol:: DESTINATION ${package_dir} COMPONENT development)
+if(ZOL_STATIC_TOO AND BUILD_SHARED_LIBS)
+  install(EXPORT zol_http_static_targets NAMESPACE zol:: DESTINATION ${package_dir} COMPONENT development)
+endif()
 
 # Relative, so that the module is right wherever `cmake --install --prefix` puts it.
 file(RELATIVE_PATH pc_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/zol_http.pc.in ${CMAKE_CURRENT_BINARY_DIR}/zol_http.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zol_http.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zol_http.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)

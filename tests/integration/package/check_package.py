@@ -8,6 +8,8 @@
   symbols             the shared objects export nothing outside the library's namespaces
   paths               no installed file names the folders that it was built in
   cmake_consumer      a program builds through find_package(zol_http), and runs
+  static_component    a program builds through find_package(zol_http COMPONENTS static), and runs
+  no_static_component find_package(zol_http COMPONENTS static) says so where the static libraries are not installed
   pkgconfig_consumer  a program builds through the pkg-config module zol_http, and runs
   zolget              the installed zolget finds its libraries and fetches a page; manual and completion are there
   subproject          as a part of another project the library leaves that project's settings alone, and brings neither
@@ -208,6 +210,22 @@ def cmake_consumer(args):
     use_consumer(args, build / "consumer")
 
 
+def static_component(args):
+    build = fresh(args.work)
+    configured(args, HERE / "consumer", build, f"-DCMAKE_PREFIX_PATH={args.prefix}", "-DCOMPONENT=static")
+    run([args.cmake, "--build", build])
+    args.static = True  # whatever else is installed there
+    use_consumer(args, build / "consumer")
+
+
+def no_static_component(args):
+    done = configure(args, HERE / "consumer", fresh(args.work), f"-DCMAKE_PREFIX_PATH={args.prefix}", "-DCOMPONENT=static")
+    problems = []
+    if done.returncode == 0 or 'component "static" is not installed' not in " ".join(done.stdout.split()):
+        problems.append(f"find_package ended with status {done.returncode}:\n{done.stdout}")
+    report(problems, [done])
+
+
 def pkgconfig_consumer(args):
     build = fresh(args.work)
     libraries = args.prefix / args.libdir
@@ -335,7 +353,7 @@ def zolget(args):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("command", choices=["headers", "versions", "symbols", "paths", "cmake_consumer",
-                                            "pkgconfig_consumer", "zolget", "subproject", "static_build",
+                                            "static_component", "no_static_component", "pkgconfig_consumer", "zolget", "subproject", "static_build",
                                             "dependencies", "make"])
     parser.add_argument("--prefix", type=Path, required=True, help="where the library is installed")
     parser.add_argument("--static", action="store_true", help="what is installed there are the static libraries")
