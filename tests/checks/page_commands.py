@@ -78,7 +78,7 @@ def problem_of(command):
             return f"{missing[0]} is not there"
     elif program == "zolget":
         return None
-    elif program in ("man", "git", "ldconfig", "mkdir", "pkg-config", "c++"):
+    elif program in ("man", "git", "ldconfig", "mkdir", "pkg-config", "c++", "apt-get"):
         return None
     else:
         return f"{program} is not a command that this page may use without a check"
