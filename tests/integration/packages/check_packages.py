@@ -56,6 +56,11 @@ def report(problems, checked):
     print(f"{len(checked)} checked")
 
 
+def fresh(folder):
+    shutil.rmtree(folder, ignore_errors=True)
+    return folder
+
+
 def packages(args):
     """The paths of all packages by their names."""
     return {path.name.partition("_")[0]: path for path in sorted((args.build / "deb").iterdir())}
@@ -84,7 +89,7 @@ def build(args):
 
 
 def unpack(args):
-    shutil.rmtree(args.root, ignore_errors=True)
+    fresh(args.root)
     for path in packages(args).values():
         output_of("dpkg", "-x", path, args.root)
 
@@ -170,16 +175,18 @@ def control(args):
                      if not any(one.startswith(word) for one in dependencies)]
         if not needed and dependencies:
             problems.append(f"{package} depends on {dependencies}")
-        members = set(output_of("dpkg-deb", "-I", path).splitlines())
-        names = {line.split()[-1] for line in members if re.match(r" +\d+ bytes, +\d+ lines ", line)}
-        if names != {"control", "md5sums"} | ({"shlibs", "triggers"} if package == "libzol-http2" else set()):
-            problems.append(f"{package} has, to control it, {sorted(names)}")
-    shlibs = output_of("dpkg-deb", "-I", found["libzol-http2"], "shlibs")
-    if shlibs != "".join(f"{name} {LIBRARIES[name]} libzol-http2 (>= {VERSION})\n" for name in LIBRARIES):
-        problems.append(f"shlibs is\n{shlibs}")
-    triggers = output_of("dpkg-deb", "-I", found["libzol-http2"], "triggers")
-    if triggers != "activate-noawait ldconfig\n":
-        problems.append(f"triggers is {triggers}")
+        output_of("dpkg-deb", "-e", path, fresh(args.root.with_name("control")))
+        members = {member.name: member.read_text() for member in args.root.with_name("control").iterdir()}
+        wanted = {"control", "md5sums"}
+        if package == "libzol-http2":
+            wanted |= {"shlibs", "triggers"}
+            shlibs = "".join(f"{name} {number} libzol-http2 (>= {VERSION})\n" for name, number in LIBRARIES.items())
+            if members.get("shlibs") != shlibs:
+                problems.append(f"shlibs is\n{members.get('shlibs')}")
+            if members.get("triggers") != "activate-noawait ldconfig\n":
+                problems.append(f"triggers is\n{members.get('triggers')}")
+        if set(members) != wanted:
+            problems.append(f"{package} has, to control it, {sorted(members)}")
     report(problems, found)
 
 
