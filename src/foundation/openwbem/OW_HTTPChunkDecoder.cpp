@@ -120,6 +120,28 @@ const char* HTTPChunkDecoder::parse(const char* from, const char* end)
     return from;
 }
 
+/// Takes what stands between two chunks of one size, if these bytes are it. They are as many as that would be without
+/// leading zeros.
+bool HTTPChunkDecoder::takeEqualStart(const char* start, std::size_t length)
+{
+    const char* const end = start + length - 2;
+    std::uint64_t size = m_size;
+    for (const char* digit = end; digit != start + 2; size >>= 4)
+    {
+        if (digitValue(*--digit) != (size & 0xf))
+        {
+            return false;
+        }
+    }
+    if (m_state != E_DATA_END || std::memcmp(start, LINE_END, 2) != 0 || std::memcmp(end, LINE_END, 2) != 0)
+    {
+        return false;
+    }
+    m_dataLeft = m_size;
+    m_state = E_DATA;
+    return true;
+}
+
 void HTTPChunkDecoder::endInput()
 {
     m_state = isInTrailer() || isComplete() ? E_COMPLETE : E_BROKEN;

@@ -4,6 +4,7 @@
 #include "blocxx/internal/ForcedUnwind.hpp"
 #include "blocxx/internal/GetArea.hpp"
 #include "blocxx/internal/StreamFailure.hpp"
+#include "openwbem/internal/EqualChunks.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -21,8 +22,7 @@ using blocxx::Internal::DirectInput;
 using blocxx::Internal::FailureReason;
 using blocxx::Internal::GetArea;
 
-// The data of chunks of at least this size goes past the wrapped buffer, if the reader has asked for as much.
-constexpr std::size_t LARGE_CHUNK_SIZE = 8192;
+constexpr std::size_t LARGE_CHUNK_SIZE = Internal::EqualChunks::LARGE_CHUNK_SIZE;
 
 // What is read for the framing between two of them, a line end and a size line without an extension: more would take
 // data into the buffer that could go past it.
@@ -151,8 +151,7 @@ bool HTTPChunkedIStreamBuffer::fetch(Room& room, bool straight)
     const bool large = straight && m_decoder.chunkSize() >= LARGE_CHUNK_SIZE && direct;
     if (large && m_decoder.dataLeft() > 0)
     {
-        const std::size_t run = std::min<std::uint64_t>(m_decoder.dataLeft(), room.size());
-        take(room, direct.readDirect(room.next, run, std::min(room.size() - run, FRAMING_READ_SIZE)));
+        fetchData(room, direct);
         return !GetArea::of(*m_source).empty();
     }
     const bool filled =
@@ -177,15 +176,24 @@ void HTTPChunkedIStreamBuffer::decodeByte(Room& room)
     room.next = m_decoder.decode(&byte, &byte + 1, room.next, room.end).to;
 }
 
-/// Counts data that was read into the room; none of it is the end of the input.
-void HTTPChunkedIStreamBuffer::take(Room& room, std::size_t count)
+/// Reads data of a large chunk, and perhaps of others behind it, into the room.
+void HTTPChunkedIStreamBuffer::fetchData(Room& room, const DirectInput& direct)
 {
+    std::size_t count = 0;
+    if (Internal::EqualChunks::canRead(direct, m_decoder, room.size()))
+    {
+        count = Internal::EqualChunks::read(direct, m_decoder, room.next, room.size());
+    }
+    else
+    {
+        const std::size_t run = std::min<std::uint64_t>(m_decoder.dataLeft(), room.size());
+        count = direct.readDirect(room.next, run, std::min(room.size() - run, FRAMING_READ_SIZE));
+        m_decoder.takeData(count);
+    }
     if (count == 0)
     {
         noteEndOfInput();
-        return;
     }
-    m_decoder.takeData(count);
     room.next += count;
 }
 

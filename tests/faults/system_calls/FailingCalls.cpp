@@ -137,6 +137,21 @@ ZOL_TEST_REPLACEMENT ssize_t recv(int socket, void* data, std::size_t size, int 
                                           [=](std::size_t some) { return own(socket, data, some, flags); });
 }
 
+/// What is to transfer one byte transfers the first of the first piece.
+ZOL_TEST_REPLACEMENT ssize_t recvmsg(int socket, msghdr* message, int flags)
+{
+    const auto own = systemsOwn<ssize_t (*)(int, msghdr*, int)>("recvmsg");
+    const auto transfer = [=](std::size_t some)
+    {
+        iovec first{message->msg_iov->iov_base, 1};
+        msghdr shortened = *message;
+        shortened.msg_iov = &first;
+        shortened.msg_iovlen = 1;
+        return own(socket, some == 1 ? &shortened : message, flags);
+    };
+    return transferUnlessFailing<ssize_t>(E_RECV, socket, SIZE_MAX, transfer);
+}
+
 ZOL_TEST_REPLACEMENT ssize_t send(int socket, const void* data, std::size_t size, int flags)
 {
     const auto own = systemsOwn<ssize_t (*)(int, const void*, std::size_t, int)>("send");

@@ -5,8 +5,8 @@
 #include <vector>
 
 /// The system calls of the program, those of the libraries included, as far as they are made through the C library's
-/// functions: connect, recv, send, poll, close, fcntl, open, fstat, stat, pread, read, write, socket, getsockopt, setsockopt,
-/// getpeername, getsockname, eventfd, getrandom. Only the calls of a thread that asks for it fail.
+/// functions: connect, recv (recvmsg counts as one), send, poll, close, fcntl, open, fstat, stat, pread, read, write, socket,
+/// getsockopt, setsockopt, getpeername, getsockname, eventfd, getrandom. Only the calls of a thread that asks for it fail.
 namespace zol_faults
 {
 

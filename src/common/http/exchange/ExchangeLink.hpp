@@ -63,6 +63,9 @@ public:
         return m_direct.readDirect(to, room, ahead);
     }
 
+    /// Reads past the empty buffer, in any way.
+    const blocxx::Internal::DirectInput& direct() const { return m_direct; }
+
     bool inputFailed() const { return m_input.inputState() == blocxx::BaseStreamBuffer::E_INPUT_FAILED; }
 
     /// The exchange is over, and the other side knows it as well.

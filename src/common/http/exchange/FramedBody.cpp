@@ -3,6 +3,8 @@
 #include "exchange/ExchangeUnit.hpp"
 #include "exchange/HeadFields.hpp"
 
+#include "openwbem/internal/EqualChunks.hpp"
+
 #include <algorithm>
 
 namespace ZOLNS2::HTTP
@@ -11,8 +13,9 @@ namespace ZOLNS2::HTTP
 namespace
 {
 
-// The data of chunks of at least this size goes past the buffer, if the reader has asked for as much.
-constexpr size_t LARGE_CHUNK_SIZE = 8192;
+using OpenWBEM::Internal::EqualChunks;
+
+constexpr size_t LARGE_CHUNK_SIZE = EqualChunks::LARGE_CHUNK_SIZE;
 
 // What is read for the framing between two of them: more would take data into the buffer that could go past it.
 constexpr size_t FRAMING_READ_SIZE = 32;
@@ -151,14 +154,21 @@ size_t FramedBody::readChunked(char* buffer, size_t room)
 
 size_t FramedBody::readChunkData(char* buffer, size_t room)
 {
-    const size_t run = std::min<std::uint64_t>(m_decoder.dataLeft(), room);
-    const size_t count = m_link->readDirect(buffer, run, std::min(room - run, FRAMING_READ_SIZE));
+    size_t count = 0;
+    if (EqualChunks::canRead(m_link->direct(), m_decoder, room))
+    {
+        count = EqualChunks::read(m_link->direct(), m_decoder, buffer, room);
+    }
+    else
+    {
+        const size_t run = std::min<std::uint64_t>(m_decoder.dataLeft(), room);
+        count = m_link->readDirect(buffer, run, std::min(room - run, FRAMING_READ_SIZE));
+        m_decoder.takeData(count);
+    }
     if (count == 0)
     {
         finishEnded("before its last chunk");
-        return 0;
     }
-    m_decoder.takeData(count);
     return count;
 }
 

@@ -268,6 +268,22 @@ int SocketBaseImpl::read(void* data, int length, ErrorAction errorAction)
                     });
 }
 
+int SocketBaseImpl::readPieces(iovec* pieces, std::size_t count, ErrorAction errorAction)
+{
+    return transfer("SocketBaseImpl::read", 1, errorAction,
+                    [this, pieces, count]
+                    {
+                        m_receiveTimedOut = false;
+                        return boundReached() ? -1 : receivePieces(pieces, count);
+                    });
+}
+
+int SocketBaseImpl::receivePieces(iovec*, std::size_t)
+{
+    errno = ENOTSUP;
+    return -1;
+}
+
 int SocketBaseImpl::write(const void* data, int length, ErrorAction errorAction)
 {
     return transfer("SocketBaseImpl::write", length, errorAction,

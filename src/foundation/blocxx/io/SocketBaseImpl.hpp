@@ -14,6 +14,9 @@
 
 #include <openssl/types.h>
 
+#include <sys/uio.h>
+
+#include <cstddef>
 #include <memory>
 #include <optional>
 
@@ -38,6 +41,13 @@ public:
 
     int read(void* data, int length, ErrorAction errorAction) override;
     int write(const void* data, int length, ErrorAction errorAction) override;
+
+    /// Whether readPieces() may be called.
+    virtual bool takesPieces() const { return false; }
+
+    /// As read(), into at least one piece of memory, in their order.
+    int readPieces(iovec* pieces, std::size_t count, ErrorAction errorAction);
+
     String lastErrorText() const override { return m_errorText; }
 
     int writeUnlessInput(const void* data, int length);
@@ -81,6 +91,7 @@ protected:
 
     /// As IOIFC::read and write, with at least one byte asked for, on a connected socket.
     virtual int receive(void* data, int length) = 0;
+    virtual int receivePieces(iovec* pieces, std::size_t count);
     virtual int sendAll(const void* data, int length) = 0;
 
     /// One attempt to send without a wait. @return the bytes sent; -1 on failure, with the event to wait for, or 0 and

@@ -13,6 +13,18 @@ namespace blocxx
 
 int SocketImpl::receive(void* data, int length)
 {
+    return receiveWith([this, data, length]
+                       { return receiveNow(descriptor(), data, static_cast<std::size_t>(length)); });
+}
+
+int SocketImpl::receivePieces(iovec* pieces, std::size_t count)
+{
+    return receiveWith([this, pieces, count] { return receiveNow(descriptor(), pieces, count); });
+}
+
+template <class Receive>
+int SocketImpl::receiveWith(Receive receiveOnce)
+{
     std::optional<Deadline> deadline;
     // The response to what has just been sent is on its way: an attempt to read it would be in vain.
     if (std::exchange(m_hasJustSent, false))
@@ -26,7 +38,7 @@ int SocketImpl::receive(void* data, int length)
     for (;;)
     {
         // Tried before any wait: most of the time the bytes are there.
-        const ssize_t count = receiveNow(descriptor(), data, static_cast<std::size_t>(length));
+        const ssize_t count = receiveOnce();
         if (count >= 0)
         {
             return static_cast<int>(count);

@@ -1,8 +1,11 @@
+#include "Peers.hpp"
 #include "ProbeBuffer.hpp"
 #include "ScriptedDevice.hpp"
 #include "support/Cancellation.hpp"
+#include "support/ScriptedServer.hpp"
 
 #include "blocxx/IOIFCStreamBuffer.hpp"
+#include "blocxx/Socket.hpp"
 #include "blocxx/internal/DirectInput.hpp"
 #include "blocxx/internal/ForcedUnwind.hpp"
 #include "blocxx/internal/GetArea.hpp"
@@ -11,9 +14,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 using blocxx::BaseStreamBuffer;
 using blocxx::IOIFCStreamBuffer;
@@ -132,4 +138,69 @@ TEST(DirectInput, ReadsIntoTheCallersMemoryAndKeepsWhatCameAfter)
     device.reads.clear();
     EXPECT_EQ(direct.readDirect(bytes, 4, 3), 0U);
     EXPECT_EQ(buffer.inputState(), BaseStreamBuffer::E_INPUT_ENDED);
+}
+
+TEST(DirectInput, FillsPiecesInTheirOrderFromASocket)
+{
+    zol_test::ScriptedServer server(zol_test::sending("abcdefghij"));
+    blocxx::Socket socket;
+    socket.connect(zol_test::loopback(server.port()));
+    IOIFCStreamBuffer buffer(&socket);
+    const DirectInput direct(&buffer);
+    ASSERT_TRUE(direct.takesPieces());
+    char first[3];
+    char second[4];
+    char third[9];
+    iovec pieces[] = {{first, sizeof first}, {second, sizeof second}, {third, sizeof third}};
+    ASSERT_EQ(direct.readPieces(pieces, 3), 10U);
+    EXPECT_EQ(std::string(first, 3) + '|' + std::string(second, 4) + '|' + std::string(third, 3), "abc|defg|hij");
+    direct.hold(pieces + 1, 6);
+    EXPECT_EQ(GetArea::of(buffer), "defghi");
+    GetArea::consume(buffer, 6);
+    EXPECT_EQ(direct.readPieces(pieces, 3), 0U);
+    EXPECT_EQ(buffer.inputState(), BaseStreamBuffer::E_INPUT_ENDED);
+}
+
+TEST(DirectInput, AReadOfPiecesThatFailsIsAFailedInput)
+{
+    for (const blocxx::IOIFC::ErrorAction action : {blocxx::IOIFC::E_THROW_ON_ERROR, blocxx::IOIFC::E_RETURN_ON_ERROR})
+    {
+        zol_test::ScriptedServer server(zol_test::resetAfterOneByte);
+        blocxx::Socket socket;
+        socket.connect(zol_test::loopback(server.port()));
+        socket.write("x", 1);
+        IOIFCStreamBuffer buffer(&socket);
+        buffer.setErrorAction(action);
+        const DirectInput direct(&buffer);
+        char byte = 0;
+        iovec piece{&byte, 1};
+        bool threw = false;
+        try
+        {
+            EXPECT_EQ(direct.readPieces(&piece, 1), 0U);
+        }
+        catch (const blocxx::SocketException&)
+        {
+            threw = true;
+        }
+        EXPECT_EQ(threw, action == blocxx::IOIFC::E_THROW_ON_ERROR);
+        EXPECT_EQ(buffer.inputState(), BaseStreamBuffer::E_INPUT_FAILED);
+        EXPECT_EQ(buffer.inputError(), ECONNRESET);
+        // The buffer has its own device again.
+        EXPECT_TRUE(direct.takesPieces());
+    }
+}
+
+TEST(DirectInput, TakesPiecesOfPlainTcpConnectionsAlone)
+{
+    ScriptedDevice device;
+    blocxx::Socket plain;
+    blocxx::Socket tls{blocxx::SSLClientCtxRef(new blocxx::SSLClientCtx)};
+    const std::vector<std::pair<blocxx::IOIFC*, bool>> cases = {
+        {&plain, true}, {&tls, false}, {&device, false}, {nullptr, false}};
+    for (const auto& [candidate, expected] : cases)
+    {
+        IOIFCStreamBuffer buffer(candidate);
+        EXPECT_EQ(DirectInput(&buffer).takesPieces(), expected);
+    }
 }

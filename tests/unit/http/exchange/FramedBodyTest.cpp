@@ -10,6 +10,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -89,6 +90,54 @@ TEST(ExchangeBody, IsDechunked)
     expectEnd(CHUNKED + "4\r\nbody\r\n6;x=\"y\"\r\n chunk\r\n0\r\n\r\n", "body chunk", ExchangeResponse::E_COMPLETE);
     expectEnd(OK + "Transfer-Encoding: Chunked\r\nContent-Length: 3\r\n\r\n4\r\nbody\r\n0\r\n\r\n", "body",
               ExchangeResponse::E_COMPLETE);
+}
+
+/// Reads with much room at a time.
+std::string readInBlocks(const ExchangeResponse& response)
+{
+    std::string all;
+    const ZOLNS2::MIME::ContentRef content = response.getContent();
+    const ZOLNS2::MIME::ContentStreamStateRef state = content->createInitialStreamState();
+    std::vector<char> block(65536);
+    size_t count = 0;
+    while ((count = content->getData(block.data(), block.size(), state)) != ZOLNS2::MIME::END_OF_DATA)
+    {
+        all.append(block.data(), count);
+    }
+    return all;
+}
+
+TEST(ExchangeBody, OfEqualChunksIsDechunkedAndKeepsTheConnection)
+{
+    std::string wire = CHUNKED;
+    std::string data;
+    for (int chunk = 0; chunk < 40; ++chunk)
+    {
+        // In the middle there is one of another size.
+        data += std::string(chunk == 20 ? 9000 : 16384, static_cast<char>('a' + chunk % 26));
+        const std::string bytes = data.substr(data.size() - (chunk == 20 ? 9000 : 16384));
+        wire += (chunk == 20 ? "2328\r\n" : "4000\r\n") + bytes + "\r\n";
+    }
+    for (const std::string end : {"0\r\n\r\n", "0\r\nX: 1\r\n\r\n"})
+    {
+        zol_test::ScriptedServer server(
+            [&](zol_test::ServerConnection& connection)
+            {
+                for (int request = 0; request < 2; ++request)
+                {
+                    connection.receiveHead();
+                    connection.send(wire + end);
+                }
+                connection.waitUntilPeerCloses();
+            });
+        const ExchangeResponse first = exchange(get(server));
+        EXPECT_TRUE(readInBlocks(first) == data);
+        EXPECT_EQ(first.bodyEnd(), ExchangeResponse::E_COMPLETE);
+        ASSERT_TRUE(first.reusable());
+        ZOLNS2::HTTP::ExchangeConnection connection = first.getConnection();
+        EXPECT_TRUE(readInBlocks(exchange(connection, get(server))) == data);
+        EXPECT_EQ(server.connections(), 1U);
+    }
 }
 
 TEST(ExchangeBody, ChunkedIsCutBeforeItsLastChunk)

@@ -7,6 +7,11 @@
 namespace blocxx
 {
 
+namespace Internal
+{
+class DirectInput;
+} // namespace Internal
+
 /// The stream buffer over a device such as a socket.
 ///
 /// A refill is one read of the device. A flush writes until every byte is gone; a count of 0 or less is a failure. A
@@ -35,6 +40,8 @@ protected:
     String deviceErrorText() const override;
 
 private:
+    friend class Internal::DirectInput;
+
     IOIFC* m_device;
     IOIFC::ErrorAction m_errorAction;
     std::streambuf* m_tied;

@@ -20,6 +20,11 @@
 namespace blocxx
 {
 
+namespace Internal
+{
+class DirectInput;
+} // namespace Internal
+
 class SocketBaseImpl;
 
 /// The descriptor of a socket.
@@ -194,6 +199,8 @@ public:
     std::optional<TlsFacts> getTlsFacts() const;
 
 private:
+    friend class Internal::DirectInput;
+
     IntrusiveReference<SocketBaseImpl> m_impl;
 };
 

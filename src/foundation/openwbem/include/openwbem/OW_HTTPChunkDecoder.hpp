@@ -8,6 +8,11 @@
 namespace OpenWBEM
 {
 
+namespace Internal
+{
+class EqualChunks;
+} // namespace Internal
+
 /// Decodes the chunked transfer coding, fed with bytes as they arrive. The grammar is that of RFC 9112 section 7.1:
 ///
 ///     chunked-body    = *chunk last-chunk trailer-section CRLF
@@ -95,6 +100,8 @@ public:
     bool isOver() const { return m_state >= E_COMPLETE; }
 
 private:
+    friend class Internal::EqualChunks;
+
     enum EState
     {
         E_SIZE,        ///< the digits
@@ -110,6 +117,7 @@ private:
         E_BROKEN
     };
 
+    bool takeEqualStart(const char* start, std::size_t length);
     const char* parse(const char* from, const char* end);
     EState next(char c);
     EState afterDigit(char c);

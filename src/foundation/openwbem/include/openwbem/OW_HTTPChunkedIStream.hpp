@@ -1,6 +1,7 @@
 #pragma once
 
 #include "blocxx/BaseStreamBuffer.hpp"
+#include "blocxx/internal/DirectInput.hpp"
 #include "openwbem/OW_HTTPChunkDecoder.hpp"
 #include "openwbem/OW_config.h"
 
@@ -68,7 +69,7 @@ private:
     void decodeStep(Room& room, bool straight);
     bool fetch(Room& room, bool straight);
     void decodeByte(Room& room);
-    void take(Room& room, std::size_t count);
+    void fetchData(Room& room, const blocxx::Internal::DirectInput& direct);
     void noteEndOfInput();
     void endInput(std::ios_base::iostate bits, int error, blocxx::String text);
 

@@ -2,6 +2,8 @@
 
 #include "blocxx/BLOCXX_config.h"
 
+#include <sys/uio.h>
+
 #include <cstddef>
 #include <streambuf>
 
@@ -41,6 +43,20 @@ public:
     /// @param to room for `count` + `ahead` bytes, all of which may be written to
     /// @return the bytes of the `count`; 0 at the end of the input
     std::size_t readDirect(char* to, std::size_t count, std::size_t ahead) const;
+
+    /// The bytes that the get area has room for.
+    std::size_t capacity() const;
+
+    /// Whether one read of the device can fill several pieces of memory: it is a plain TCP connection.
+    bool takesPieces() const;
+
+    /// As readDirect, into several pieces in their order. Only where takesPieces() says so.
+    /// @return the bytes; 0 at the end of the input
+    std::size_t readPieces(iovec* pieces, std::size_t count) const;
+
+    /// Makes `size` bytes that readPieces() has stored the get area, which is empty: the first of these pieces. At most
+    /// capacity() bytes; does not throw.
+    void hold(const iovec* pieces, std::size_t size) const;
 
 private:
     BaseStreamBuffer* m_buffer;
