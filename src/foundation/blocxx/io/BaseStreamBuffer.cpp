@@ -153,6 +153,16 @@ bool BaseStreamBuffer::refill(std::streamsize atMost, bool dataBefore)
     return count > 0;
 }
 
+inline std::streamsize BaseStreamBuffer::noteRead(int result, std::streamsize room)
+{
+    if (result > 0 && result <= room && !m_deviceFailedInput)
+    {
+        m_inputState = E_INPUT_OPEN;
+        return result;
+    }
+    return noteNoData(result, room);
+}
+
 // The one place that reads from the device. Returns 0 when there is no more input, whatever the reason.
 std::streamsize BaseStreamBuffer::readFromDevice(char* to, std::streamsize room, bool dataBefore)
 {
@@ -183,13 +193,9 @@ std::streamsize BaseStreamBuffer::readFromDevice(char* to, std::streamsize room,
                                        });
 }
 
-std::streamsize BaseStreamBuffer::noteRead(int result, std::streamsize room)
+// Returns 0, since the device has delivered nothing that counts.
+std::streamsize BaseStreamBuffer::noteNoData(int result, std::streamsize room)
 {
-    if (result > 0 && result <= room && !m_deviceFailedInput)
-    {
-        m_inputState = E_INPUT_OPEN;
-        return result;
-    }
     const int error = errno;
     if (m_deviceFailedInput)
     {

@@ -20,7 +20,11 @@ int callOpenSSL(SSL* session, Call function)
 {
     ::pthread_testcancel();
     const Internal::CancellationOff inOpenSSL;
-    ERR_clear_error();
+    // Clearing an empty queue takes ten times as long as looking at it.
+    if (ERR_peek_error() != 0)
+    {
+        ERR_clear_error();
+    }
     errno = 0;
     return function(session);
 }

@@ -173,6 +173,7 @@ private:
 
     std::streamsize readFromDevice(char* to, std::streamsize room, bool dataBefore);
     std::streamsize noteRead(int result, std::streamsize room);
+    std::streamsize noteNoData(int result, std::streamsize room);
     void noteFailure(Internal::FailureReason reason);
     Internal::FailureReason reasonOfFailure(int error) const;
     void reportFailure();
