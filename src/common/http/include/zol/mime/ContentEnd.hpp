@@ -16,6 +16,7 @@ namespace ZOLNS2::MIME
 /// {
 ///     ...
 ///     bool endedBadly(const ZOLNS2::MIME::ContentStreamStateRef&) const override { return m_lost; }
+///     bool m_lost = false;
 /// };
 /// @endcode
 class ZOL_API ContentEnd
