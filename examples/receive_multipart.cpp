@@ -18,7 +18,7 @@ std::vector<Part> partsOf(const ZOLNS2::HTTP::ExchangeResponse& response)
     using namespace ZOLNS2;
     MIME::MultipartReader::Limits limits;
     limits.parts = 100;
-    limits.bytes = 1024 * 1024; // all of it is kept
+    limits.bytes = 1048576; // all of it is kept
     std::vector<Part> parts;
     MIME::MultipartReader reader(response.getContent(), limits);
     while (const auto part = reader.next()) // throws if the part before was cut

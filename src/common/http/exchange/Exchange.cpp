@@ -91,6 +91,8 @@ public:
     ExchangeResponse run(const Request& request, const ExchangeLinkRef& kept);
 
 private:
+    ExchangeResponse runUnlogged(const Request& first, const ExchangeLinkRef& kept);
+
     struct Received
     {
         ExchangeLinkRef link;
@@ -167,7 +169,20 @@ ExchangeLinkRef Exchanging::linkFor(const Request& request, const Url& url, cons
     return kept;
 }
 
-ExchangeResponse Exchanging::run(const Request& first, const ExchangeLinkRef& kept)
+ExchangeResponse Exchanging::run(const Request& request, const ExchangeLinkRef& kept)
+{
+    try
+    {
+        return runUnlogged(request, kept);
+    }
+    catch (const ExchangeException& failure)
+    {
+        ZOL_LOG(m_log, DEBUG2, blocxx::Format("The exchange failed: %1", failure.getMessage()));
+        throw;
+    }
+}
+
+ExchangeResponse Exchanging::runUnlogged(const Request& first, const ExchangeLinkRef& kept)
 {
     RecentRequest* const recent = kept ? kept->recent().request.ifSame(first) : nullptr;
     if (recent == nullptr)
@@ -211,7 +226,9 @@ Redirect Exchanging::step(const Request& request, const Url& url, RecentRequest*
     {
         m_options.observer->connected(ExchangeConnection(received.link));
     }
-    ZOL_LOG(m_log, DEBUG3, blocxx::Format("Connected to %1", received.link->socket().getPeerAddress().toString()));
+    ZOL_LOG(m_log, DEBUG3,
+            blocxx::Format(kept ? "Using the kept connection to %1" : "Connected to %1",
+                           received.link->socket().getPeerAddress().toString()));
     sendAndReceive(request, recent, readings.current(), received);
     ZOL_LOG(m_log, DEBUG2, blocxx::Format("Received: %1", received.head.statusLine.toString()));
     ZOL_LOG(m_log, DEBUG3, received.requestIsWhole ? "The request was sent whole" : "The request was sent in part");

@@ -66,8 +66,10 @@ bool MultipartScanner::enterNext()
     }
     if (m_section == m_limits.parts)
     {
-        throw ExchangeException(SOURCE_UNIT, __LINE__, ExchangeException::E_BODY, ExchangeException::E_LIMIT,
-                                blocxx::Format("The multipart body has more than %1 parts", m_limits.parts).c_str());
+        throw ExchangeException(
+            SOURCE_UNIT, __LINE__, ExchangeException::E_BODY, ExchangeException::E_LIMIT,
+            blocxx::Format("The multipart body has more than %1 parts (MultipartReader::Limits::parts)", m_limits.parts)
+                .c_str());
     }
     ++m_section;
     m_atDelimiter = false;

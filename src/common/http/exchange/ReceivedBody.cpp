@@ -105,6 +105,11 @@ void ReceivedBody::finish(ExchangeResponse::EBodyEnd end, const blocxx::String& 
     m_end = end;
     m_endText = text;
     m_systemError = systemError;
+    if (end != ExchangeResponse::E_COMPLETE)
+    {
+        const OperationLog log(ExchangeUnit::LOG_UNIT, __PRETTY_FUNCTION__);
+        ZOL_LOG(log, DEBUG2, blocxx::Format("The body is not whole: %1", text));
+    }
 }
 
 } // namespace ZOLNS2::HTTP

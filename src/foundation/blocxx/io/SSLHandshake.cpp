@@ -165,8 +165,14 @@ void SSLHandshake::throwFailed(int sslError, int error) const
     {
         BLOCXX_THROW_ERRNO_MSG1(SSLException, Format("SSL connect error: %1", peerText()), error);
     }
-    throwSSL(Format("SSL connect error: %1: %2", peerText(),
-                    reasons.empty() ? String("the peer closed the connection during the handshake") : reasons));
+    if (reasons.empty())
+    {
+        throwSSL(Format("SSL connect error: %1: the peer closed the connection during the handshake", peerText()));
+    }
+    // What OpenSSL says of a record that is none.
+    const bool isOtherProtocol = reasons.indexOf("wrong version number") != String::npos;
+    throwSSL(Format("SSL connect error: %1: %2%3", peerText(), reasons,
+                    isOtherProtocol ? "; does the server speak TLS on this port?" : ""));
 }
 
 } // namespace blocxx

@@ -228,7 +228,8 @@ TEST(SSLHandshake, PlainTextServerIsRecognised)
         });
     const ConnectFailure failure = failureAt(server, trustingClient());
     EXPECT_EQ(failure.type, "SSLException");
-    EXPECT_EQ(failure.text, "SSL connect error: 127.0.0.1 (" + server.address() + "): wrong version number");
+    EXPECT_EQ(failure.text, "SSL connect error: 127.0.0.1 (" + server.address() +
+                                "): wrong version number; does the server speak TLS on this port?");
 }
 
 TEST(SSLHandshake, PeerThatClosesIsNamed)

@@ -53,7 +53,8 @@ public:
     /// Whether getContentLength() can be asked.
     virtual bool hasContentLength() = 0;
 
-    /// The bytes that a whole reading delivers.
+    /// The bytes that a whole reading delivers. Without hasContentLength() it throws a ContentException, or returns a
+    /// number that means nothing.
     virtual size_t getContentLength() = 0;
 
     /// Copies at most `len` bytes to `buf` and advances `state` by the number copied.

@@ -22,8 +22,10 @@ ZOL_API BIO_METHOD* BIO_s_httpcontent();
 /// between; the chain can then only be freed.
 ///
 /// @code
-/// BIO* const bio = MIME::BIO_new_httpcontent(content);
-/// X509* const certificate = PEM_read_bio_X509(BIO_push(BIO_new(BIO_f_buffer()), bio), nullptr, nullptr, nullptr);
+/// BIO* const chain = BIO_push(BIO_new(BIO_f_buffer()), MIME::BIO_new_httpcontent(content));
+/// X509* const certificate = PEM_read_bio_X509(chain, nullptr, nullptr, nullptr);
+/// BIO_free_all(chain);
+/// X509_free(certificate);
 /// @endcode
 ///
 /// A null content makes a BIO whose reads return -1.

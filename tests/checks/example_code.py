@@ -1,6 +1,7 @@
-"""usage: header_code.py --compiler PROGRAM --include FOLDER...
+"""usage: example_code.py --compiler PROGRAM --include FOLDER... [PAGE...]
 
-Fails unless the examples (@code) in the comments of the public headers below the folders compile.
+Fails unless the examples compile: those (@code) in the comments of the public headers below the folders, and the blocks
+of C++ in the pages.
 """
 import argparse
 import re
@@ -35,7 +36,7 @@ void use(const std::vector<char>&);
 void work();
 """
 
-# What the examples of a header take for granted.
+# What the examples of a header or page take for granted.
 NAMES = {
     "ChunkedContent.hpp": "const MIME::ContentRef& generated, HTTP::Headers& headers",
     "ExchangeConnection.hpp": "const HTTP::Request& request, const HTTP::Request& next",
@@ -59,18 +60,19 @@ NAMES = {
     "Timeout.hpp": "HTTP::ExchangeOptions& options",
     "OW_HTTPChunkedIStream.hpp": "std::istream& connection, std::ostream& file",
     "OW_HTTPUtils.hpp": "std::istream& connection",
+    "guide.md": "const HTTP::ExchangeResponse& response, const HTTP::Url& url, char (&buffer)[4096]",
 }
 
 
 def examples_of(text):
-    """(line, code) of each example in a header."""
-    for found in re.finditer(r"@code\n(.*?)\n\s*/// @endcode", text, re.S):
-        lines = [re.sub(r"^\s*/// ?", "", line) for line in found[1].split("\n")]
+    """(line, code) of each example in a header or a page."""
+    for found in re.finditer(r"@code\n(?P<comment>.*?)\n\s*/// @endcode|^```cpp\n(?P<block>.*?)\n```$", text, re.S | re.M):
+        lines = (found["block"] or re.sub(r"^\s*/// ?", "", found["comment"] or "", flags=re.M)).split("\n")
         yield text[:found.start()].count("\n") + 2, "\n".join("" if line.strip() == "..." else line for line in lines)
 
 
 def function_of(number, name, line, code):
-    """A function that holds an example, whose lines the compiler calls by their place in the header."""
+    """A function that holds an example, whose lines the compiler calls by their place in the file."""
     # What defines at namespace scope what the rest uses.
     outside = "\n".join(part for part in code.split("\n") if part.startswith("BLOCXX_DE"))
     inside = "\n".join("" if part.startswith("BLOCXX_DE") else part for part in code.split("\n"))
@@ -84,9 +86,10 @@ def main():
     parser = argparse.ArgumentParser(usage=__doc__)
     parser.add_argument("--compiler", required=True)
     parser.add_argument("--include", action="append", required=True)
+    parser.add_argument("pages", nargs="*", type=Path)
     args = parser.parse_args()
-    examples = [(path.name, line, code) for folder in args.include for path in sorted(Path(folder).rglob("*.h*"))
-                for line, code in examples_of(path.read_text())]
+    files = [path for folder in args.include for path in sorted(Path(folder).rglob("*.h*"))] + args.pages
+    examples = [(path.name, line, code) for path in files for line, code in examples_of(path.read_text())]
     functions = [function_of(number, *example) for number, example in enumerate(examples)]
     if not functions:
         sys.exit("no example is shown")
