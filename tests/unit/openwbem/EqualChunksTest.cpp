@@ -211,7 +211,7 @@ TEST(EqualChunks, SeveralComeWithOneRead)
 {
     for (const char* const format : {"%zx\r\n", "%zX\r\n"})
     {
-        const Outcome outcome = readFromSocket(sixtyFour(format, 0xa000), 65 * 0xa000, everything);
+        const Outcome outcome = readFromSocket(sixtyFour(format, 0xa000), std::size_t{65} * 0xa000, everything);
         EXPECT_EQ(outcome.data.size(), 64U * 0xa000);
         EXPECT_EQ(outcome.state, "EF");
         EXPECT_GE(reads, 20);
