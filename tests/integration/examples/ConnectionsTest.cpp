@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -77,12 +78,12 @@ TEST(FetchInThreads, ShowsEachSizeInOrder)
 TEST(FetchInThreads, AreUnderWayAtTheSameTime)
 {
     // The first response waits for the second connection.
-    ScriptedServer* all = nullptr;
+    std::atomic<ScriptedServer*> all = nullptr;
     ScriptedServer server(
         [&all](ServerConnection& connection)
         {
             connection.receiveHead();
-            connection.send(all->waitForConnections(2) ? KEPT : "");
+            connection.send(all.load()->waitForConnections(2) ? KEPT : "");
         });
     all = &server;
     EXPECT_EQ(outputOf("fetch_in_threads", {urlOf(server), urlOf(server)}),
