@@ -71,15 +71,29 @@ Layout::Layout(const HTTPChunkDecoder& decoder, char* to, std::size_t room, std:
     }
 }
 
-} // namespace
-
-bool EqualChunks::canRead(const DirectInput& input, const HTTPChunkDecoder& decoder, std::size_t room)
+/// Whether others of the same size are expected behind the chunk, and all of its data has room. Chunks of whole pages come
+/// from buffers, so more of them follow.
+bool expectsEqual(const DirectInput& input, const HTTPChunkDecoder& decoder, std::size_t room)
 {
-    return decoder.chunkSize() >= LARGE_CHUNK_SIZE && decoder.chunkSize() % PAGE == 0 && decoder.dataLeft() > 0 &&
-           decoder.dataLeft() <= room && input.takesPieces();
+    return decoder.chunkSize() >= EqualChunks::LARGE_CHUNK_SIZE && decoder.chunkSize() % PAGE == 0 &&
+           decoder.dataLeft() > 0 && decoder.dataLeft() <= room && input.takesPieces();
 }
 
+} // namespace
+
 std::size_t EqualChunks::read(const DirectInput& input, HTTPChunkDecoder& decoder, char* to, std::size_t room)
+{
+    if (expectsEqual(input, decoder, room))
+    {
+        return readSeveral(input, decoder, to, room);
+    }
+    const std::size_t run = std::min<std::uint64_t>(decoder.dataLeft(), room);
+    const std::size_t count = input.readDirect(to, run, std::min(room - run, FRAMING_READ_SIZE));
+    decoder.takeData(count);
+    return count;
+}
+
+std::size_t EqualChunks::readSeveral(const DirectInput& input, HTTPChunkDecoder& decoder, char* to, std::size_t room)
 {
     Layout layout(decoder, to, room, input.capacity());
     std::size_t left = input.readPieces(layout.pieces.data(), layout.count);

@@ -22,11 +22,7 @@ using blocxx::Internal::DirectInput;
 using blocxx::Internal::FailureReason;
 using blocxx::Internal::GetArea;
 
-constexpr std::size_t LARGE_CHUNK_SIZE = Internal::EqualChunks::LARGE_CHUNK_SIZE;
-
-// What is read for the framing between two of them, a line end and a size line without an extension: more would take
-// data into the buffer that could go past it.
-constexpr std::size_t FRAMING_READ_SIZE = 32;
+using Internal::EqualChunks;
 
 } // namespace
 
@@ -85,7 +81,7 @@ std::size_t HTTPChunkedIStreamBuffer::decode(char* to, std::size_t size, EWait w
 {
     // Data that is stored when the wrapped buffer throws has to be counted, so the steps count in here.
     Room room{to, to + size};
-    const bool straight = wait == E_FOR_ALL && size >= LARGE_CHUNK_SIZE;
+    const bool straight = wait == E_FOR_ALL && size >= EqualChunks::LARGE_CHUNK_SIZE;
     blocxx::Internal::catchAllButUnwind(
         [&]
         {
@@ -148,14 +144,14 @@ bool HTTPChunkedIStreamBuffer::fetch(Room& room, bool straight)
 {
     // After one large chunk, another is likely.
     const DirectInput direct(m_source);
-    const bool large = straight && m_decoder.chunkSize() >= LARGE_CHUNK_SIZE && direct;
+    const bool large = straight && m_decoder.chunkSize() >= EqualChunks::LARGE_CHUNK_SIZE && direct;
     if (large && m_decoder.dataLeft() > 0)
     {
         fetchData(room, direct);
         return !GetArea::of(*m_source).empty();
     }
-    const bool filled =
-        large ? direct.fillGetArea(FRAMING_READ_SIZE) : !Traits::eq_int_type(m_source->sgetc(), Traits::eof());
+    const bool filled = large ? direct.fillGetArea(EqualChunks::FRAMING_READ_SIZE)
+                              : !Traits::eq_int_type(m_source->sgetc(), Traits::eof());
     if (!filled)
     {
         noteEndOfInput();
@@ -179,17 +175,7 @@ void HTTPChunkedIStreamBuffer::decodeByte(Room& room)
 /// Reads data of a large chunk, and perhaps of others behind it, into the room.
 void HTTPChunkedIStreamBuffer::fetchData(Room& room, const DirectInput& direct)
 {
-    std::size_t count = 0;
-    if (Internal::EqualChunks::canRead(direct, m_decoder, room.size()))
-    {
-        count = Internal::EqualChunks::read(direct, m_decoder, room.next, room.size());
-    }
-    else
-    {
-        const std::size_t run = std::min<std::uint64_t>(m_decoder.dataLeft(), room.size());
-        count = direct.readDirect(room.next, run, std::min(room.size() - run, FRAMING_READ_SIZE));
-        m_decoder.takeData(count);
-    }
+    const std::size_t count = EqualChunks::read(direct, m_decoder, room.next, room.size());
     if (count == 0)
     {
         noteEndOfInput();

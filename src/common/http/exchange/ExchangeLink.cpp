@@ -57,7 +57,7 @@ std::size_t ExchangeLink::readSome(char* to, std::size_t room)
     {
         if (room >= LARGE_READ_SIZE)
         {
-            return readDirect(to, room, 0);
+            return m_direct.readDirect(to, room, 0);
         }
         if (!fill())
         {

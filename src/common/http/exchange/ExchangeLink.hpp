@@ -57,12 +57,6 @@ public:
     /// failed
     std::size_t readSome(char* to, std::size_t room);
 
-    /// One read past the empty buffer; up to `ahead` bytes behind the room may be kept in the buffer.
-    std::size_t readDirect(char* to, std::size_t room, std::size_t ahead)
-    {
-        return m_direct.readDirect(to, room, ahead);
-    }
-
     /// Reads past the empty buffer, in any way.
     const blocxx::Internal::DirectInput& direct() const { return m_direct; }
 

@@ -15,11 +15,6 @@ namespace
 
 using OpenWBEM::Internal::EqualChunks;
 
-constexpr size_t LARGE_CHUNK_SIZE = EqualChunks::LARGE_CHUNK_SIZE;
-
-// What is read for the framing between two of them: more would take data into the buffer that could go past it.
-constexpr size_t FRAMING_READ_SIZE = 32;
-
 ExchangeResponse::EBodyEnd endOf(ExchangeException::ECause cause)
 {
     switch (cause)
@@ -123,12 +118,13 @@ size_t FramedBody::readChunked(char* buffer, size_t room)
         if (m_link->held().empty())
         {
             // After one large chunk, another is likely.
-            const bool large = m_decoder.chunkSize() >= LARGE_CHUNK_SIZE && room >= LARGE_CHUNK_SIZE;
+            const bool large =
+                m_decoder.chunkSize() >= EqualChunks::LARGE_CHUNK_SIZE && room >= EqualChunks::LARGE_CHUNK_SIZE;
             if (large && m_decoder.dataLeft() > 0)
             {
                 return readChunkData(buffer, room);
             }
-            if (!m_link->fill(large ? FRAMING_READ_SIZE : ExchangeLink::INPUT_SIZE))
+            if (!m_link->fill(large ? EqualChunks::FRAMING_READ_SIZE : ExchangeLink::INPUT_SIZE))
             {
                 finishEnded("before its last chunk");
                 return 0;
@@ -154,17 +150,7 @@ size_t FramedBody::readChunked(char* buffer, size_t room)
 
 size_t FramedBody::readChunkData(char* buffer, size_t room)
 {
-    size_t count = 0;
-    if (EqualChunks::canRead(m_link->direct(), m_decoder, room))
-    {
-        count = EqualChunks::read(m_link->direct(), m_decoder, buffer, room);
-    }
-    else
-    {
-        const size_t run = std::min<std::uint64_t>(m_decoder.dataLeft(), room);
-        count = m_link->readDirect(buffer, run, std::min(room - run, FRAMING_READ_SIZE));
-        m_decoder.takeData(count);
-    }
+    const size_t count = EqualChunks::read(m_link->direct(), m_decoder, buffer, room);
     if (count == 0)
     {
         finishEnded("before its last chunk");
