@@ -158,7 +158,7 @@ void DecodedBody::finishEncoded()
 {
     if (m_encoded->end() != ExchangeResponse::E_COMPLETE)
     {
-        finish(m_encoded->end(), m_encoded->endText(), m_encoded->systemError());
+        finishAs(*m_encoded);
     }
     else if (m_memberEnded || (!m_started && m_held == 0))
     {

@@ -112,4 +112,11 @@ void ReceivedBody::finish(ExchangeResponse::EBodyEnd end, const blocxx::String& 
     }
 }
 
+void ReceivedBody::finishAs(const ReceivedBody& source)
+{
+    m_end = source.m_end;
+    m_endText = source.m_endText;
+    m_systemError = source.m_systemError;
+}
+
 } // namespace ZOLNS2::HTTP

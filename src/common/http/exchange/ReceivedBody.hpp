@@ -46,6 +46,9 @@ protected:
 
     void finish(ExchangeResponse::EBodyEnd end, const blocxx::String& text = blocxx::String(), int systemError = 0);
 
+    /// Ends as the body that it is read from has ended, which is in the log already.
+    void finishAs(const ReceivedBody& source);
+
 private:
     const MIME::ContentTypeHeader m_contentType;
     const unsigned short m_status;

@@ -4,7 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 // What exchange() and the bodies that it returns write into the log.
 
@@ -78,6 +80,20 @@ TEST_F(ExchangeLog, HasWhyABodyIsNotWhole)
     EXPECT_EQ(bodyOf(response), "body");
     EXPECT_EQ(lines().back(), "DEBUG2 Exchange: The body is not whole: " + std::string(response.bodyEndText().c_str()));
     EXPECT_THAT(lines().back(), HasSubstr("6 bytes before its announced length of 10"));
+}
+
+TEST_F(ExchangeLog, HasOnceWhyACompressedBodyIsNotWhole)
+{
+    ExchangeOptions options;
+    options.decompress = true;
+    ScriptedServer server(
+        zol_test::respondingWith("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 10\r\n\r\n\x1f\x8b"));
+    const ExchangeResponse response = exchange(get(server), options);
+    EXPECT_EQ(bodyOf(response), "");
+    const std::vector<std::string> written = lines();
+    EXPECT_EQ(std::count(written.begin(), written.end(),
+                         "DEBUG2 Exchange: The body is not whole: " + std::string(response.bodyEndText().c_str())),
+              1);
 }
 
 TEST(ExchangeWithoutLog, WritesNothingAtALevelThatShowsNoSteps)
