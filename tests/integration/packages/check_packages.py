@@ -24,8 +24,12 @@ import sys
 from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[3]
+sys.path.append(str(SOURCE / "tests/integration/package"))
+sys.dont_write_bytecode = True
+from check_package import SHARED_OBJECTS, report  # noqa: E402
+
 CONTACT = "Tests <tests@example.org>"
-LIBRARIES = {"libzol_http": "2", "libzolcommon": "2", "libzol_openwbem": "7", "libzol_blocxx": "6"}
+LIBRARIES = dict(name.split(".so.") for name in SHARED_OBJECTS)
 
 
 def project_version():
@@ -46,14 +50,6 @@ def folder_of_libraries():
 def output_of(*command, **options):
     return subprocess.run([str(word) for word in command], text=True, stdout=subprocess.PIPE, timeout=280, check=True,
                           **options).stdout
-
-
-def report(problems, checked):
-    if not checked:
-        sys.exit("nothing was found to check")
-    if problems:
-        sys.exit("\n".join(problems))
-    print(f"{len(checked)} checked")
 
 
 def fresh(folder):
