@@ -27,7 +27,7 @@ function(zol_add_library target)
     EXPORT_NAME ${arg_ALIAS}
     VERSION ${arg_VERSION}
     SOVERSION ${soversion}
-    LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/exports.map
+    LINK_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/exports.map;${PROJECT_SOURCE_DIR}/cmake/shared_data.list"
     POSITION_INDEPENDENT_CODE ON # a static library may go into somebody's shared one
     INSTALL_RPATH $ORIGIN) # installed anywhere, the libraries find one another
   target_compile_features(${target} PUBLIC cxx_std_17)
@@ -36,8 +36,10 @@ function(zol_add_library target)
     $<TARGET_PROPERTY:zol_warnings,INTERFACE_COMPILE_OPTIONS>
     # A library's calls to its own functions are its own: they are not replaced from outside, so they may be inlined.
     -fno-semantic-interposition)
-  # For the same reason they need not be looked up by name when a program is loaded.
-  target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed -Wl,-O1 -Wl,-Bsymbolic-functions
+  # For the same reason they need not be looked up by name when a program is loaded, nor need tables and type informations,
+  # of which one is as good as the other.
+  target_link_options(${target} PRIVATE -Wl,--no-undefined -Wl,--as-needed -Wl,-O1 -Wl,-Bsymbolic
+    -Wl,--dynamic-list=${PROJECT_SOURCE_DIR}/cmake/shared_data.list
     -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
 
   if(ZOL_INSTALL)
