@@ -31,7 +31,7 @@ constexpr bool KEEPS_FREED_MEMORY = false;
 #endif
 
 /// Memory that comes and goes with the allocator's moods; a leak of eight bytes a fetch is more in the whole run.
-constexpr std::size_t RESIDENT_SLACK = 512 * 1024;
+constexpr std::size_t RESIDENT_SLACK = std::size_t{512} * 1024;
 
 int fetches()
 {

@@ -24,7 +24,6 @@ namespace
 {
 
 using blocxx::SSLClientCtxRef;
-using blocxx::String;
 using blocxx::Timeout;
 using zol_test::LogCapture;
 using zol_test::LogRecord;
