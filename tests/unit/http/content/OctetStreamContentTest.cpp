@@ -103,6 +103,20 @@ TEST(ApplicationOctetStreamContent, NullAndForeignStatesAreRefused)
     EXPECT_THROW(content.getData(buffer, 3, noFiles.createInitialStreamState()), blocxx::NULLReferenceException);
 }
 
+TEST(ApplicationOctetStreamContent, TakesAStateThatAProgramDerivedFromItsOwn)
+{
+    class Marked : public ApplicationOctetStreamContentStreamState
+    {
+    };
+    ApplicationOctetStreamContent content("abc", 3);
+    const blocxx::IntrusiveReference<Marked> state(new Marked);
+    state->position = 1;
+    char buffer[3];
+    ASSERT_EQ(content.getData(buffer, 3, state), 2U);
+    EXPECT_EQ(std::string(buffer, 2), "bc");
+    EXPECT_EQ(state->position, 3U);
+}
+
 TEST(ApplicationOctetStreamContent, KeepsItsBytesWhenTheCallersArrayIsChangedThroughAReference)
 {
     Array<unsigned char> array = bytes("abc");
