@@ -40,28 +40,12 @@ void* operator new(std::size_t size)
     return memory;
 }
 
-// The standard library's call those above; a sanitizer's do not.
-void* operator new[](std::size_t size)
-{
-    return operator new(size);
-}
-
 void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
 
 void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete[](void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete[](void* memory, std::size_t) noexcept
 {
     std::free(memory);
 }

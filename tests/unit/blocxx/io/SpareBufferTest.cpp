@@ -18,6 +18,12 @@ using zol_test::ProbeBuffer;
 
 constexpr std::size_t SIZE = 65536;
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool ARRAYS_ARE_COUNTED = false; // the sanitizer allocates them itself
+#else
+constexpr bool ARRAYS_ARE_COUNTED = true;
+#endif
+
 std::unique_ptr<ProbeBuffer> bufferThatHasRead(std::size_t size = SIZE)
 {
     auto buffer = std::make_unique<ProbeBuffer>(BaseStreamBuffer::E_IN, size);
@@ -67,7 +73,8 @@ TEST_F(SpareBuffer, IsOneAtMost)
             ProbeBuffer third(BaseStreamBuffer::E_IN, SIZE);
             ProbeBuffer fourth(BaseStreamBuffer::E_IN, SIZE);
             EXPECT_LT(allocatedFor(third), SIZE);
-            EXPECT_GE(allocatedFor(fourth), SIZE);
+            const std::size_t forAnother = allocatedFor(fourth);
+            EXPECT_TRUE(!ARRAYS_ARE_COUNTED || forAnother >= SIZE) << forAnother;
         });
 }
 
@@ -79,8 +86,10 @@ TEST_F(SpareBuffer, IsOfNoOtherSize)
             bufferThatHasRead(SIZE - 1);
             ProbeBuffer small(BaseStreamBuffer::E_IN, SIZE - 1);
             ProbeBuffer usual(BaseStreamBuffer::E_IN, SIZE);
-            EXPECT_GE(allocatedFor(small), SIZE - 1);
-            EXPECT_GE(allocatedFor(usual), SIZE);
+            const std::size_t forSmall = allocatedFor(small);
+            const std::size_t forUsual = allocatedFor(usual);
+            EXPECT_TRUE(!ARRAYS_ARE_COUNTED || forSmall >= SIZE - 1) << forSmall;
+            EXPECT_TRUE(!ARRAYS_ARE_COUNTED || forUsual >= SIZE) << forUsual;
         });
 }
 
